@@ -1,0 +1,20 @@
+# Headers, library, CMake package and pkg-config module.
+include(CMakePackageConfigHelpers)
+
+install(TARGETS morvel EXPORT MorvelTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/Morvel)
+install(EXPORT MorvelTargets NAMESPACE Morvel:: FILE MorvelTargets.cmake DESTINATION ${package_dir})
+configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/MorvelConfig.cmake.in
+    ${PROJECT_BINARY_DIR}/MorvelConfig.cmake INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/MorvelConfigVersion.cmake
+    COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/MorvelConfig.cmake ${PROJECT_BINARY_DIR}/MorvelConfigVersion.cmake
+    DESTINATION ${package_dir})
+
+configure_file(${CMAKE_CURRENT_LIST_DIR}/morvel.pc.in ${PROJECT_BINARY_DIR}/morvel.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/morvel.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

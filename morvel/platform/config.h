@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string>
+
+// What a header has to ask about compiler and platform: how a name leaves the shared library, and
+// which type a unit of wide text has. All other questions are asked in platform.h.
+
+#if defined(_WIN32) && defined(MORVEL_BUILD)
+#define MORVEL_API __declspec(dllexport)
+#elif defined(_WIN32)
+#define MORVEL_API __declspec(dllimport)
+#else
+#define MORVEL_API __attribute__((visibility("default")))
+#endif
+
+// Lets the compiler check the arguments of a member that formats as printf does. The two places are
+// those of the format and of its first argument, `this` being 1.
+#if defined(__GNUC__)
+#define MORVEL_PRINTF_LIKE(format_place, first_place) \
+    __attribute__((format(__gnu_printf__, format_place, first_place)))
+#else
+#define MORVEL_PRINTF_LIKE(format_place, first_place)
+#endif
+
+/// One 16-bit unit of UTF-16 text in native byte order.
+#if defined(_WIN32)
+using NWideChar = wchar_t;
+#else
+using NWideChar = char16_t;
+#endif
+
+/// A sequence of 16-bit units, as the wide calls of the platform take it.
+using NWideString = std::basic_string<NWideChar>;

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+
+#include <morvel/platform/config.h>
+
+/// The operating system as the library sees it. Internal: no public header includes this file. Each
+/// function is written once for each platform and, where nothing else is said, may be called from
+/// any thread, throws nothing but std::bad_alloc, and leaves its arguments alone.
+namespace morvel::platform {
+
+/// Code pages that mean the same on every platform: the system's own narrow encoding, and UTF-8.
+/// Off Windows the system's encoding is UTF-8 too.
+constexpr std::int32_t CodePageSystem = 0;
+constexpr std::int32_t CodePageUtf8 = 65001;
+
+/// The wide text up to its first NUL in `codePage`. A character that the code page lacks becomes
+/// '?' (on Windows possibly a best fit), a lone surrogate in UTF-8 becomes U+FFFD. Off Windows a
+/// code page other than the two above is unknown and gives an empty text.
+std::string NarrowFromWide(const NWideChar* text, std::int32_t codePage);
+
+/// The narrow text up to its first NUL as wide text. Malformed UTF-8 becomes U+FFFD under
+/// CodePageUtf8; under CodePageSystem off Windows it becomes '?', as a character that can't be
+/// encoded does. A code page that the platform doesn't know gives an empty text.
+NWideString WideFromNarrow(const char* text, std::int32_t codePage);
+
+/// `strcmp` and `strncmp` with ASCII letters folded to lower case.
+int CompareNoCase(const char* a, const char* b);
+int CompareNoCase(const char* a, const char* b, std::size_t count);
+
+/// A file name in the form in which calls that take wide names on Windows want it: wide text there,
+/// UTF-8 elsewhere.
+#if defined(_WIN32)
+using NativeName = std::wstring;
+#else
+using NativeName = std::string;
+#endif
+NativeName NativeFileName(const NWideString& name);
+
+/// Folders that the system sets aside for applications; the values are those of the shell's CSIDL.
+enum class Folder { AppData = 26, CommonAppData = 35, CommonDocuments = 46 };
+
+/// Full name of such a folder, or an empty text if the system has none. Off Windows the user's folder
+/// is made, for the user alone, where it is missing.
+NWideString SpecialFolder(Folder folder);
+
+/// Full path of the running program in the system's narrow encoding; empty if the system won't say.
+std::string ExecutablePath();
+
+/// Sets `*seconds` to the moment `name` came into being, in seconds since 1970-01-01 00:00:00 UTC.
+/// False, and `*seconds` left alone, if the system won't say. Where the file system keeps no such
+/// moment, the last change of status stands in for it.
+bool CreationTime(const NWideString& name, std::int64_t* seconds);
+
+/// Creates or truncates the file and opens it for binary writing. Others may read it meanwhile; a
+/// second writer is refused, off Windows only one that comes through this function (locks are
+/// advisory there). Null if it can't be opened. The caller closes it with std::fclose.
+std::FILE* OpenForWriting(const NWideString& name);
+
+/// Suspends the calling thread.
+void SleepMilliseconds(std::uint32_t milliseconds);
+
+/// Calls `cleanUp(object)` when the library is unloaded or the process ends normally: last come,
+/// first called, in one order with the destructors of the library's static objects. May be called
+/// while that list runs; the new entry is then the next to run. `cleanUp` must not throw.
+void AtUnload(void (*cleanUp)(void*), void* object);
+
+}  // namespace morvel::platform

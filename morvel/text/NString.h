@@ -1,0 +1,369 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include <morvel/base/NBaseObject.h>
+
+/// How the bytes of a text are to be read.
+enum NStringEncoding : std::uint32_t {
+    EncodingSystem = 0,  ///< The system's narrow encoding: the ANSI code page on Windows, else UTF-8.
+    EncodingASCII = 1,
+    EncodingLatin1 = 2,  ///< ISO 8859-1.
+    EncodingLatin9 = 3,  ///< ISO 8859-15.
+    EncodingUTF8 = 4,
+    EncodingUTF16 = 5,  ///< 16-bit units in native byte order.
+};
+
+/// Unicode normalisation forms (Unicode Standard Annex #15).
+enum NStringForm : std::int32_t {
+    FormUnknown = -1,
+    FormNFD = 0,
+    FormNFKD = 1,
+    FormNFC = 2,
+    FormNFKC = 3,
+};
+
+/// Two numbers written as "high,low". The first one written is the second in memory, so that on a
+/// little-endian machine the pair read as one unsigned word has it in the high half.
+struct NPair16 {
+    std::int16_t low;
+    std::int16_t high;
+};
+struct NPair32 {
+    std::int32_t low;
+    std::int32_t high;
+};
+
+/// Text as bytes under an encoding tag, with the normalisation form last applied to it. Every length,
+/// position, comparison and change of case counts bytes; there is no position by character.
+///
+///     NString name(std::string("caf\xE9"), EncodingLatin1);
+///     name == NString(std::string("caf\xC3\xA9"), EncodingUTF8);  // true: compared in one encoding
+///     name.ConvertTo(EncodingUTF8);                               // now the five bytes of UTF-8
+///
+/// Any bytes are accepted under any tag. UTF-8 text that comes in as narrow text is brought to NFC and
+/// ends at its first NUL; wide text is not normalised. A character that the target of a conversion
+/// lacks becomes '?'.
+///
+/// A byte-order mark at the head of narrow text is taken off: EF BB BF says UTF-8, FF FE says UTF-16;
+/// nothing else is a mark. Text from outside without one counts as EncodingSystem.
+///
+/// A value: copies are deep and share nothing. A copy starts with the form FormUnknown; assignment
+/// leaves the form of its target as it was. Two threads may read one object at a time as long as
+/// neither calls Converted, Data(encoding) or DataWithBOM, which write to it though they are const.
+///
+/// Overloads end in one of their number through the virtual table, so that a subclass need override
+/// only that one. No member of the NException family leaves this class: a position out of range is
+/// std::out_of_range with "invalid string position", and what a dependency throws is said where it
+/// can happen.
+///
+/// A counted text is a byte with the number of bytes that follow, and those bytes: at most 255, and
+/// the text ends at the first NUL among them.
+class MORVEL_API NString : public NBaseObject {
+public:
+    NString();  ///< Empty, EncodingSystem.
+    explicit NString(NStringEncoding encoding);
+    NString(const NString& other);
+    NString(NString&& other) noexcept;  ///< As the copy; `other` is empty afterwards.
+
+    /// All bytes but a mark. The mark decides the tag, else it is EncodingSystem or `fallback`.
+    NString(const std::string& text);
+    NString(const std::string& text, NStringEncoding fallback);
+
+    /// Converted to UTF-8 up to the first NUL. A leading unit FFFE, the swapped mark, is taken off by
+    /// the first of these two; U+FEFF stays as a character.
+    NString(const NWideString& text);
+    NString(const NWideChar* text);
+
+    /// Up to the first NUL; null gives the empty text. After the mark FF FE the rest is read as a
+    /// NUL-terminated wide text and becomes UTF-8.
+    NString(const char* text);
+
+    /// Up to the first NUL, a mark taken off. `encoding` becomes the tag whatever the mark says; with
+    /// EncodingUTF16 the pointer is read as NUL-terminated wide text, and the text becomes UTF-8.
+    /// REQUIRES: `text` is not null.
+    NString(const char* text, NStringEncoding encoding);
+
+    /// A counted text. The mark decides the tag, or with the second form `encoding` does.
+    /// REQUIRES: `counted` is not null.
+    NString(const unsigned char* counted);
+    NString(const unsigned char* counted, NStringEncoding encoding);
+
+    ~NString() override;
+
+    /// `other` is converted to this object's encoding first, which brings UTF-8 to NFC; this object's
+    /// own bytes are compared as they stand, all of them.
+    virtual bool operator==(const NString& other) const;
+    virtual bool operator==(const std::string& other) const;
+    virtual bool operator==(const unsigned char* counted) const;
+    virtual bool operator==(const char* other) const;
+    template <class Text>
+    bool operator!=(const Text& other) const {
+        return !(*this == other);
+    }
+
+    /// Takes over bytes and tag, but not the form, also in self-assignment empties the cache of the
+    /// exports. The other forms go through a temporary of the constructor with that argument.
+    virtual NString& operator=(const NString& other);
+    virtual NString& operator=(const std::string& text);
+    virtual NString& operator=(const unsigned char* counted);
+    virtual NString& operator=(const char* text);
+
+    /// Appends, converted to this object's encoding where the tags differ. Narrow text and `byte`
+    /// count as EncodingSystem unless a mark says otherwise; the byte NUL appends nothing.
+    virtual NString& operator+=(const NString& other);
+    virtual NString& operator+=(const std::string& text);
+    virtual NString& operator+=(const unsigned char* counted);
+    virtual NString& operator+=(const char* text);
+    virtual NString& operator+=(char byte);
+
+    /// Assigns what the constructor of the same arguments makes.
+    virtual void SetData(const unsigned char* counted, NStringEncoding encoding);
+    virtual void SetData(const char* text, NStringEncoding encoding);
+    virtual void SetData(const std::string& text, NStringEncoding fallback);
+    virtual void SetData(const unsigned char* counted);
+    virtual void SetData(const NWideChar* text);
+    virtual void SetData(const char* text);
+    virtual void SetData(const NWideString& text);
+    virtual void SetData(const std::string& text);
+
+    /// The first form keeps `length` bytes as they are, marks and NULs included, and then normalises
+    /// UTF-8 to NFC unless the form says that it is NFC already. The other two assign a wide text of
+    /// `count` units and a byte string of `length` bytes through their constructors.
+    virtual void SetBytes(const char* bytes, std::size_t length, NStringEncoding encoding);
+    virtual void SetBytes(const NWideChar* chars, std::size_t count);
+    virtual void SetBytes(const char* bytes, std::size_t length);
+
+    /// Converts the text in place. UTF-8 is brought to NFC first, even when nothing else is to do. False,
+    /// and the text as it was but for that, if either tag is none of NStringEncoding's.
+    virtual bool ConvertTo(NStringEncoding encoding);
+
+    /// Swaps the bytes of each 16-bit unit; does nothing to a text that isn't UTF-16. With an odd
+    /// number of bytes the last one is paired with a NUL, and the text grows by that byte.
+    virtual void SwapBytes();
+
+    /// Brings UTF-8 text to `form`; ends it at its first NUL. Malformed text stays as it is. In every
+    /// case, text that isn't UTF-8 included, Form() tells `form` afterwards, and a second call with
+    /// the same form does nothing.
+    virtual void Normalize(NStringForm form);
+
+    virtual void KeepNumeric();  ///< Drops all bytes but + - . and the digits.
+
+    /// ASCII letters of the text up to its first NUL; in a single-byte locale that the application has
+    /// set, that locale's letters.
+    virtual void ToUpper();
+    virtual void ToLower();
+    virtual void Capitalize();  ///< The first byte upper case, all others lower.
+
+    /// Removes every repetition of `byte` at both ends, the head, the tail.
+    virtual void Trim(char byte);
+    virtual void TrimLeft(char byte);
+    virtual void TrimRight(char byte);
+
+    /// Up to `count` bytes from `pos`, from the head, and exactly `count` from the tail. Mid throws
+    /// std::out_of_range for a `pos` above the length, Right for a `count` above it; Left clips.
+    virtual std::string Mid(std::size_t pos, std::size_t count) const;
+    virtual std::string Left(std::size_t count) const;
+    virtual std::string Right(std::size_t count) const;
+
+    /// Position of the first match at or behind `pos`, or -1. An empty needle is found at `pos` itself
+    /// as long as that isn't above the length.
+    virtual long long Find(const char* text, std::size_t pos) const;
+    virtual long long Find(const std::string& text, std::size_t pos) const;
+
+    /// Position of the last match that starts no later than `fromEnd` bytes before the last byte, cut
+    /// to 32 bits; 0xFFFFFFFF for no match, where Find has -1 in 64 bits.
+    virtual std::uint32_t ReverseFind(const char* text, std::size_t fromEnd) const;
+    virtual std::uint32_t ReverseFind(const std::string& text, std::size_t fromEnd) const;
+
+    /// Replaces up to `count` bytes from `pos` and returns a copy of the whole text. Throws
+    /// std::out_of_range, with nothing changed, for a `pos` above the length.
+    virtual std::string Replace(std::size_t pos, std::size_t count, const char* text);
+    virtual std::string Replace(std::size_t pos, std::size_t count, const std::string& text);
+
+    /// Replaces every match from left to right; what was put in is not searched again. The bytes of
+    /// the arguments count as they stand, tags are not looked at.
+    /// REQUIRES: `from` is not empty.
+    virtual void ReplaceAll(const char* from, const char* to);
+    virtual void ReplaceAll(const NString& from, const NString& to);
+    virtual void ReplaceAll(const std::string& from, const std::string& to);
+
+    /// UrlEncode escapes every byte but letters, digits and - . _ as %XX (for query values).
+    /// UrlDecode takes escapes back, leaves a plus sign alone and throws what Poco::URI::decode throws
+    /// for a bad escape, with the text unchanged.
+    virtual void UrlEncode();
+    virtual void UrlDecode();
+
+    /// Below, equal to or above 0 as `strcmp`, `strncmp`, and the same two with ASCII letters folded to
+    /// lower case give it. The argument is converted to this object's encoding first; where Compare and
+    /// CompareNoCase are told that the encodings are equal they compare at once, the cheap way.
+    /// All stop at the first NUL, so UTF-16 text compares only up to its first zero byte.
+    virtual int Compare(const char* other, NStringEncoding encoding) const;
+    virtual int Compare(const char* other) const;
+    virtual int Compare(const std::string& other, NStringEncoding encoding) const;
+    virtual int Compare(const std::string& other) const;
+    virtual int Compare(const NString& other) const;
+    virtual int CompareN(const char* other, NStringEncoding encoding, std::uint32_t count) const;
+    virtual int CompareN(const char* other, std::uint32_t count) const;
+    virtual int CompareN(const std::string& other, NStringEncoding encoding,
+                         std::uint32_t count) const;
+    virtual int CompareN(const std::string& other, std::uint32_t count) const;
+    virtual int CompareN(const NString& other, std::uint32_t count) const;
+    virtual int CompareNoCase(const char* other, NStringEncoding encoding) const;
+    virtual int CompareNoCase(const char* other) const;
+    virtual int CompareNoCase(const std::string& other, NStringEncoding encoding) const;
+    virtual int CompareNoCase(const std::string& other) const;
+    virtual int CompareNoCase(const NString& other) const;
+    virtual int CompareNoCaseN(const char* other, NStringEncoding encoding,
+                               std::size_t count) const;
+    virtual int CompareNoCaseN(const char* other, std::size_t count) const;
+    virtual int CompareNoCaseN(const std::string& other, NStringEncoding encoding,
+                               std::size_t count) const;
+    virtual int CompareNoCaseN(const std::string& other, std::size_t count) const;
+    virtual int CompareNoCaseN(const NString& other, std::size_t count) const;
+
+    /// The writers of numbers replace the whole text and set the tag to EncodingSystem, but for SetList,
+    /// which leaves the tag. Without a precision a floating number gets the fewest digits that read
+    /// back as the same value; with one it is fixed, halves away from zero, a negative precision
+    /// counts as 0, and the text is empty for a magnitude of 1e60 or more or a precision above 60.
+    virtual void SetNumber(double value);
+    virtual void SetNumber(double value, int precision);
+    virtual void SetNumber(float value);
+    virtual void SetNumber(float value, int precision);
+    virtual void SetNumber(int value);
+    virtual void SetNumber(unsigned int value);
+    virtual void SetNumber(long value);
+    virtual void SetNumber(unsigned long value);
+    virtual void SetNumber(long long value);
+
+protected:
+    virtual void SetNumber64(long long value);  ///< As SetNumber(long long), in a place of its own.
+
+public:
+    virtual void SetFourCC(std::uint32_t code);  ///< Its four bytes, highest first, up to a zero one.
+
+    /// "major.minor", and ".patch" if that isn't 0: bits 16 to 31, 8 to 15, 0 to 7.
+    virtual void SetVersion(std::uint32_t version);
+
+    /// Two upper-case hexadecimal digits a byte; a number without leading zeros.
+    virtual void SetHex(const unsigned char* bytes, std::uint32_t count);
+    virtual void SetHex(unsigned char a, unsigned char b, unsigned char c, unsigned char d);
+    virtual void SetHex(std::uint32_t value);
+    virtual void SetNumber(unsigned long long value);
+
+    virtual void SetPair(NPair16 pair);  ///< "high,low"
+    virtual void SetPair(std::int32_t first, std::int32_t second);
+    virtual void SetPair(NPair32 pair);
+
+    /// The plain readers leave the text alone and read 0 from what isn't a number, is out of range or
+    /// empty. Commas are separators of thousands: "1,5" reads as 15.
+    virtual double ToDouble() const;
+    virtual float ToFloat() const;
+    virtual std::int32_t ToInt() const;
+
+    /// The first four bytes as a big-endian number.
+    /// REQUIRES: the text has four bytes.
+    virtual std::uint32_t ToFourCC() const;
+
+    /// What SetVersion wrote; a field that is no number counts as 0. Fields are not masked: a minor
+    /// above 255 runs into the major, a fourth field lands in bits 24 and up.
+    virtual std::uint32_t ToVersion() const;
+
+    virtual std::uint32_t HexValue() const;  ///< A plain reader, of hexadecimal digits.
+
+    /// The byte at `index` of a text of two hexadecimal digits a byte; a lone last digit stands in the
+    /// higher place, and the end of the text reads as 0. Throws std::out_of_range behind the end,
+    /// Poco::SyntaxException for what isn't hexadecimal.
+    virtual std::uint32_t HexByte(std::uint32_t index) const;
+
+    /// All bytes of such a text into `out`, which has room for `capacity`. 0; -1 for an odd length, -2
+    /// for too little room, with nothing written. Throws Poco::SyntaxException for what isn't
+    /// hexadecimal; the bytes before it are written by then.
+    virtual std::int32_t HexBytes(unsigned char* out, std::uint32_t capacity) const;
+
+    virtual unsigned long long ToUInt64() const;
+
+    /// A pair as SetPair writes it; zero without a comma, and what was read so far where a half is
+    /// no number.
+    virtual NPair16 ToPair16() const;
+    virtual NPair32 ToPair32() const;
+
+    /// Numbers joined by commas; a count of 0 gives an empty text. Leaves the tag as it is.
+    virtual void SetList(const float* values, std::uint8_t count);
+    virtual void SetList(const std::uint16_t* values, std::uint8_t count);
+    virtual void SetList(const std::int16_t* values, std::uint8_t count);
+    virtual void SetList(const unsigned char* values, std::uint8_t count);
+
+    /// The numbers between commas, cut to the type of `out`, and how many there were. Throws
+    /// Poco::SyntaxException for a piece that is no number, the empty text included; the numbers
+    /// before it are written by then.
+    /// REQUIRES: `out` has room for them.
+    virtual std::uint32_t ToList(float* out) const;
+    virtual std::uint32_t ToList(std::uint16_t* out) const;
+    virtual std::uint32_t ToList(unsigned char* out) const;
+    virtual std::vector<std::int32_t> ToList() const;
+
+    /// A new text, printed as std::printf would; empty for a null `format`. The object takes no part.
+    virtual NString Format(const char* format, ...) const MORVEL_PRINTF_LIKE(2, 3);
+
+    virtual std::uint32_t ToUInt() const;
+    virtual unsigned long long ToSize() const;
+
+    /// Replaces the text by the Base64 form (RFC 4648, 4) of `count` bytes, or of its own bytes, in
+    /// one line.
+    virtual void EncodeBase64(const unsigned char* bytes, std::uint32_t count);
+    virtual void EncodeBase64();
+
+    /// Decodes the text as Base64 into `out`, which the caller owns and has made large enough, and
+    /// sets `*count` to the bytes decoded; stops without a report at what is no Base64. A null `out`
+    /// only counts: measure, allocate, call again. The form without arguments replaces the text by the
+    /// bytes decoded, and throws Poco::DataFormatException, the text unchanged, where the other stops.
+    virtual void DecodeBase64(unsigned char* out, std::uint32_t* count) const;
+    virtual void DecodeBase64();
+
+    const std::string& Data() const { return _data; }
+    const char* CStr() const { return _data.c_str(); }
+    std::size_t Length() const { return _data.size(); }
+    bool IsEmpty() const { return _data.empty(); }
+    NStringEncoding Encoding() const { return _encoding; }
+    NStringForm Form() const { return _form; }
+
+    /// The byte at `index`, unchecked.
+    char& operator[](std::size_t index) { return _data[index]; }
+    const char& operator[](std::size_t index) const { return _data[index]; }
+
+    /// The text in `encoding`, UTF-8 in NFC; this object's own bytes and tag stay. The unconverted
+    /// bytes if the conversion is refused. The result lies in this object until the next export, an
+    /// assignment or the object's end. The call writes that cache although it is const: no other
+    /// thread may use the object meanwhile.
+    const std::string& Converted(NStringEncoding encoding) const;
+    const char* Data(NStringEncoding encoding) const;
+
+    /// The text in `encoding`, or as it is, with the byte-order mark of UTF-8 or UTF-16 in front
+    /// unless it is empty. Writes the same cache as Converted.
+    std::string DataWithBOM(NStringEncoding encoding) const;
+    std::string DataWithBOM() const;
+
+    /// The text as wide text in NFC, for the platform's calls. Reads only.
+    NWideString Wide() const;
+
+    /// Between narrow and wide text in a code page of the system, 0 for its own, 65001 or any negative
+    /// number for UTF-8. Each ends at the first NUL. UTF-8 text is brought to NFC on the way to wide;
+    /// a text that can't be converted gives an empty one. Any thread may call these.
+    static NWideString StringToWide(const std::string& text, std::int32_t codePage);
+    static std::string WideToString(const NWideString& text, std::int32_t codePage);
+
+    /// As SetHex, SetNumber(int) and ToInt make it. Any thread may call these.
+    static std::string HexString(const unsigned char* bytes, std::uint32_t count);
+    static std::string IntToString(std::int32_t value);
+    static std::int32_t ParseInt(const std::string& text);
+
+private:
+    std::string _data;
+    mutable std::string _cache;
+    NStringEncoding _encoding = EncodingSystem;
+    NStringForm _form = FormUnknown;
+};
