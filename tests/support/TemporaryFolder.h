@@ -1,0 +1,76 @@
+#pragma once
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+
+namespace morvel::test {
+
+/// An empty folder of the test's own, which goes with all that is in it at the object's end. Names
+/// are UTF-8 and relative to the folder.
+///
+///     TemporaryFolder folder;
+///     folder.Write("a.xml", "<a/>");
+///     NXML document;
+///     document.LoadFile(NPath(folder.File("a.xml").c_str()), ...);
+class TemporaryFolder {
+public:
+    TemporaryFolder() {
+        std::random_device random;
+        for (int attempt = 0; attempt < 100; ++attempt) {
+            std::ostringstream name;
+            name << "morvel-test-" << std::hex << random() << random();
+            _path = std::filesystem::temp_directory_path() / name.str();
+            if (std::filesystem::create_directory(_path)) {  // false: another one has this name
+                return;
+            }
+        }
+        throw std::runtime_error("no free name for a temporary folder");
+    }
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    ~TemporaryFolder() {
+        std::error_code ignored;  // a leftover in the system's temporary folder is no failure
+        std::filesystem::remove_all(_path, ignored);
+    }
+
+    const std::filesystem::path& Path() const { return _path; }
+
+    /// Full name of `name` in this folder, native separators, UTF-8.
+    std::string File(const std::string& name) const { return _full(name).u8string(); }
+
+    bool Has(const std::string& name) const { return std::filesystem::exists(_full(name)); }
+
+    /// Makes or replaces the file and gives its full name as File does.
+    std::string Write(const std::string& name, const std::string& bytes) const {
+        std::ofstream out(_full(name), std::ios::binary | std::ios::trunc);
+        if (!out.write(bytes.data(), static_cast<std::streamsize>(bytes.size())).flush()) {
+            throw std::runtime_error("can't write " + File(name));
+        }
+        return File(name);
+    }
+
+    /// All bytes of the file.
+    std::string Read(const std::string& name) const {
+        std::ifstream in(_full(name), std::ios::binary);
+        if (!in) {
+            throw std::runtime_error("can't read " + File(name));
+        }
+        return std::string(std::istreambuf_iterator<char>(in), {});
+    }
+
+private:
+    std::filesystem::path _full(const std::string& name) const {
+        return _path / std::filesystem::u8path(name);
+    }
+
+    std::filesystem::path _path;
+};
+
+}  // namespace morvel::test
