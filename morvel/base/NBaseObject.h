@@ -15,9 +15,9 @@ public:
     using BaseRecord = const NClassRecord* (*)();
 
     /// `name` as spelled in the source; `objectSize` in bytes; `createInstance` gives a new
-    /// instance, null for an abstract class; `baseRecord` gives the record of the parent, null at the
-    /// root. A container class of an application that is to be copied by NDataContainerArray keeps
-    /// one of these with a factory and returns it from ClassRecord().
+    /// instance, null for an abstract class; `baseRecord` gives the record of the parent, null at
+    /// the root. A container class of an application that is to be copied by NDataContainerArray
+    /// keeps one of these with a factory and returns it from ClassRecord().
     NClassRecord(std::string name, std::uint32_t objectSize, Factory createInstance,
                  BaseRecord baseRecord);
 
@@ -41,8 +41,9 @@ private:
 
 /// Root of the class family: no data, three leading virtual operations and the class identity.
 ///
-/// Throughout the family: an object is owned by whoever constructs it and is used by one thread at a
-/// time unless its class says otherwise. Virtual operations keep their order from release to release.
+/// Throughout the family: an object is owned by whoever constructs it and is used by one thread at
+/// a time unless its class says otherwise. Virtual operations keep their order from release to
+/// release.
 class MORVEL_API NBaseObject {
 public:
     NBaseObject();

@@ -1,0 +1,247 @@
+#include <morvel/platform/platform.h>
+
+#include <fcntl.h>
+#include <pwd.h>
+#include <strings.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <new>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+// What the compiler itself registers the destructors of static objects with. The handle tells the
+// shared library that an entry belongs to, so that unloading it runs the entry.
+extern "C" {
+extern void* __dso_handle __attribute__((visibility("hidden")));
+int __cxa_atexit(void (*function)(void*), void* argument, void* library) noexcept;
+}
+
+namespace morvel::platform {
+
+namespace {
+
+constexpr char32_t Replacement = 0xFFFD;
+constexpr char32_t Malformed = 0xFFFFFFFF;
+
+bool isHighSurrogate(char32_t c) {
+    return c >= 0xD800 && c <= 0xDBFF;
+}
+bool isLowSurrogate(char32_t c) {
+    return c >= 0xDC00 && c <= 0xDFFF;
+}
+
+void appendUtf8(std::string* out, char32_t c) {
+    const auto byte = [out](char32_t value) { out->push_back(static_cast<char>(value)); };
+    if (c < 0x80) {
+        byte(c);
+    } else if (c < 0x800) {
+        byte(0xC0 | c >> 6);
+        byte(0x80 | (c & 0x3F));
+    } else if (c < 0x10000) {
+        byte(0xE0 | c >> 12);
+        byte(0x80 | (c >> 6 & 0x3F));
+        byte(0x80 | (c & 0x3F));
+    } else {
+        byte(0xF0 | c >> 18);
+        byte(0x80 | (c >> 12 & 0x3F));
+        byte(0x80 | (c >> 6 & 0x3F));
+        byte(0x80 | (c & 0x3F));
+    }
+}
+
+// Reads one character and moves `*at` behind it. Of malformed text it takes the longest piece that
+// could have begun a character, or else one byte, as the Unicode Standard recommends in 3.9 and the
+// converter of Windows does. Stops in front of a NUL.
+char32_t nextUtf8(const unsigned char** at) {
+    const unsigned char lead = *(*at)++;
+    if (lead < 0x80) {
+        return lead;
+    }
+    if (lead < 0xC2 || lead > 0xF4) {
+        return Malformed;
+    }
+    const int following = lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : 3;
+    // The second byte has a narrower range where the whole one would allow overlong forms,
+    // surrogates and what lies above U+10FFFF.
+    unsigned char low = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
+    unsigned char high = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
+    char32_t c = lead & (0x3F >> following);
+    for (int i = 0; i < following; ++i) {
+        if (**at < low || **at > high) {
+            return Malformed;
+        }
+        c = c << 6 | (*(*at)++ & 0x3F);
+        low = 0x80;
+        high = 0xBF;
+    }
+    return c;
+}
+
+std::string homeFolder() {
+    const char* home = std::getenv("HOME");
+    if (home != nullptr && *home != '\0') {
+        return home;
+    }
+    std::vector<char> buffer(1024);
+    passwd entry;
+    passwd* found = nullptr;
+    while (getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found) == ERANGE) {
+        buffer.resize(buffer.size() * 2);
+    }
+    return found != nullptr && found->pw_dir != nullptr ? found->pw_dir : "";
+}
+
+// Makes whatever is missing of an absolute folder name. A failure shows when the folder is used.
+void makeFolders(const std::string& folder) {
+    for (std::size_t end = 1; end != std::string::npos;) {
+        end = folder.find('/', end + 1);
+        mkdir(folder.substr(0, end).c_str(), 0700);
+    }
+}
+
+std::string userDataFolder() {
+    std::string folder;
+    // The base directory rules of freedesktop.org tell to ignore a relative name.
+    const char* configured = std::getenv("XDG_DATA_HOME");
+    if (configured != nullptr && *configured == '/') {
+        folder = configured;
+    } else {
+        folder = homeFolder();
+        if (folder.empty()) {
+            return folder;
+        }
+        folder += "/.local/share";
+    }
+    makeFolders(folder);
+    return folder;
+}
+
+}  // namespace
+
+std::string NarrowFromWide(const NWideChar* text, std::int32_t codePage) {
+    std::string result;
+    if (codePage != CodePageSystem && codePage != CodePageUtf8) {
+        return result;
+    }
+    while (*text != 0) {
+        char32_t c = *text++;
+        if (isHighSurrogate(c) && isLowSurrogate(*text)) {
+            c = 0x10000 + ((c - 0xD800) << 10) + (*text++ - 0xDC00);
+        } else if (isHighSurrogate(c) || isLowSurrogate(c)) {
+            c = Replacement;
+        }
+        appendUtf8(&result, c);
+    }
+    return result;
+}
+
+NWideString WideFromNarrow(const char* text, std::int32_t codePage) {
+    NWideString result;
+    if (codePage != CodePageSystem && codePage != CodePageUtf8) {
+        return result;
+    }
+    const char32_t substitute = codePage == CodePageUtf8 ? Replacement : U'?';
+    const auto* at = reinterpret_cast<const unsigned char*>(text);
+    while (*at != 0) {
+        char32_t c = nextUtf8(&at);
+        if (c == Malformed) {
+            c = substitute;
+        }
+        if (c < 0x10000) {
+            result.push_back(static_cast<NWideChar>(c));
+        } else {
+            result.push_back(static_cast<NWideChar>(0xD7C0 + (c >> 10)));
+            result.push_back(static_cast<NWideChar>(0xDC00 + (c & 0x3FF)));
+        }
+    }
+    return result;
+}
+
+int CompareNoCase(const char* a, const char* b) {
+    return strcasecmp(a, b);
+}
+
+int CompareNoCase(const char* a, const char* b, std::size_t count) {
+    return strncasecmp(a, b, count);
+}
+
+NativeName NativeFileName(const NWideString& name) {
+    return NarrowFromWide(name.c_str(), CodePageUtf8);
+}
+
+NWideString SpecialFolder(Folder folder) {
+    std::string name;
+    switch (folder) {
+        case Folder::AppData:
+            name = userDataFolder();
+            break;
+        case Folder::CommonAppData:
+            name = "/var/lib";
+            break;
+        case Folder::CommonDocuments:
+            name = "/usr/local/share";
+            break;
+    }
+    return WideFromNarrow(name.c_str(), CodePageUtf8);
+}
+
+std::string ExecutablePath() {
+    std::error_code ignored;  // without /proc the path is empty, as promised
+    return std::filesystem::read_symlink("/proc/self/exe", ignored).string();
+}
+
+bool CreationTime(const NWideString& name, std::int64_t* seconds) {
+    const NativeName native = NativeFileName(name);
+    struct statx birth;
+    // Some file systems say that they know the birth time and then report 0.
+    if (statx(AT_FDCWD, native.c_str(), 0, STATX_BTIME, &birth) == 0 &&
+        (birth.stx_mask & STATX_BTIME) != 0 && birth.stx_btime.tv_sec != 0) {
+        *seconds = birth.stx_btime.tv_sec;
+        return true;
+    }
+    struct stat status;
+    if (stat(native.c_str(), &status) != 0) {
+        return false;
+    }
+    *seconds = status.st_ctime;
+    return true;
+}
+
+std::FILE* OpenForWriting(const NWideString& name) {
+    const int file = open(NativeFileName(name).c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
+    if (file < 0) {
+        return nullptr;
+    }
+    struct stat status;
+    bool usable = fstat(file, &status) == 0;
+    if (usable && S_ISREG(status.st_mode)) {
+        // Locked before it is truncated: the file of another writer must stay whole. A file system
+        // that has no locks is no reason to refuse.
+        const bool taken = flock(file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+        usable = !taken && ftruncate(file, 0) == 0;
+    }
+    std::FILE* const stream = usable ? fdopen(file, "wb") : nullptr;
+    if (stream == nullptr) {
+        close(file);
+    }
+    return stream;
+}
+
+void SleepMilliseconds(std::uint32_t milliseconds) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));  // signals don't end it
+}
+
+void AtUnload(void (*cleanUp)(void*), void* object) {
+    if (__cxa_atexit(cleanUp, object, &__dso_handle) != 0) {
+        throw std::bad_alloc();
+    }
+}
+
+}  // namespace morvel::platform
