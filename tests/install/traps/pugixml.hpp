@@ -1,0 +1,1 @@
+#error "a public header of Morvel pulls in a header of a dependency"
