@@ -16,5 +16,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/MorvelConfigVersion.cmake
 install(FILES ${PROJECT_BINARY_DIR}/MorvelConfig.cmake ${PROJECT_BINARY_DIR}/MorvelConfigVersion.cmake
     DESTINATION ${package_dir})
 
+# The module finds its prefix from where it lies, so that an installed tree can be moved.
+file(RELATIVE_PATH pc_to_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(${CMAKE_CURRENT_LIST_DIR}/morvel.pc.in ${PROJECT_BINARY_DIR}/morvel.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/morvel.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
