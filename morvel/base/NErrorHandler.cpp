@@ -1,0 +1,86 @@
+#include <morvel/base/NErrorHandler.h>
+
+#include <memory>
+#include <ostream>
+#include <utility>
+
+#include <Poco/Mutex.h>
+
+#include <morvel/platform/platform.h>
+
+namespace {
+
+// What makes the default handler on demand and deletes it at unload. Its place in the exit list is
+// that of the moment at which it comes into being.
+struct DefaultHolder {
+    ~DefaultHolder() { delete handler; }
+
+    Poco::FastMutex mutex;
+    NErrorHandler* handler = nullptr;
+};
+
+DefaultHolder* makeHolder() {
+    auto holder = std::make_unique<DefaultHolder>();
+    morvel::platform::AtUnload([](void* object) { delete static_cast<DefaultHolder*>(object); },
+                               holder.get());
+    return holder.release();
+}
+
+}  // namespace
+
+NErrorHandler::NErrorHandler() = default;
+
+NErrorHandler::~NErrorHandler() = default;
+
+void NErrorHandler::Exception() {
+    _standardError << "unknown exception" << std::endl;
+}
+
+void NErrorHandler::Exception(const NException& exception) {
+    _standardError << exception.what() << ": " << exception.Message() << std::endl;
+}
+
+void NErrorHandler::Exception(const std::exception& exception) {
+    _standardError << exception.what() << std::endl;
+}
+
+template <class... Arguments>
+void NErrorHandler::_report(const Arguments&... arguments) {
+    Poco::FastMutex::ScopedLock lock(_mutex);
+    try {
+        _handler->Exception(arguments...);
+    } catch (...) {
+        // There is nobody left to tell.
+    }
+}
+
+void NErrorHandler::Handle(const NException& exception) {
+    _report(exception);
+}
+
+void NErrorHandler::Handle(const std::exception& exception) {
+    _report(exception);
+}
+
+void NErrorHandler::Handle() {
+    _report();
+}
+
+NErrorHandler* NErrorHandler::Set(NErrorHandler* handler) {
+    Poco::FastMutex::ScopedLock lock(_mutex);
+    return std::exchange(_handler, handler != nullptr ? handler : DefaultHandler());
+}
+
+NErrorHandler* NErrorHandler::Get() {
+    Poco::FastMutex::ScopedLock lock(_mutex);
+    return _handler;
+}
+
+NErrorHandler* NErrorHandler::DefaultHandler() {
+    static DefaultHolder* const holder = makeHolder();
+    Poco::FastMutex::ScopedLock lock(holder->mutex);
+    if (holder->handler == nullptr) {
+        holder->handler = new NErrorHandler;
+    }
+    return holder->handler;
+}
