@@ -15,7 +15,10 @@
 
 // Lets the compiler check the arguments of a member that formats as printf does. The two places are
 // those of the format and of its first argument, `this` being 1.
-#if defined(__GNUC__)
+#if defined(__clang__)
+#define MORVEL_PRINTF_LIKE(format_place, first_place) \
+    __attribute__((format(__printf__, format_place, first_place)))
+#elif defined(__GNUC__)
 #define MORVEL_PRINTF_LIKE(format_place, first_place) \
     __attribute__((format(__gnu_printf__, format_place, first_place)))
 #else
