@@ -1,0 +1,165 @@
+// Storage, construction and assignment. Covered by NStringTest.
+#include <morvel/text/NString.h>
+
+#include <cstring>
+#include <string_view>
+#include <utility>
+
+#include <morvel/platform/platform.h>
+#include <morvel/text/RawText.h>
+
+using morvel::ByteOrderMark;
+using morvel::MarkOf;
+
+namespace {
+
+std::string _utf8FromWide(const NWideChar* text) {
+    return morvel::platform::NarrowFromWide(text, morvel::platform::CodePageUtf8);
+}
+
+// A NUL-terminated wide text behind a byte pointer, which may have any alignment.
+std::string _utf8FromWideBytes(const char* bytes) {
+    const char* end = bytes;
+    for (NWideChar unit; std::memcpy(&unit, end, sizeof unit), unit != 0;) end += sizeof unit;
+    return _utf8FromWide(
+        morvel::WideFromBytes(bytes, static_cast<std::size_t>(end - bytes)).c_str());
+}
+
+std::string_view _countedText(const unsigned char* counted) {
+    const std::string_view all(reinterpret_cast<const char*>(counted + 1), *counted);
+    return all.substr(0, all.find('\0'));
+}
+
+}  // namespace
+
+NString::NString() = default;
+
+NString::NString(NStringEncoding encoding) : _encoding(encoding) {}
+
+NString::NString(const NString& other)
+    : NBaseObject(), _data(other._data), _encoding(other._encoding) {}
+
+NString::NString(NString&& other) noexcept
+    : _data(std::move(other._data)), _encoding(other._encoding) {
+    other._data.clear();
+}
+
+NString::NString(const std::string& text) : NString(text, EncodingSystem) {}
+
+NString::NString(const std::string& text, NStringEncoding fallback) : _encoding(fallback) {
+    const ByteOrderMark mark = MarkOf(text);
+    if (mark.length != 0) _encoding = mark.encoding;
+    _data.assign(text, mark.length, std::string::npos);
+    if (_encoding == EncodingUTF8) NString::Normalize(FormNFC);
+}
+
+NString::NString(const NWideString& text) : _encoding(EncodingUTF8) {
+    const bool swappedMark = !text.empty() && text.front() == 0xFFFE;
+    _data = _utf8FromWide(text.c_str() + (swappedMark ? 1 : 0));
+}
+
+NString::NString(const NWideChar* text) : _data(_utf8FromWide(text)), _encoding(EncodingUTF8) {}
+
+NString::NString(const char* text) {
+    if (text == nullptr) return;
+    const std::string_view bytes(text);
+    const ByteOrderMark mark = MarkOf(bytes);
+    if (mark.encoding == EncodingUTF16) {
+        _data = _utf8FromWideBytes(text + mark.length);
+        _encoding = EncodingUTF8;
+        return;
+    }
+    _data = bytes.substr(mark.length);
+    _encoding = mark.encoding;
+    if (_encoding == EncodingUTF8) NString::Normalize(FormNFC);
+}
+
+NString::NString(const char* text, NStringEncoding encoding) : _encoding(encoding) {
+    if (encoding == EncodingUTF16) {
+        _data = _utf8FromWideBytes(text);
+        _encoding = EncodingUTF8;
+        return;
+    }
+    const std::string_view bytes(text);
+    _data = bytes.substr(MarkOf(bytes).length);
+    if (encoding == EncodingUTF8) NString::Normalize(FormNFC);
+}
+
+NString::NString(const unsigned char* counted)
+    : NString(counted, MarkOf(_countedText(counted)).encoding) {}
+
+NString::NString(const unsigned char* counted, NStringEncoding encoding) : _encoding(encoding) {
+    const std::string_view bytes = _countedText(counted);
+    _data = bytes.substr(MarkOf(bytes).length);
+    if (encoding == EncodingUTF8) NString::Normalize(FormNFC);
+}
+
+NString::~NString() = default;
+
+NString& NString::operator=(const NString& other) {
+    _data = other._data;
+    _encoding = other._encoding;
+    _cache.clear();
+    return *this;
+}
+
+// The other assignments reach the one above through the virtual table: a subclass sees them all.
+
+NString& NString::operator=(const std::string& text) {
+    return *this = NString(text);
+}
+
+NString& NString::operator=(const unsigned char* counted) {
+    return *this = NString(counted);
+}
+
+NString& NString::operator=(const char* text) {
+    return *this = NString(text);
+}
+
+void NString::SetData(const unsigned char* counted, NStringEncoding encoding) {
+    *this = NString(counted, encoding);
+}
+
+void NString::SetData(const char* text, NStringEncoding encoding) {
+    *this = NString(text, encoding);
+}
+
+void NString::SetData(const std::string& text, NStringEncoding fallback) {
+    *this = NString(text, fallback);
+}
+
+void NString::SetData(const unsigned char* counted) {
+    *this = NString(counted);
+}
+
+void NString::SetData(const NWideChar* text) {
+    *this = NString(text);
+}
+
+void NString::SetData(const char* text) {
+    *this = NString(text);
+}
+
+void NString::SetData(const NWideString& text) {
+    *this = NString(text);
+}
+
+void NString::SetData(const std::string& text) {
+    *this = NString(text);
+}
+
+void NString::SetBytes(const char* bytes, std::size_t length, NStringEncoding encoding) {
+    _data.assign(bytes, length);
+    _encoding = encoding;
+    _cache.clear();
+    if (encoding == EncodingUTF8) Normalize(FormNFC);
+}
+
+void NString::SetBytes(const NWideChar* chars, std::size_t count) {
+    *this = NString(NWideString(chars, count));
+}
+
+void NString::SetBytes(const char* bytes, std::size_t length) {
+    *this = NString(std::string(bytes, length));
+}
