@@ -43,8 +43,8 @@ NativeName NativeFileName(const NWideString& name);
 /// Folders that the system sets aside for applications; the values are those of the shell's CSIDL.
 enum class Folder { AppData = 26, CommonAppData = 35, CommonDocuments = 46 };
 
-/// Full name of such a folder, or an empty text if the system has none. Off Windows the user's folder
-/// is made, for the user alone, where it is missing.
+/// Full name of such a folder, or an empty text if the system has none. Off Windows the user's
+/// folder is made, for the user alone, where it is missing.
 NWideString SpecialFolder(Folder folder);
 
 /// Full path of the running program in the system's narrow encoding; empty if the system won't say.
@@ -62,6 +62,17 @@ std::FILE* OpenForWriting(const NWideString& name);
 
 /// Suspends the calling thread.
 void SleepMilliseconds(std::uint32_t milliseconds);
+
+/// Makes what a Poco::NamedMutex of this name finds in place and so doesn't own. POCO's object,
+/// where it made the system's lock itself, removes it at its own end, under the feet of all other
+/// users. Failures are left to POCO, which meets and reports them next. Does nothing on Windows,
+/// where the system counts the users.
+void PrepareNamedMutex(const std::string& name);
+
+/// Whether a Poco::NamedMutex may be held by the calling thread although locking it has thrown. So
+/// it is on Windows, which hands over the lock of a dead thread and reports the death with one
+/// answer.
+bool FailedNamedLockMayHold();
 
 /// Calls `cleanUp(object)` when the library is unloaded or the process ends normally: last come,
 /// first called, in one order with the destructors of the library's static objects. May be called

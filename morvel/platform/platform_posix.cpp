@@ -4,6 +4,8 @@
 #include <pwd.h>
 #include <strings.h>
 #include <sys/file.h>
+#include <sys/ipc.h>
+#include <sys/sem.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -26,6 +28,11 @@ int __cxa_atexit(void (*function)(void*), void* argument, void* library) noexcep
 namespace morvel::platform {
 
 namespace {
+
+union semun {  // left to the caller by the C library
+    int val;
+    semid_ds* buf;
+};
 
 constexpr char32_t Replacement = 0xFFFD;
 constexpr char32_t Malformed = 0xFFFFFFFF;
@@ -121,6 +128,38 @@ std::string userDataFolder() {
     }
     makeFolders(folder);
     return folder;
+}
+
+// Gives up after a second: any user who may read a file in /tmp may also hold its lock for good.
+void lockForAMoment(int file) {
+    for (int attempt = 0; attempt < 1000; ++attempt) {
+        if (flock(file, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) {
+            return;
+        }
+        SleepMilliseconds(1);
+    }
+}
+
+// Finds or makes the System V semaphore and sees to it that it isn't left at 0, where it begins.
+// One that nobody has ever locked or unlocked and that is still at 0 was made by a process that
+// died before it could set it.
+void makeSemaphore(key_t key) {
+    int semaphore = semget(key, 1, 0666 | IPC_CREAT | IPC_EXCL);
+    if (semaphore < 0 && errno == EEXIST) {
+        semaphore = semget(key, 1, 0);
+        semid_ds status;
+        semun argument;
+        argument.buf = &status;
+        if (semaphore < 0 || semctl(semaphore, 0, IPC_STAT, argument) != 0 ||
+            status.sem_otime != 0 || semctl(semaphore, 0, GETVAL) != 0) {
+            return;
+        }
+    }
+    if (semaphore >= 0) {
+        semun argument;
+        argument.val = 1;
+        semctl(semaphore, 0, SETVAL, argument);
+    }
 }
 
 }  // namespace
@@ -236,6 +275,26 @@ std::FILE* OpenForWriting(const NWideString& name) {
 
 void SleepMilliseconds(std::uint32_t milliseconds) {
     std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));  // signals don't end it
+}
+
+void PrepareNamedMutex(const std::string& name) {
+    // The file, its mode, the key and the mode of the semaphore are those of POCO's class.
+    const std::string fileName = "/tmp/" + name + ".mutex";
+    const int file = open(fileName.c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0644);
+    if (file < 0) {
+        return;
+    }
+    lockForAMoment(file);  // two processes that come at once must not both set the semaphore
+    const key_t key = ftok(fileName.c_str(), 'p');
+    if (key != -1) {
+        makeSemaphore(key);
+    }
+    flock(file, LOCK_UN);  // also for a child that was forked meanwhile and shares the open file
+    close(file);
+}
+
+bool FailedNamedLockMayHold() {
+    return false;
 }
 
 void AtUnload(void (*cleanUp)(void*), void* object) {
