@@ -1,0 +1,15 @@
+#pragma once
+
+#include <tests/support/TestServer.h>
+
+namespace morvel::test {
+
+/// As TestServer, but over TLS, under the name "localhost" and with a certificate of that name
+/// which is made at construction and which nobody has signed. Url() begins with
+/// "https://localhost". Throws std::runtime_error if the command `openssl` isn't there to make it.
+class TlsTestServer : public TestServer {
+public:
+    TlsTestServer();
+};
+
+}  // namespace morvel::test
