@@ -1,0 +1,87 @@
+#include <morvel/files/NFile.h>
+
+#include <Poco/File.h>
+
+#include <morvel/files/translation.h>
+#include <morvel/platform/platform.h>
+
+// POCO's headers may have brought windows.h in.
+#undef CreateDirectory
+#undef CreateFile
+
+namespace {
+
+Poco::File _pocoFile(NString path) {  // by value: the copy is what gets converted
+    path.ConvertTo(EncodingUTF8);
+    return Poco::File(path.Data());
+}
+
+}  // namespace
+
+NFile::NFile(const NString& path) {
+    _path = NPath(path);
+}
+
+NFile::~NFile() = default;
+
+bool NFile::CreateFile() const {
+    try {
+        return _pocoFile(_path).createFile();
+    } catch (...) {
+        return false;  // by contract; who needs the reason calls CreateDirectories or opens the
+                       // file
+    }
+}
+
+bool NFile::CreateDirectory() const {
+    try {
+        return _pocoFile(_path).createDirectory();
+    } catch (...) {
+        return false;  // by contract, as above
+    }
+}
+
+void NFile::CreateDirectories() const {
+    try {
+        _pocoFile(_path).createDirectories();
+    } catch (...) {
+        morvel::ThrowTranslated();
+    }
+}
+
+NTimestamp NFile::CreationTime() const {
+    try {
+        std::int64_t seconds = 0;
+        if (morvel::platform::CreationTime(_path.Wide(), &seconds)) {
+            // Unsigned, for the sake of a file system with absurd stamps: wraps instead of
+            // overflowing.
+            return NTimestamp(
+                static_cast<std::int64_t>(static_cast<std::uint64_t>(seconds) * 1000000));
+        }
+    } catch (...) {  // a timestamp of 0 says that nobody knows
+    }
+    return NTimestamp(0);
+}
+
+bool NFile::Exists() const {
+    try {
+        return !_path.IsEmpty() && _pocoFile(_path).exists();
+    } catch (...) {
+        return false;  // a denied or malformed path is a plain no
+    }
+}
+
+void NFile::Remove(bool recursive) const {
+    if (_path.IsEmpty()) {
+        return;
+    }
+    try {
+        _pocoFile(_path).remove(recursive);
+    } catch (...) {
+        morvel::ThrowTranslated();
+    }
+}
+
+bool NFile::SetPermissions(std::uint32_t) const {
+    return false;
+}

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <string>
+
+#include <morvel/text/NString.h>
+
+/// A text that knows the structure of a path.
+///
+///     NPath log = NPath::AppDataFolder().Append("Example").MakeDirectory().Append("run.log");
+///     log.Parent();               // the folder, with its closing separator
+///     log.BaseName();             // "run"
+///     log.SetExtension("old");    // in place: .../run.old
+///
+/// The text is kept as it was given, neither checked nor tidied. The operations below read it in
+/// the style of the platform, and what they give is in that style too: its separator, a folder ends
+/// with one, "." and "x/.." inside are gone. A last part without a closing separator counts as a
+/// file.
+///
+/// Results are in this path's own encoding; Append alone may widen it. Except for Absolute and the
+/// three folders nothing asks the disk. On Windows each operation on the structure throws
+/// Poco::PathSyntaxException, the path unchanged, for a text that is no path; elsewhere any text is
+/// one.
+///
+/// A value with the threading rules of NString; the operations marked const only read.
+class MORVEL_API NPath : public NString {
+public:
+    NPath();
+    NPath(const NString& text);  ///< The bytes and the encoding of `text`.
+    NPath(const char* text);
+    NPath(const std::string& bytes, NStringEncoding encoding);
+    NPath(const char* bytes, NStringEncoding encoding);  ///< REQUIRES: `bytes` is not null.
+    NPath(const NPath& other);
+    NPath(NPath&& other) noexcept;
+    ~NPath() override;
+
+    using NString::operator=;
+    NPath& operator=(const NPath& other);
+    NPath& operator=(NPath&& other) noexcept;
+
+    NPath Absolute() const;  ///< Seen from the current folder.
+
+    /// Adds `other` in place, this path being read as a folder whatever its end, and `other` as
+    /// relative. The encoding becomes the higher of the two by number. Narrow text counts as
+    /// EncodingSystem unless it begins with a mark.
+    NPath& Append(const NString& other);
+    NPath& Append(const std::string& other);
+    NPath& Append(const char* other);
+
+    NString BaseName() const;  ///< The file name up to its last dot; empty for a folder.
+
+    /// Whether the text names a file: isn't empty and doesn't end in a separator. What the disk has
+    /// under that name isn't asked.
+    bool IsFile() const;
+
+    NPath& MakeDirectory();  ///< In place: the file name becomes the last folder.
+    NPath& MakeFile();       ///< In place: the last folder becomes the file name.
+    NPath Parent() const;    ///< The folder that holds the file or folder.
+
+    /// In place: replaces the extension or adds one, without the dot; an empty one takes it away.
+    void SetExtension(const NString& extension);
+
+    /// The folders for application data of the user and of all users, and for documents of all
+    /// users, each with a closing separator; empty if the system has none. Only the user's own is
+    /// writable for sure. Off Windows: $XDG_DATA_HOME, else ~/.local/share, made if missing;
+    /// /var/lib; /usr/local/share.
+    static NPath AppDataFolder();
+    static NPath CommonAppDataFolder();
+    static NPath CommonDocumentsFolder();
+};
