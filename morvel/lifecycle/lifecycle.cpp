@@ -10,6 +10,7 @@
 
 #include <morvel/base/NBaseObject.h>
 #include <morvel/base/NErrorHandler.h>
+#include <morvel/time/NDateTime.h>
 
 // A reference, bound without any code. It is here for the sake of <iostream>: the header brings an
 // initialiser along, which makes the standard streams ready for all that follows.
@@ -17,6 +18,23 @@ std::ostream& NErrorHandler::_standardError = std::cerr;
 
 // The record of the root class.
 const NClassRecord NBaseObject::_record("NBaseObject", sizeof(NBaseObject), nullptr, nullptr);
+
+// Date patterns, in the syntax that POCO's formatter and parser share, and names.
+const std::string NDateTime::_patterns[] = {
+    "%Y-%m-%dT%H:%M:%S%z",       // ISO 8601
+    "%w, %e %b %y %H:%M:%S %Z",  // RFC 822
+    "%w, %e %b %Y %H:%M:%S %Z",  // RFC 1123
+    "%w, %d %b %Y %H:%M:%S %Z",  // HTTP
+    "%W, %e-%b-%y %H:%M:%S %Z",  // RFC 850
+    "%W, %e %b %y %H:%M:%S %Z",  // RFC 1036
+    "%w %b %f %H:%M:%S %Y",      // asctime
+    "%Y-%m-%d %H:%M:%S",         // sortable
+};
+const std::string NDateTime::_dayNames[] = {"Sunday",   "Monday", "Tuesday", "Wednesday",
+                                            "Thursday", "Friday", "Saturday"};
+const std::string NDateTime::_monthNames[] = {"January",   "February", "March",    "April",
+                                              "May",       "June",     "July",     "August",
+                                              "September", "October",  "November", "December"};
 
 // Where exceptions end that an operation must not let through.
 Poco::FastMutex NErrorHandler::_mutex;

@@ -1,0 +1,102 @@
+#include <morvel/time/NDateTime.h>
+
+#include <string_view>
+
+#include <Poco/DateTime.h>
+#include <Poco/DateTimeFormatter.h>
+#include <Poco/DateTimeParser.h>
+#include <Poco/LocalDateTime.h>
+#include <Poco/Timestamp.h>
+
+#include <morvel/text/NString.h>
+
+namespace {
+
+// The wall clock, read as if it were UTC.
+NTimestamp localNow() {
+    return Poco::LocalDateTime().timestamp().epochMicroseconds();
+}
+
+NTimestamp fromParts(int year, int month, int day, int hour, int minute, int second,
+                     int millisecond, int microsecond) {
+    try {
+        const Poco::DateTime parts(year, month, day, hour, minute, second, millisecond,
+                                   microsecond);
+        return Poco::Timestamp::fromUtcTime(parts.utcTime()).epochMicroseconds();
+    } catch (...) {
+        return localNow();
+    }
+}
+
+// Whether the parser of POCO would look for a number.
+bool asksForNumber(const std::string& format) {
+    constexpr std::string_view letters = "defmnoyYrHhMSsicF";
+    for (std::size_t i = 0; i + 1 < format.size(); ++i) {
+        if (format[i] == '%' && letters.find(format[++i]) != letters.npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool hasDigit(const std::string& text) {
+    return text.find_first_of("0123456789") != std::string::npos;
+}
+
+}  // namespace
+
+NDateTime::NDateTime() : NDateTime(localNow()) {}
+
+NDateTime::NDateTime(const NTimestamp& timestamp) : _timestamp(timestamp) {
+    _refresh();
+}
+
+NDateTime::NDateTime(std::int32_t year, std::int32_t month, std::int32_t day, std::int32_t hour,
+                     std::int32_t minute, std::int32_t second, std::int32_t millisecond,
+                     std::int32_t microsecond)
+    : NDateTime(fromParts(year, month, day, hour, minute, second, millisecond, microsecond)) {}
+
+// The factor is that of 100-nanosecond intervals, and yet both numbers count microseconds.
+NDateTime::NDateTime(std::int64_t base, std::int64_t difference)
+    : NDateTime(NTimestamp(static_cast<std::int64_t>(
+          static_cast<std::uint64_t>(base) + static_cast<std::uint64_t>(difference) * 10))) {}
+
+NDateTime::~NDateTime() = default;
+
+std::string NDateTime::Format(const NDateTime& dateTime, const std::string& format,
+                              std::int32_t timeZoneDifferential) {
+    // There and back changes nothing, but far from 1582 it wraps, as the reading itself does.
+    const NTimestamp timestamp = NTimestamp::FromUtcTime(dateTime._timestamp.UtcTime());
+    return Poco::DateTimeFormatter::format(Poco::Timestamp(timestamp.Value()), format,
+                                           timeZoneDifferential);
+}
+
+NDateTime NDateTime::Parse(const std::string& format, const std::string& text,
+                           std::int32_t& timeZoneDifferential) {
+    try {
+        const NString converter(text);
+        const std::string& converted = converter.Converted(EncodingSystem);
+        // POCO would read every number of a text without digits as 0 and so find the year 0.
+        if (hasDigit(converted) || !asksForNumber(format)) {
+            const Poco::DateTime parts =
+                Poco::DateTimeParser::parse(format, converted, timeZoneDifferential);
+            return NDateTime(parts.year(), parts.month(), parts.day(), parts.hour(), parts.minute(),
+                             parts.second(), parts.millisecond(), parts.microsecond());
+        }
+    } catch (...) {
+        // Whatever it was, the text could not be read.
+    }
+    return NDateTime();
+}
+
+void NDateTime::_refresh() {
+    const Poco::DateTime parts{Poco::Timestamp(_timestamp.Value())};
+    _year = parts.year();
+    _month = parts.month();
+    _day = parts.day();
+    _hour = parts.hour();
+    _minute = parts.minute();
+    _second = parts.second();
+    _millisecond = parts.millisecond();
+    _microsecond = parts.microsecond();
+}
