@@ -10,6 +10,7 @@
 
 #include <morvel/base/NBaseObject.h>
 #include <morvel/base/NErrorHandler.h>
+#include <morvel/documents/NXML.h>
 #include <morvel/time/NDateTime.h>
 
 // A reference, bound without any code. It is here for the sake of <iostream>: the header brings an
@@ -18,6 +19,10 @@ std::ostream& NErrorHandler::_standardError = std::cerr;
 
 // The record of the root class.
 const NClassRecord NBaseObject::_record("NBaseObject", sizeof(NBaseObject), nullptr, nullptr);
+
+// The record of the only other class that has one. NDataContainer stands between, without one.
+const NClassRecord NXML::_record(
+    "NXML", sizeof(NXML), []() -> NBaseObject* { return new NXML; }, &NBaseObject::Record);
 
 // Date patterns, in the syntax that POCO's formatter and parser share, and names.
 const std::string NDateTime::_patterns[] = {

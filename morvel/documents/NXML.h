@@ -1,0 +1,139 @@
+#pragma once
+
+#include <cstdint>
+#include <iosfwd>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include <morvel/base/NBaseObject.h>
+#include <morvel/documents/NDataContainer.h>
+
+namespace pugi {
+class xml_document;
+class xml_node;
+}  // namespace pugi
+
+/// A document stored as XML. What its operations do is told in NDataContainer; here stands what XML
+/// adds to it.
+///
+/// Reading keeps elements, attributes, text and CDATA sections. Declarations, comments, processing
+/// instructions, the document type and text of white space alone are dropped. The encoding is found
+/// out from the bytes and the declaration. Writing gives UTF-8 without a byte-order mark, line
+/// feeds alone as line ends, one tab for a level in the indented layout.
+///
+/// A document that can't be parsed fails in three ways: LoadFile reports a KelXMLParseException to
+/// NErrorHandler, LoadStream throws a KelXMLElementException, FromText just returns false. The
+/// former document is gone then in each case, and what was read up to the error stands in its
+/// place.
+///
+/// Each save with a declaration adds it to the document, in front of those that are there already,
+/// and nothing but CreateRoot or a new document takes it out again: save twice, and two are
+/// written.
+///
+/// Besides what is said at each operation, nothing is thrown but std::bad_alloc; where memory runs
+/// out inside the XML library, the operation returns false. Names and values end at their first
+/// NUL. Depth of a document costs no stack. An indented text of a deep document is long, though: it
+/// grows with the square of the depth.
+///
+/// Another container given to an operation must be an NXML; any other counts as one without a
+/// document, and as a target is refused with false. It may be the object itself.
+class MORVEL_API NXML : public NDataContainer {
+public:
+    NXML();  ///< Without a document.
+    NXML(const NXML&) = delete;
+    ~NXML() override;
+
+    const NClassRecord* ClassRecord() const override;
+
+    /// The record of this class; with a factory.
+    static const NClassRecord* Record();
+
+    /// What goes to NErrorHandler, with the document as it was for the first two:
+    /// KelInvalidArgumentException for an empty path or one that ends in a separator,
+    /// KelFileNotFoundException for a missing file, KelXMLParseException for a malformed document
+    /// and for a file that can't be opened, a folder among them.
+    bool LoadFile(const std::string& path, bool silent) override;
+
+    /// Throws KelXMLElementException for a malformed document and for a stream that has failed, and
+    /// passes on what `stream` throws. `silent` has no meaning here.
+    bool LoadStream(std::istream& stream, bool silent) override;
+
+    std::int32_t CreateRoot(const std::string& name) override;
+
+    /// Indented, with a declaration. Throws KelPathNotFoundException for every file that can't be
+    /// written, whatever the reason; the declaration that was added stays.
+    bool SaveFile(const std::string& path) override;
+
+    /// Doesn't look at the state of `stream`: ask it afterwards whether all was written.
+    bool SaveStream(std::ostream& stream, std::uint32_t flags) override;
+
+    /// An index past the last child node gives true and, in `out`, a document without a root; an
+    /// index below -1 means the first child. Where that is text, `out` has the text and no root.
+    bool GetElement(const std::string& path, NDataContainer* out,
+                    std::int32_t index) const override;
+    bool GetElements(const std::string& path, NDataContainerArray& array) const override;
+
+    /// False with nothing changed also where the array holds a container that is no NXML.
+    bool AppendElements(const std::string& path, const NDataContainerArray& array) override;
+    bool ReplaceElement(const std::string& path, const NDataContainer* source) override;
+
+    using NDataContainer::SetValue;
+    bool SetValue(const std::string& path, const std::string& value) override;
+    bool SetAttributes(const std::string& path, const NAttributeList& list) override;
+    bool GetAttributes(const std::string& path, NAttributeList& list) const override;
+    bool SetAttribute(const std::string& path, const std::string& name,
+                      const std::string& value) override;
+    bool RemoveAttribute(const std::string& path, const std::string& name) override;
+    bool RemoveAttributes(const std::string& path) override;
+    bool RemoveElementsByName(const std::string& path, NNameList names) override;
+    bool RemoveElement(const std::string& path, std::int32_t index) override;
+    bool ForEachElement(const std::string& path, NElementCallback callback) const override;
+    std::int32_t CountNodes() const override;  ///< Declarations that a save has added count too.
+    using NDataContainer::operator=;
+
+    /// From a container that is no NXML nothing is taken, and the document stays. From one without
+    /// a document comes an empty one.
+    void Assign(const NDataContainer& source, std::int32_t reserved) override;
+
+    /// True without a root element, and with one that has neither child nor attribute.
+    bool IsEmpty() const override;
+    void Clear() override;  ///< Discards the document.
+    std::string RootName() const override;
+    std::string RootValue() const override;
+    const NAttributeList& RootAttributes() const override;
+
+    /// False for a root element whose name has a dot in it: it is looked up as a path.
+    using NDataContainer::GetRootAttribute;
+    bool GetRootAttribute(const std::string& name, std::string& out) const override;
+
+    /// As GetElements, of the elements alone that have at least one of the attributes in `filter`,
+    /// its name in any case, its value byte for byte. An empty filter lets all pass.
+    virtual bool FindElements(const std::string& path, NDataContainerArray& array,
+                              const NAttributeList& filter) const;
+
+    virtual bool GetRootName(std::string& out) const;  ///< RootName() into `out`; always true.
+
+    virtual NXML& operator=(const NXML& other);  ///< As the form for any container.
+
+    /// As SetValue, but an element that it creates gets its value as a CDATA section. One that is
+    /// there already gets plain text.
+    virtual bool SetValueCData(const std::string& path, const std::string& value);
+
+    /// Null if the document has no root element, else the document itself, which lives until the
+    /// next call that is not const. Meant as a truth value.
+    const pugi::xml_document* HasRoot() const;
+
+private:
+    static const NClassRecord _record;
+
+    pugi::xml_node _findElement(std::string_view path) const;
+    pugi::xml_node _findElement(std::string_view path, pugi::xml_node* parent) const;
+    pugi::xml_node _root() const;
+    bool _setValue(const std::string& path, const std::string& value, bool cdata);
+    void _addDeclaration();
+    void _newDocument();
+
+    std::unique_ptr<pugi::xml_document> _document;
+    mutable NAttributeList _attributes;  // behind RootAttributes
+};

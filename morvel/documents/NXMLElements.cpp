@@ -1,0 +1,344 @@
+// Elements, attributes and values: finding them by path, reading and editing them. The document as
+// a whole is in NXML.cpp.
+#include <morvel/documents/NXML.h>
+
+#include <algorithm>
+#include <cctype>
+#include <utility>
+
+#include <pugixml.hpp>
+
+#include <morvel/documents/DottedPath.h>
+
+namespace {
+
+char _lower(char c) {
+    return static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+}
+
+// Whether the names are equal but for case, as the C library's locale has it.
+bool _sameName(std::string_view name, const char* other) {
+    for (const char c : name) {
+        if (*other == '\0' || (c != *other && _lower(c) != _lower(*other))) {
+            return false;
+        }
+        ++other;
+    }
+    return *other == '\0';
+}
+
+void _fold(std::string& name) {
+    std::transform(name.begin(), name.end(), name.begin(), _lower);
+}
+
+pugi::xml_node _findChild(std::string_view name, pugi::xml_node node) {
+    pugi::xml_node child = node.first_child();
+    while (child && !_sameName(name, child.name())) {
+        child = child.next_sibling();
+    }
+    return child;
+}
+
+pugi::xml_attribute _findAttribute(std::string_view name, pugi::xml_node node) {
+    pugi::xml_attribute attribute = node.first_attribute();
+    while (attribute && !_sameName(name, attribute.name())) {
+        attribute = attribute.next_attribute();
+    }
+    return attribute;
+}
+
+// The child node at `index`; a null node past the last one. Every index below 1 is the first.
+pugi::xml_node _childAt(pugi::xml_node node, std::int32_t index) {
+    pugi::xml_node child = node.first_child();
+    for (; child && index > 0; --index) {
+        child = child.next_sibling();
+    }
+    return child;
+}
+
+// Appends the attributes of `node` to `out`; false for a null node.
+bool _collectAttributes(pugi::xml_node node, NAttributeList& out) {
+    for (const pugi::xml_attribute attribute : node.attributes()) {
+        out.emplace_back(attribute.name(), attribute.value());
+    }
+    return !node.empty();
+}
+
+// Whether any pair of `filter` is an attribute of `node`.
+bool _passes(pugi::xml_node node, const NAttributeList& filter) {
+    for (const pugi::xml_attribute attribute : node.attributes()) {
+        for (const auto& [name, value] : filter) {
+            if (_sameName(name, attribute.name()) && value == attribute.value()) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+// Removes all that is below `top`, leaves first: pugixml removes a subtree by recursion, one frame
+// for each level, and a document of some hundred thousand levels would use up the stack.
+void _removeChildren(pugi::xml_node top) {
+    pugi::xml_node node = top;
+    while (true) {
+        if (const pugi::xml_node child = node.first_child()) {
+            node = child;
+        } else if (node == top) {
+            return;
+        } else {
+            pugi::xml_node parent = node.parent();
+            parent.remove_child(node);
+            node = parent;
+        }
+    }
+}
+
+// Removes `node` with all that is below it; false for a null node.
+bool _remove(pugi::xml_node node) {
+    _removeChildren(node);
+    return node.parent().remove_child(node);
+}
+
+}  // namespace
+
+pugi::xml_node NXML::_findElement(std::string_view path) const {
+    pugi::xml_node parent;
+    return _findElement(path, &parent);
+}
+
+// A name that isn't found doesn't end the walk: the next one is looked for at the top again, so
+// that `a.missing.a` is the root element `a`. `*parent` becomes what the path without its last name
+// leads to, null for a path of one name.
+pugi::xml_node NXML::_findElement(std::string_view path, pugi::xml_node* parent) const {
+    pugi::xml_node current;
+    if (!_document) {
+        return current;
+    }
+    morvel::DottedPath names(path);
+    std::string dotted;
+    for (std::string_view name; names.Next(&name);) {
+        *parent = current;
+        if (name.empty()) {
+            continue;
+        }
+        if (const std::size_t bar = name.find('|'); bar != std::string_view::npos) {
+            dotted = name;
+            dotted[bar] = '.';
+            name = dotted;
+        }
+        current = _findChild(name, current ? current : *_document);
+    }
+    return current;
+}
+
+bool NXML::GetElement(const std::string& path, NDataContainer* out, std::int32_t index) const {
+    pugi::xml_node node = _findElement(path);
+    if (!node) {
+        return false;
+    }
+    if (index != -1) {
+        if (!node.first_child()) {
+            return false;
+        }
+        node = _childAt(node, index);
+    }
+    if (out == nullptr) {
+        return true;
+    }
+    auto* target = dynamic_cast<NXML*>(out);
+    if (target == nullptr) {
+        return false;
+    }
+    auto copy = std::make_unique<pugi::xml_document>();
+    copy->append_copy(node);
+    if (target->_document) {
+        target->Clear();  // only now: it may be this object
+    }
+    target->_document = std::move(copy);
+    return true;
+}
+
+bool NXML::GetElements(const std::string& path, NDataContainerArray& array) const {
+    return FindElements(path, array, NAttributeList());
+}
+
+bool NXML::AppendElements(const std::string& path, const NDataContainerArray& array) {
+    pugi::xml_node node = _findElement(path);
+    const auto isXml = [](const NDataContainer* source) {
+        return dynamic_cast<const NXML*>(source) != nullptr;
+    };
+    if (!node || !std::all_of(array.begin(), array.end(), isXml)) {
+        return false;
+    }
+    for (const NDataContainer* source : array) {
+        // pugixml refuses to copy a null node, that of a source without a root element.
+        if (!node.append_copy(static_cast<const NXML*>(source)->_root())) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool NXML::ReplaceElement(const std::string& path, const NDataContainer* source) {
+    pugi::xml_node parent;
+    const pugi::xml_node node = _findElement(path, &parent);
+    if (node) {
+        parent = node.parent();
+    }
+    const auto* xml = dynamic_cast<const NXML*>(source);
+    // The copy comes first: what is replaced may be all or part of the source.
+    if (!parent || xml == nullptr || !parent.append_copy(xml->_root())) {
+        return false;
+    }
+    return !node || _remove(node);
+}
+
+bool NXML::SetValue(const std::string& path, const std::string& value) {
+    return _setValue(path, value, false);
+}
+
+bool NXML::SetAttributes(const std::string& path, const NAttributeList& list) {
+    pugi::xml_node node;
+    if (list.empty() || !(node = _findElement(path))) {
+        return false;
+    }
+    bool allSet = true;
+    for (const auto& [name, value] : list) {
+        pugi::xml_attribute attribute = _findAttribute(name, node);
+        if (!attribute) {
+            attribute = node.append_attribute(name.c_str());
+        }
+        allSet = attribute.set_value(value.data(), value.size()) && allSet;
+    }
+    return allSet;
+}
+
+bool NXML::GetAttributes(const std::string& path, NAttributeList& list) const {
+    const pugi::xml_node node = _findElement(path);
+    return node.first_attribute() && _collectAttributes(node, list);
+}
+
+bool NXML::SetAttribute(const std::string& path, const std::string& name,
+                        const std::string& value) {
+    return SetAttributes(path, NAttributeList{{name, value}});
+}
+
+bool NXML::RemoveAttribute(const std::string& path, const std::string& name) {
+    return _findElement(path).remove_attribute(name.c_str());
+}
+
+bool NXML::RemoveAttributes(const std::string& path) {
+    return _findElement(path).remove_attributes();
+}
+
+bool NXML::RemoveElementsByName(const std::string& path, NNameList names) {
+    std::for_each(names.begin(), names.end(), _fold);
+    std::sort(names.begin(), names.end());
+    bool removed = false;
+    std::string name;
+    for (pugi::xml_node child = _findElement(path).first_child(); child;) {
+        const pugi::xml_node next = child.next_sibling();
+        name = child.name();
+        _fold(name);
+        if (std::binary_search(names.begin(), names.end(), name)) {
+            removed = _remove(child) || removed;
+        }
+        child = next;
+    }
+    return removed;
+}
+
+bool NXML::RemoveElement(const std::string& path, std::int32_t index) {
+    const pugi::xml_node node = _findElement(path);
+    if (index != -1) {
+        return _remove(_childAt(node, index));
+    }
+    return node != _root() && _remove(node);
+}
+
+bool NXML::ForEachElement(const std::string& path, NElementCallback callback) const {
+    if (callback == nullptr) {
+        return false;
+    }
+    NDataContainerArray elements;
+    if (!FindElements(path.empty() ? RootName() : path, elements, NAttributeList())) {
+        return false;
+    }
+    for (const NDataContainer* element : elements) {
+        callback(element->RootName(), nullptr);
+    }
+    return true;
+}
+
+std::string NXML::RootName() const {
+    return _root().name();
+}
+
+std::string NXML::RootValue() const {
+    return _root().first_child().value();
+}
+
+const NAttributeList& NXML::RootAttributes() const {
+    _attributes.clear();
+    try {
+        _collectAttributes(_root(), _attributes);
+    } catch (...) {
+        // memory ran out: the caller gets what was collected so far
+    }
+    return _attributes;
+}
+
+bool NXML::GetRootAttribute(const std::string& name, std::string& out) const {
+    // `out` may be `name` itself, so it is emptied only when the name has done its work.
+    const pugi::xml_attribute attribute = _findAttribute(name, _findElement(RootName()));
+    out = attribute.value();
+    return !attribute.empty();
+}
+
+bool NXML::FindElements(const std::string& path, NDataContainerArray& array,
+                        const NAttributeList& filter) const {
+    bool found = false;
+    for (const pugi::xml_node child : _findElement(path).children()) {
+        if (child.type() != pugi::node_element || (!filter.empty() && !_passes(child, filter))) {
+            continue;
+        }
+        auto element = std::make_unique<NXML>();
+        element->_document = std::make_unique<pugi::xml_document>();
+        element->_document->append_copy(child);
+        array.push_back(element.get());
+        element.release();
+        found = true;
+    }
+    return found;
+}
+
+bool NXML::GetRootName(std::string& out) const {
+    out = RootName();
+    return true;
+}
+
+bool NXML::SetValueCData(const std::string& path, const std::string& value) {
+    return _setValue(path, value, true);
+}
+
+// An element that is there gets plain text, whatever `cdata` says.
+bool NXML::_setValue(const std::string& path, const std::string& value, bool cdata) {
+    pugi::xml_node parent;
+    pugi::xml_node node = _findElement(path, &parent);
+    if (node) {
+        _removeChildren(node);
+        return node.text().set(value.data(), value.size());
+    }
+    // The new element is named by the last name of the path as it stands: a `|` is none but in a
+    // search.
+    std::string_view last;
+    for (morvel::DottedPath names(path); names.Next(&last);) {
+    }
+    node = parent.append_child(std::string(last).c_str());
+    if (node.append_child(cdata ? pugi::node_cdata : pugi::node_pcdata)
+            .set_value(value.data(), value.size())) {
+        return true;
+    }
+    parent.remove_child(node);  // memory ran out: no half-made element stays
+    return false;
+}
