@@ -44,6 +44,10 @@ std::unique_ptr<Poco::TextEncoding> _pocoEncoding(NStringEncoding encoding) {
     return nullptr;
 }
 
+bool _isOfBytes(NStringEncoding encoding) {
+    return encoding <= EncodingUTF8;
+}
+
 std::int32_t _codePage(std::int32_t codePage) {
     return codePage < 0 ? platform::CodePageUtf8 : codePage;
 }
@@ -79,6 +83,10 @@ std::string _base64(const char* bytes, std::size_t count) {
 bool NString::ConvertTo(NStringEncoding encoding) {
     if (_encoding == EncodingUTF8) Normalize(FormNFC);
     if (_encoding == encoding) return true;
+    if (_isOfBytes(_encoding) && _isOfBytes(encoding) && morvel::IsAsciiText(_data)) {
+        _encoding = encoding;  // the way through the converters would give the same bytes
+        return true;
+    }
 
     const std::unique_ptr<Poco::TextEncoding> source = _pocoEncoding(_encoding);
     const std::unique_ptr<Poco::TextEncoding> target = _pocoEncoding(encoding);
