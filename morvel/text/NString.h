@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <morvel/base/NBaseObject.h>
@@ -175,7 +176,9 @@ public:
     virtual long long Find(const std::string& text, std::size_t pos) const;
 
     /// Position of the last match that starts no later than `fromEnd` bytes before the last byte, cut
-    /// to 32 bits; 0xFFFFFFFF for no match, where Find has -1 in 64 bits.
+    /// to 32 bits; 0xFFFFFFFF for no match, where Find has -1 in 64 bits. With a `fromEnd` of the
+    /// length or more the search starts at the end of the text. An empty needle is found where the
+    /// search starts.
     virtual std::uint32_t ReverseFind(const char* text, std::size_t fromEnd) const;
     virtual std::uint32_t ReverseFind(const std::string& text, std::size_t fromEnd) const;
 
@@ -228,7 +231,8 @@ public:
     /// The writers of numbers replace the whole text and set the tag to EncodingSystem, but for SetList,
     /// which leaves the tag. Without a precision a floating number gets the fewest digits that read
     /// back as the same value; with one it is fixed, halves away from zero, a negative precision
-    /// counts as 0, and the text is empty for a magnitude of 1e60 or more or a precision above 60.
+    /// counts as 0, and the text is empty for a finite magnitude of 1e60 or more or a precision above
+    /// 60.
     virtual void SetNumber(double value);
     virtual void SetNumber(double value, int precision);
     virtual void SetNumber(float value);
@@ -259,13 +263,13 @@ public:
     virtual void SetPair(NPair32 pair);
 
     /// The plain readers leave the text alone and read 0 from what isn't a number, is out of range or
-    /// empty. Commas are separators of thousands: "1,5" reads as 15.
+    /// empty. Commas are separators of thousands: "1,5" reads as 15. ToFloat reads a double and narrows
+    /// it: a number out of the range of float becomes an infinity.
     virtual double ToDouble() const;
     virtual float ToFloat() const;
     virtual std::int32_t ToInt() const;
 
-    /// The first four bytes as a big-endian number.
-    /// REQUIRES: the text has four bytes.
+    /// The first four bytes as a big-endian number; a byte that the text lacks counts as 0.
     virtual std::uint32_t ToFourCC() const;
 
     /// What SetVersion wrote; a field that is no number counts as 0. Fields are not masked: a minor
@@ -306,7 +310,8 @@ public:
     virtual std::uint32_t ToList(unsigned char* out) const;
     virtual std::vector<std::int32_t> ToList() const;
 
-    /// A new text, printed as std::printf would; empty for a null `format`. The object takes no part.
+    /// A new text, printed as std::printf would, up to the first NUL and without a mark at its head;
+    /// empty for a null `format`. The object takes no part.
     virtual NString Format(const char* format, ...) const MORVEL_PRINTF_LIKE(2, 3);
 
     virtual std::uint32_t ToUInt() const;
@@ -362,6 +367,11 @@ public:
     static std::int32_t ParseInt(const std::string& text);
 
 private:
+    void _setSystemText(std::string text) {
+        _data = std::move(text);
+        _encoding = EncodingSystem;
+    }
+
     std::string _data;
     mutable std::string _cache;
     NStringEncoding _encoding = EncodingSystem;
