@@ -1,0 +1,117 @@
+#include <morvel/files/NFileStream.h>
+
+#include <ios>
+
+#include <Poco/Exception.h>
+#include <Poco/File.h>
+
+#include <morvel/base/NErrorHandler.h>
+#include <morvel/base/NException.h>
+#include <morvel/files/NFileStreamBuf.h>
+
+namespace {
+
+constexpr std::ios::openmode openModes[] = {
+    std::ios::out,                                 // ModeWrite
+    std::ios::in,                                  // ModeRead
+    std::ios::in | std::ios::out,                  // ModeReadWrite
+    std::ios::in | std::ios::out | std::ios::app,  // ModeAppend
+    std::ios::in | std::ios::out | std::ios::ate,  // ModeReadWriteAtEnd
+    std::ios::in | std::ios::binary,               // ModeReadBinary
+};
+
+constexpr std::ios::openmode bothWays = std::ios::in | std::ios::out;
+
+bool _isFolder(const std::string& name) {
+    try {
+        return Poco::File(name).isDirectory();
+    } catch (const Poco::Exception&) {
+        return false;  // gone again since it was opened
+    }
+}
+
+// The result of `operation` cut to 32 bits, 0 where it fails. Platforms differ in which failures
+// throw and which return something below 0.
+template <class Operation>
+int _resultOf(Operation operation) {
+    try {
+        const std::streamoff result = operation();
+        return result < 0 ? 0 : static_cast<int>(result);
+    } catch (const NException& e) {
+        NErrorHandler::Handle(e);
+    } catch (...) {  // 0 is all that the caller is to learn
+    }
+    return 0;
+}
+
+}  // namespace
+
+NFileStreamBuf::NFileStreamBuf() = default;
+NFileStreamBuf::~NFileStreamBuf() = default;
+
+NFileStream::NFileStream() = default;
+
+NFileStream::~NFileStream() {
+    Close();
+}
+
+int NFileStream::Open(const NFile& file, int mode) {
+    try {
+        _buf = new NFileStreamBuf;
+        NString path(file.Path());
+        const std::string& name = path.Converted(EncodingUTF8);
+        _buf->open(name, openModes[mode]);
+        // Some systems open a folder for reading, and only the first read would fail.
+        if (_isFolder(name)) {
+            throw Poco::OpenFileException(name);
+        }
+        return 0;
+    } catch (const NException& e) {
+        NErrorHandler::Handle(e);
+    } catch (...) {  // -1 is all that the caller is to learn
+    }
+    delete _buf;
+    _buf = nullptr;
+    return -1;
+}
+
+void NFileStream::Close() {
+    if (_buf != nullptr) {
+        _buf->close();
+        delete _buf;
+        _buf = nullptr;
+    }
+}
+
+int NFileStream::Read(void* buffer, int count) {
+    if (_buf == nullptr || count <= 0) {
+        return 0;
+    }
+    return _resultOf([&] { return _buf->readFromDevice(static_cast<char*>(buffer), count); });
+}
+
+int NFileStream::Write(const void* buffer, int count) {
+    if (_buf == nullptr || count <= 0) {
+        return 0;
+    }
+    return _resultOf([&] { return _buf->writeToDevice(static_cast<const char*>(buffer), count); });
+}
+
+int NFileStream::Seek(int position) {
+    if (_buf == nullptr) {
+        return 0;
+    }
+    return _resultOf([&] { return std::streamoff(_buf->seekpos(position, bothWays)); });
+}
+
+int NFileStream::Size() {
+    if (_buf == nullptr) {
+        return 0;
+    }
+    return _resultOf([&] {
+        const std::streamoff position = _buf->seekoff(0, std::ios::cur, bothWays);
+        const std::streamoff size = _buf->seekoff(0, std::ios::end, bothWays);
+        _buf->seekoff(position, std::ios::beg, bothWays);
+        return size;
+    });
+}

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <morvel/base/NBaseObject.h>
+#include <morvel/files/NFile.h>
+
+class NFileStreamBuf;
+
+/// A file that is read and written by plain calls with integer results. Each call goes straight to
+/// the file: nothing is buffered here and nothing needs flushing, so small pieces cost a system
+/// call each.
+///
+///     NFileStream in;
+///     if (in.Open(NFile(NString("data.bin")), NFileStream::ModeReadBinary) == 0) {
+///         std::vector<char> bytes(in.Size());
+///         const bool whole = in.Read(bytes.data(), in.Size()) == in.Size();
+///     }
+///
+/// Failures show in the result alone, 0 or for Open -1, whatever their reason. Positions, sizes and
+/// counts have 32 bits: of a larger file Seek and Size give the low 32 bits.
+///
+/// Used by one thread at a time. The destructor closes a stream that is open.
+class MORVEL_API NFileStream : public NBaseObject {
+public:
+    /// None of the modes empties an existing file, and bytes are never translated. All but the two
+    /// for reading alone make a file that is missing.
+    enum Mode : int {
+        ModeWrite = 0,
+        ModeRead = 1,
+        ModeReadWrite = 2,
+        ModeAppend = 3,          ///< Reads anywhere, always writes at the end.
+        ModeReadWriteAtEnd = 4,  ///< Starts at the end.
+        ModeReadBinary = 5,
+    };
+
+    NFileStream();
+    NFileStream(const NFileStream&) = delete;
+    NFileStream& operator=(const NFileStream&) = delete;
+    ~NFileStream() override;
+
+    /// 0, or -1 with the stream closed. A folder can't be opened.
+    ///
+    /// An open stream must be closed first: otherwise its file stays open and out of reach to the
+    /// end of the process, and its buffer is leaked. REQUIRES: `mode` is one of Mode.
+    int Open(const NFile& file, int mode);
+
+    void Close();  ///< Does nothing while closed.
+
+    /// How many bytes were read into or written from `buffer` at the position, which moves on by as
+    /// many. Fewer than `count` at the end of the file or on a full disk; 0 for a `count` that
+    /// isn't positive.
+    int Read(void* buffer, int count);
+    int Write(const void* buffer, int count);
+
+    /// Moves to `position` bytes from the head and returns it. A write behind the end fills the gap
+    /// with zeros.
+    int Seek(int position);
+
+    int Size();  ///< In bytes. Leaves the position where it was.
+
+private:
+    NFileStreamBuf* _buf = nullptr;
+};

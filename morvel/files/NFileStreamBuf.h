@@ -1,0 +1,17 @@
+#pragma once
+
+#include <Poco/FileStream.h>
+
+#include <morvel/platform/config.h>
+
+/// The stream buffer under NFileStream, with the two operations that go straight to the file within
+/// reach: they take no part in the buffering of the base class and move its file position only.
+/// The one public header that needs POCO's own; morvel.h leaves it out.
+class MORVEL_API NFileStreamBuf : public Poco::FileStreamBuf {
+public:
+    NFileStreamBuf();
+    ~NFileStreamBuf() override;  ///< Closes the file if it is open.
+
+    using Poco::FileStreamBuf::readFromDevice;
+    using Poco::FileStreamBuf::writeToDevice;
+};
