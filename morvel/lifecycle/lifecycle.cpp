@@ -5,17 +5,24 @@
 // goes.
 
 #include <iostream>
+#include <random>
+#include <string>
 
 #include <Poco/Mutex.h>
 
 #include <morvel/base/NBaseObject.h>
 #include <morvel/base/NErrorHandler.h>
 #include <morvel/documents/NXML.h>
+#include <morvel/ids/process.h>
+#include <morvel/sync/NMutex.h>
 #include <morvel/time/NDateTime.h>
 
 // A reference, bound without any code. It is here for the sake of <iostream>: the header brings an
 // initialiser along, which makes the standard streams ready for all that follows.
 std::ostream& NErrorHandler::_standardError = std::cerr;
+
+// The lock that the library offers to the application.
+NMutex NMutex::_process;
 
 // The record of the root class.
 const NClassRecord NBaseObject::_record("NBaseObject", sizeof(NBaseObject), nullptr, nullptr);
@@ -44,3 +51,9 @@ const std::string NDateTime::_monthNames[] = {"January",   "February", "March", 
 // Where exceptions end that an operation must not let through.
 Poco::FastMutex NErrorHandler::_mutex;
 NErrorHandler* NErrorHandler::_handler = NErrorHandler::DefaultHandler();
+
+// What identifiers are usually made of, and the generator that draws them.
+const std::string morvel::identifierAlphabet(
+    "_-0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ");
+nanoid::crypto_random<std::mt19937> morvel::identifierGenerator{
+    std::mt19937{std::random_device{}()}};

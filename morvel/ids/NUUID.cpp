@@ -1,0 +1,19 @@
+#include <morvel/ids/NUUID.h>
+
+#include <morvel/ids/nanoid.h>
+
+NUUID::NUUID() = default;
+NUUID::~NUUID() = default;
+
+std::int32_t NUUID::Generate(std::string alphabet, std::uint32_t size) {
+    try {
+        _value = nanoid::generate(alphabet, size);
+        return 0;
+    } catch (...) {
+        return -1;  // the reason is for callers of nanoid::generate
+    }
+}
+
+std::string NUUID::Value() const {
+    return _value;
+}

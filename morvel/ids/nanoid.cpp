@@ -1,0 +1,85 @@
+#include <morvel/ids/nanoid.h>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <new>
+#include <stdexcept>
+
+#include <morvel/ids/process.h>
+
+namespace nanoid {
+
+namespace {
+
+// The smallest 2^k - 1 that covers all indexes below `count`, and 1 for a single symbol.
+unsigned int _mask(std::size_t count) {
+    unsigned int mask = 1;
+    while (mask < count - 1) {
+        mask = mask << 1 | 1;
+    }
+    return mask;
+}
+
+// How many random bytes to draw at a time: the number that is needed on average, and 60 % more.
+// Always evaluated in this order, in double precision, so that a source sees the same request
+// everywhere.
+double _step(unsigned int mask, unsigned long long size, std::size_t count) {
+    return std::ceil(1.6 * mask * static_cast<double>(size) / static_cast<double>(count));
+}
+
+}  // namespace
+
+crypto_random_base::~crypto_random_base() = default;
+
+template class crypto_random<std::mt19937>;
+
+const std::string& default_alphabet() {
+    return morvel::identifierAlphabet;
+}
+
+std::string generate(const std::string& alphabet, unsigned long long size) {
+    return generate(morvel::identifierGenerator, alphabet, size);
+}
+
+std::string generate(crypto_random_base& source, const std::string& alphabet,
+                     unsigned long long size) {
+    const std::size_t count = alphabet.size();
+    if (count == 0 || count > 255) {
+        throw std::invalid_argument("alphabet must contain between 1 and 255 symbols.");
+    }
+    if (size == 0) {
+        throw std::invalid_argument("size must be greater than zero.");
+    }
+    const unsigned int mask = _mask(count);
+
+    std::string result;
+    if (size > result.max_size()) {
+        throw std::bad_alloc();
+    }
+    result.assign(static_cast<std::size_t>(size), '_');
+    // Whatever there was memory for leaves a step far below 2^64, so that the conversion is
+    // defined.
+    const std::size_t length = static_cast<std::size_t>(_step(mask, size, count));
+    const std::unique_ptr<unsigned char[]> buffer(new unsigned char[length]());
+
+    // Something is stored for every byte, and what a rejected one stored is overwritten by the
+    // next: so no branch depends on the random bits.
+    char symbols[256] = {};
+    std::copy(alphabet.begin(), alphabet.end(), symbols);
+    char* at = &result[0];
+    const char* const end = at + result.size();
+    for (;;) {
+        source.next_bytes(buffer.get(), length);
+        for (std::size_t i = 0; i < length; ++i) {
+            const unsigned int index = buffer[i] & mask;
+            *at = symbols[index];
+            at += index < count;
+            if (at == end) {
+                return result;
+            }
+        }
+    }
+}
+
+}  // namespace nanoid
