@@ -14,6 +14,7 @@
 #include <morvel/base/NErrorHandler.h>
 #include <morvel/documents/NXML.h>
 #include <morvel/ids/process.h>
+#include <morvel/lifecycle/NLogOwner.h>
 #include <morvel/sync/NMutex.h>
 #include <morvel/time/NDateTime.h>
 
@@ -23,6 +24,11 @@ std::ostream& NErrorHandler::_standardError = std::cerr;
 
 // The lock that the library offers to the application.
 NMutex NMutex::_process;
+
+// The log's owner, which switches the log on or leaves it off.
+namespace {
+NLogOwner logOwner;
+}
 
 // The record of the root class.
 const NClassRecord NBaseObject::_record("NBaseObject", sizeof(NBaseObject), nullptr, nullptr);

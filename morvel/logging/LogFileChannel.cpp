@@ -1,0 +1,98 @@
+#include <morvel/logging/LogFileChannel.h>
+
+#include <Poco/ArchiveStrategy.h>
+#include <Poco/Ascii.h>
+#include <Poco/File.h>
+#include <Poco/FileStream.h>
+#include <Poco/Message.h>
+#include <Poco/Path.h>
+
+namespace morvel {
+namespace {
+// The bytes that a value of the property `rotation` stands for; 0 if it isn't a size.
+std::uint64_t sizeOf(const std::string& rotation) {
+    std::uint64_t size = 0;
+    std::string unit;
+    for (const char c : rotation) {
+        if (Poco::Ascii::isDigit(c)) {
+            size = size * 10 + static_cast<std::uint64_t>(c - '0');
+        } else if (!Poco::Ascii::isSpace(c)) {
+            unit += c;
+        }
+    }
+    if (unit.empty()) return size;
+    if (unit == "K") return size * 1024;
+    if (unit == "M") return size * 1024 * 1024;
+    return 0;
+}
+
+bool endsInMidLine(const std::string& path) {
+    Poco::FileInputStream in(path);
+    in.seekg(-1, std::ios::end);
+    return in && in.get() != '\n';
+}
+}  // namespace
+
+LogFileChannel::LogFileChannel() = default;
+
+LogFileChannel::~LogFileChannel() = default;
+
+void LogFileChannel::open() {}
+
+void LogFileChannel::close() {
+    _file.reset();
+}
+
+void LogFileChannel::log(const Poco::Message& message) {
+    WriteLine(message.getText());
+}
+
+void LogFileChannel::setProperty(const std::string& name, const std::string& value) {
+    Poco::FileChannel::setProperty(name, value);
+    if (name == PROP_ROTATION) {
+        _rotationSize = sizeOf(value);
+    }
+}
+
+void LogFileChannel::WriteLine(const std::string& text) {
+    try {
+        if (!_file) {
+            _open();
+        }
+        if (_rotationSize != 0 && _file->size() >= _rotationSize) {
+            _rotate();
+        }
+        _file->write(text);
+    } catch (...) {
+        _file.reset();  // its stream stays failed; the next line starts with a fresh one
+        _torn = true;
+    }
+}
+
+void LogFileChannel::_open() {
+    _file = std::make_unique<Poco::LogFile>(path());
+    if (_torn && endsInMidLine(path())) {
+        _file->write("");
+    }
+    _torn = false;
+}
+
+void LogFileChannel::_rotate() {
+    _file.reset();
+    try {
+        // Whoever removed the folder took the file along, and there is nothing to archive.
+        Poco::File(Poco::Path(path()).parent()).createDirectories();
+        if (Poco::File(path()).exists()) {
+            Poco::ArchiveByNumberStrategy strategy;
+            _file.reset(strategy.archive(new Poco::LogFile(path())));
+            purge();
+        }
+    } catch (...) {
+        // it can't be archived: it grows on, and the next line tries again
+    }
+    if (!_file) {
+        _open();
+    }
+}
+
+}  // namespace morvel

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include <Poco/FileChannel.h>
+#include <Poco/LogFile.h>
+
+namespace morvel {
+
+/// POCO's file channel, as far as properties, file, archives and purging go, with an outcome for
+/// each failure: what can't be written is lost, nothing is thrown and nothing else is harmed. The
+/// base class would go on with a deleted file when archiving fails, and archive an empty file for
+/// each line that a full disk refuses. It takes no lock, so that a thread cut off in it leaves none
+/// behind.
+///
+/// Rotates by size only ("10 M", "500 K", "1000000") and archives by number. One thread at a time.
+class LogFileChannel : public Poco::FileChannel {
+public:
+    LogFileChannel();
+
+    void open() override;   ///< Does nothing: the file is opened for the first line.
+    void close() override;  ///< The next line opens the file again.
+    void log(const Poco::Message& message) override;
+    void setProperty(const std::string& name, const std::string& value) override;
+
+    /// Writes one line; never throws.
+    void WriteLine(const std::string& text);
+
+protected:
+    ~LogFileChannel() override;
+
+private:
+    void _open();
+    void _rotate();
+
+    std::unique_ptr<Poco::LogFile> _file;
+    std::uint64_t _rotationSize = 0;  // 0: never
+    bool _torn = false;               // a write failed, and may have left a part of its line behind
+};
+
+}  // namespace morvel

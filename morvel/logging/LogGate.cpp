@@ -1,0 +1,94 @@
+#include <morvel/logging/LogGate.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+#include <morvel/logging/LogAsyncChannel.h>
+#include <morvel/platform/platform.h>
+#include <morvel/platform/worker.h>
+
+namespace morvel {
+namespace {
+constexpr std::chrono::seconds Patience(5);
+
+std::atomic<int> inside{0};
+std::atomic<bool> closed{false};
+std::atomic<bool> forksGuarded{false};
+
+// False if the patience ended first.
+template <class Condition>
+bool waitFor(Condition isMet) {
+    for (int turn = 0; turn < 100; ++turn) {
+        if (isMet()) {
+            return true;
+        }
+        std::this_thread::yield();
+    }
+    const auto end = std::chrono::steady_clock::now() + Patience;
+    while (std::chrono::steady_clock::now() < end) {
+        if (isMet()) {
+            return true;
+        }
+        platform::SleepMilliseconds(1);
+    }
+    return false;
+}
+
+bool tryEnter() {
+    ++inside;
+    if (!closed) {
+        return true;
+    }
+    --inside;
+    return false;
+}
+
+void close() {
+    waitFor([] { return !closed.exchange(true); });
+    waitFor([] { return inside == 0; });
+}
+
+void beforeFork() {
+    close();
+    LogAsyncChannel::PauseAll();
+}
+
+void afterForkInParent() {
+    LogAsyncChannel::ResumeAll();
+    closed = false;
+}
+
+void afterForkInChild() {
+    LogAsyncChannel::ResumeAllInChild();
+    inside = 0;
+    closed = false;
+}
+}  // namespace
+
+LogGate::Pass::Pass() {
+    if (!tryEnter() && !waitFor(tryEnter)) {
+        ++inside;
+    }
+}
+
+LogGate::Pass::~Pass() {
+    --inside;
+}
+
+LogGate::Closure::Closure() {
+    close();
+}
+
+LogGate::Closure::~Closure() {
+    closed = false;
+}
+
+void LogGate::GuardForks() {
+    if (!forksGuarded.exchange(true) &&
+        !platform::AtFork(beforeFork, afterForkInParent, afterForkInChild)) {
+        forksGuarded = false;  // memory was short; the next log tries again
+    }
+}
+
+}  // namespace morvel

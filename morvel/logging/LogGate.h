@@ -1,0 +1,34 @@
+#pragma once
+
+namespace morvel {
+
+/// Keeps callers that log apart from the moments that they must not meet: POCO's loggers and
+/// formatters can't be used while they are set up or shut down, and a fork must find no lock of
+/// theirs taken. Passes go side by side and cost two atomic additions; a closure is alone.
+///
+/// No wait is for ever. A thread that the end of a process cut off inside, and a caller that closes
+/// the gate from inside a pass, cost a few seconds and the protection, not a hang.
+class LogGate {
+public:
+    /// Held while a line goes through POCO's loggers.
+    struct Pass {
+        Pass();
+        ~Pass();
+        Pass(const Pass&) = delete;
+        Pass& operator=(const Pass&) = delete;
+    };
+
+    /// Held while the loggers are changed. Not recursive.
+    struct Closure {
+        Closure();
+        ~Closure();
+        Closure(const Closure&) = delete;
+        Closure& operator=(const Closure&) = delete;
+    };
+
+    /// From now on each fork of the process waits until no line is on its way and every writer is
+    /// between two lines.
+    static void GuardForks();
+};
+
+}  // namespace morvel

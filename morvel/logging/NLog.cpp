@@ -1,0 +1,195 @@
+#include <morvel/logging/NLog.h>
+
+#include <memory>
+#include <mutex>
+#include <string_view>
+
+#include <Poco/AutoPtr.h>
+#include <Poco/FormattingChannel.h>
+#include <Poco/LocalDateTime.h>
+#include <Poco/Logger.h>
+#include <Poco/Message.h>
+#include <Poco/PatternFormatter.h>
+
+#include <morvel/files/NFile.h>
+#include <morvel/logging/LogAsyncChannel.h>
+#include <morvel/logging/LogFileChannel.h>
+#include <morvel/logging/LogGate.h>
+#include <morvel/platform/platform.h>
+
+using morvel::LogAsyncChannel;
+using morvel::LogFileChannel;
+using morvel::LogGate;
+
+namespace {
+constexpr int Dropped = 0;
+constexpr struct {
+    std::string_view word;
+    int priority;
+} Levels[] = {
+    {"INFO", Poco::Message::PRIO_INFORMATION}, {"DEBUG", Dropped},
+    {"WARNING", Poco::Message::PRIO_WARNING},  {"FATAL", Poco::Message::PRIO_FATAL},
+    {"ERROR", Poco::Message::PRIO_ERROR},      {"CRITICAL", Poco::Message::PRIO_CRITICAL},
+    {"NOTICE", Poco::Message::PRIO_NOTICE},    {"INFORMATION", Poco::Message::PRIO_INFORMATION},
+    {"TRACE", Poco::Message::PRIO_TRACE},
+};
+
+// The mark makes NString read the bytes as UTF-8 on every platform.
+NPath _folderName() {
+    return NPath(NString("\xEF\xBB\xBFTarnwick Software"));
+}
+
+// Neither needs code at load, and both can be used again while the exit list runs.
+std::mutex defaultLock;
+NLog* defaultLog = nullptr;
+
+void _deleteDefaultLog(void*) {
+    NLog* log;
+    {
+        const std::lock_guard<std::mutex> lock(defaultLock);
+        log = defaultLog;
+        defaultLog = nullptr;
+    }
+    delete log;
+}
+}  // namespace
+
+std::atomic<NLog*> NLog::_instance{nullptr};
+
+NLog::NLog() : _level(Poco::Message::PRIO_TRACE), _configured(false) {
+    _name = NPath(morvel::platform::ExecutablePath().c_str()).BaseName();
+    _path = NPath::AppDataFolder();
+    _path.ConvertTo(EncodingUTF8);
+    _path.Append(_folderName());
+    NFile(_path.Absolute()).CreateDirectory();
+    _rotation = "10 M";
+    _archive = "number";
+    _purgeAge = "24 hours";
+}
+
+NLog::~NLog() {
+    try {
+        // Held until the gate is open again: whoever logs need not wait while the queue is written.
+        Poco::Channel::Ptr chain;
+        const LogGate::Closure closure;
+        NLog* self = this;
+        _instance.compare_exchange_strong(self, nullptr);
+        chain = Poco::Logger::root().getChannel();
+        Poco::Logger::root().setChannel(nullptr);
+        Poco::Logger::shutdown();
+    } catch (...) {
+        // a destructor has nobody to tell
+    }
+}
+
+void NLog::SetName(const NString& name) {
+    _name = name;
+}
+
+NLog* NLog::Get() {
+    return _instance;
+}
+
+NLog* NLog::Set(NLog* log) {
+    return _instance.exchange(log);
+}
+
+NLog* NLog::DefaultLog() {
+    const std::lock_guard<std::mutex> lock(defaultLock);
+    if (defaultLog == nullptr) {
+        morvel::platform::AtUnload(_deleteDefaultLog, nullptr);
+        defaultLog = new NLog;
+    }
+    return defaultLog;
+}
+
+void NLog::Write(const std::string& level, const std::string& text) {
+    for (const auto& row : Levels) {
+        if (level == row.word) {
+            if (row.priority != Dropped) {
+                _write(row.priority, text);
+            }
+            return;
+        }
+    }
+}
+
+void NLog::Information(const std::string& text) {
+    _write(Poco::Message::PRIO_INFORMATION, text);
+}
+
+void NLog::_write(int priority, const std::string& text) {
+    while (_instance != nullptr) {
+        {
+            const LogGate::Pass pass;
+            const NLog* const log = _instance;
+            if (log == nullptr) {
+                return;
+            }
+            if (log->_configured) {
+                const std::string& name = log->_name.Data();
+                Poco::Logger::get(name).log(
+                    Poco::Message(name, text, static_cast<Poco::Message::Priority>(priority)));
+                return;
+            }
+        }
+        // Two first lines may meet here. POCO's formatter and loggers can't be set up and used at
+        // the same time, so the other one waits and then finds the chain complete.
+        const LogGate::Closure closure;
+        if (NLog* const log = _instance) {
+            log->_configure();
+        }
+    }
+}
+
+void NLog::_configure() {
+    if (_configured) {
+        return;
+    }
+    _configured = true;
+    LogGate::GuardForks();
+
+    Poco::AutoPtr<LogFileChannel> file(new LogFileChannel);
+    Poco::AutoPtr<LogAsyncChannel> writer(new LogAsyncChannel(file));
+
+    NPath fileName(_name);
+    fileName.SetExtension(NString("log"));
+    NPath path(_path);
+    path.ConvertTo(EncodingUTF8);
+    if (path.IsEmpty()) {
+        path = NPath::AppDataFolder();
+        path.ConvertTo(EncodingUTF8);
+        path.Append(_folderName()).MakeDirectory();
+        path.ConvertTo(EncodingUTF8);
+    }
+    path.Append(fileName).MakeFile();
+    path.ConvertTo(EncodingUTF8);
+    file->setProperty(LogFileChannel::PROP_PATH, path.Data());
+    file->setProperty(LogFileChannel::PROP_ROTATION, _rotation.Data());
+    file->setProperty(LogFileChannel::PROP_ARCHIVE, _archive.Data());
+    file->setProperty(LogFileChannel::PROP_PURGEAGE, _purgeAge.Data());
+
+    Poco::AutoPtr<Poco::PatternFormatter> formatter(new Poco::PatternFormatter);
+    formatter->setProperty(Poco::PatternFormatter::PROP_PATTERN, "%t");
+    Poco::AutoPtr<Poco::FormattingChannel> chain(
+        new Poco::FormattingChannel(formatter, writer));
+    const Poco::LocalDateTime now;
+
+    // Ahead of the logger's first use, because a new logger takes over the root's channel.
+    Poco::Logger::root().setChannel(chain);
+    Poco::Logger& logger = Poco::Logger::get(_name.Data());
+
+    const NString text;
+    const std::string stars(53, '*');
+    logger.information(stars);
+    logger.information("* - Log System -\t\t\t\t\t\t\t\t\t ");
+    logger.information(text.Format("* Creation date: %d/%d/%d at %d:%d:%d", now.day(), now.month(),
+                                   now.year(), now.hour(), now.minute(), now.second())
+                           .Data());
+    logger.information(text.Format("* Name: %s", _name.CStr()).Data());
+    logger.information("*" + std::string(52, ' '));
+    logger.information(stars);
+
+    logger.setLevel(_level);
+    formatter->setProperty(Poco::PatternFormatter::PROP_PATTERN, "%Y/%n/%e - [%w] - %H:%M:%S - %t");
+}

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+
+#include <morvel/files/NPath.h>
+#include <morvel/text/NString.h>
+
+/// The process-wide log: off, unless `morvel.log` stood in the folder `Tarnwick Software` under the
+/// user's application data when the library was loaded. Lines are written through NLogMessage:
+///
+///     NLOG("NOTICE", "morvel - %d orders sent", count);
+///
+/// The first line builds the log's chain and its thread, which alone touches the file: a caller
+/// formats its line and queues it. Lines stand in the file in the order in which one thread wrote
+/// them. At 10 megabytes the file becomes `morvel.log.0`, that one `morvel.log.1` and so on;
+/// archives older than 24 hours are removed at the next such moment. A line that can't be written
+/// is lost without a report; unloading the library and ending the process write what is queued. A
+/// forked child goes on in the same file, and leaves the lines that the parent queued to the
+/// parent.
+///
+/// The chain hangs off the root logger of POCO, where the host's own logging may hang too: deleting
+/// any NLog takes the root logger's channel away and forgets all loggers. Names, priorities and
+/// channels are POCO's.
+///
+/// Any thread may call the static operations but Set, which is for moments when no other thread
+/// logs.
+class MORVEL_API NLog : public NBaseObject {
+public:
+    /// Makes the folder, but for its parents, if it isn't there; nobody learns if that fails. The
+    /// log is named after the running program, and is not in force.
+    NLog();
+    NLog(const NLog&) = delete;
+    NLog& operator=(const NLog&) = delete;
+
+    /// Waits until the lines queued so far are written, closes the file and shuts POCO's logging
+    /// down, also if this log was never in force. If it is, no log is in force afterwards.
+    ~NLog() override;
+
+    /// Name of the logger and of the file, which gets the extension "log" in place of its own. To
+    /// be set before the first line.
+    void SetName(const NString& name);
+
+    static NLog* Get();  ///< The log in force; null means that logging is off.
+
+    /// Puts `log` in force, null for none, and returns the one before. The caller keeps ownership.
+    static NLog* Set(NLog* log);
+
+    /// A log of the library's own, made on first demand and named after the running program. It
+    /// isn't in force until Set says so. The library deletes it when it is unloaded.
+    static NLog* DefaultLog();
+
+    /// Writes `text` at the priority that the level word stands for: "INFO" or "INFORMATION",
+    /// "WARNING", "FATAL", "ERROR", "CRITICAL", "NOTICE", "TRACE", spelled exactly so. "DEBUG" and
+    /// all other words drop the text. Throws what POCO throws on the caller's thread, memory
+    /// exhaustion mostly.
+    static void Write(const std::string& level, const std::string& text);
+
+    static void Information(const std::string& text);  ///< As Write at "INFORMATION".
+
+private:
+    friend class NLogOwner;
+
+    static void _write(int priority, const std::string& text);
+    void _configure();
+
+    NString _name;
+    NPath _path;
+    NString _rotation;
+    NString _archive;
+    NString _purgeAge;
+    std::int32_t _level;
+    bool _configured;
+
+    static std::atomic<NLog*> _instance;
+};

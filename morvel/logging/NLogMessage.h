@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include <morvel/base/NBaseObject.h>
+
+/// One line for the log, composed on the stack and written when the object dies. Most code uses the
+/// macro NLOG; the class itself serves a line that is put together in several pieces:
+///
+///     NLogMessage line(__FILE__, __LINE__, __func__, "NOTICE");
+///     line.Format("morvel - reply of %zu bytes", size);
+///     if (late) line.Format(", late");
+///     // NOTICE [File: Client.cpp Line: 42]<tab>"morvel - reply of 512 bytes, late"
+///
+/// The line is composed even when no log is in force. An object belongs to one thread.
+class MORVEL_API NLogMessage : public NBaseObject {
+public:
+    /// `file` is shown from behind its last (, / or \. `level` is one of the words of NLog::Write;
+    /// with "FATAL" the line shows `function`.
+    NLogMessage(const std::string& file, std::int32_t line, const std::string& function,
+                const std::string& level);
+    NLogMessage(const NLogMessage&) = delete;
+    NLogMessage& operator=(const NLogMessage&) = delete;
+
+    /// Composes the line and hands it to NLog::Write; ends the process if that throws.
+    ~NLogMessage() override;
+
+    /// Adds text as std::printf would print it. Of more than 2,048 characters the first 2,047 are
+    /// kept, with "2048" behind them as a mark; of exactly 2,048 the last is lost without one. An
+    /// empty result, and a format that can't be printed, add a notice with the format in its place.
+    void Format(const char* format, ...) MORVEL_PRINTF_LIKE(2, 3);
+
+private:
+    std::string _file;
+    std::int32_t _line;
+    std::string _function;
+    std::string _level;
+    std::string _message;  // the caller's text
+    std::string _text;     // the whole line
+};
+
+/// Writes one line from here: NLOG("WARNING", "morvel - %s: %d", name, code). Level and format are
+/// texts, the rest are the arguments of the format.
+#define NLOG(level, ...) NLogMessage(__FILE__, __LINE__, __func__, (level)).Format(__VA_ARGS__)

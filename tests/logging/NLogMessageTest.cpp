@@ -1,0 +1,135 @@
+#include <morvel/logging/NLogMessage.h>
+
+#include <string>
+
+#include <gmock/gmock.h>
+
+#include <morvel/base/NErrorHandler.h>
+#include <tests/logging/LogInForce.h>
+
+using morvel::test::LineOf;
+using testing::EndsWith;
+using testing::StartsWith;
+
+namespace {
+std::string FormattedLine(const std::string& text) {
+    return LineOf([&] {
+        NLogMessage message("f", 1, "g", "INFO");
+        message.Format("%s", text.c_str());
+    });
+}
+
+// The format is no constant here: compilers object to an empty one.
+std::string LineOfFormat(const char* format, const char* argument = "") {
+    return LineOf([&] {
+        NLogMessage message("f", 1, "g", "INFO");
+        message.Format(format, argument);
+    });
+}
+}  // namespace
+
+TEST(NLogMessage, ComposesFileLineFunctionAndLevel) {
+    const struct {
+        const char* why;
+        const char* file;
+        std::int32_t line;
+        const char* level;
+        const char* expected;
+    } rows[] = {
+        {"full path", "/home/a/Foo.cpp", 42, "NOTICE", "NOTICE [File: Foo.cpp Line: 42]\t\"x\"\n"},
+        {"the other separator", "c:\\src\\Foo.cpp", 7, "INFO",
+         "INFO [File: Foo.cpp Line: 7]\t\"x\"\n"},
+        {"both", "c:\\src/a\\b", 7, "INFO", "INFO [File: b Line: 7]\t\"x\"\n"},
+        {"no separator", "Foo.cpp", 1, "ERROR", "ERROR [File: Foo.cpp Line: 1]\t\"x\"\n"},
+        {"ends in a separator", "/a/b/", 1, "TRACE", "TRACE [File:  Line: 1]\t\"x\"\n"},
+        {"no file", "", -5, "CRITICAL", "CRITICAL [File:  Line: -5]\t\"x\"\n"},
+        {"parenthesis behind the last separator", "/a/b.cpp(inner)", 1, "WARNING",
+         "WARNING [File: inner) Line: 1]\t\"x\"\n"},
+        {"parenthesis before it", "/a(1)/b.cpp", 1, "WARNING",
+         "WARNING [File: b.cpp Line: 1]\t\"x\"\n"},
+        {"no digits grouped", "a", 1234567, "INFORMATION",
+         "INFORMATION [File: a Line: 1234567]\t\"x\"\n"},
+        {"function shown", "/a/b.cpp", 3, "FATAL", "FATAL [File: b.cpp at: run Line: 3]\t\"x\"\n"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.why);
+        const std::string line = LineOf([&] {
+            NLogMessage message(row.file, row.line, "run", row.level);
+            message.Format("%c", 'x');
+        });
+        EXPECT_EQ(line, row.expected);
+    }
+}
+
+TEST(NLogMessage, KeepsTextsUpTo2047CharactersAndMarksLongerOnesFrom2049) {
+    const std::string head = "INFO [File: f Line: 1]\t\"";
+    const struct {
+        std::size_t length;
+        std::size_t kept;
+        const char* mark;
+    } rows[] = {
+        {1, 1, ""},           {2046, 2046, ""},     {2047, 2047, ""},       {2048, 2047, ""},
+        {2049, 2047, "2048"}, {3000, 2047, "2048"}, {100000, 2047, "2048"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.length);
+        std::string text;
+        for (std::size_t i = 0; i < row.length; ++i) {
+            text += static_cast<char>('a' + i % 26);
+        }
+        EXPECT_EQ(FormattedLine(text), head + text.substr(0, row.kept) + row.mark + "\"\n");
+    }
+}
+
+TEST(NLogMessage, ReportsAFormatThatGivesNothing) {
+    const std::string notice =
+        "INFO [File: f Line: 1]\t\"\n\tERROR LOG MSG NOTIFICATION: Failure to parse successfully "
+        "the "
+        "message";
+    EXPECT_EQ(LineOfFormat(""), notice + "\"\"\n\"\n");
+    EXPECT_EQ(LineOfFormat("%s", ""), notice + "\"%s\"\n\"\n");
+}
+
+TEST(NLogMessage, JoinsTextsWithoutASeparator) {
+    const std::string line = LineOf([] {
+        NLogMessage message("f", 1, "g", "INFO");
+        message.Format("%d", 1);
+        message.Format("%s %d\n", "two", 3);
+        message.Format("%%n %s", "four");
+    });
+    EXPECT_EQ(line, "INFO [File: f Line: 1]\t\"1two 3\n%n four\"\n");
+}
+
+TEST(NLogMessage, WithoutTextEndsInTheTab) {
+    EXPECT_EQ(LineOf([] { NLogMessage("f", 1, "g", "INFO"); }), "INFO [File: f Line: 1]\t\n");
+}
+
+TEST(NLogMessage, MacroTakesThePlaceOfTheCall) {
+    const int line = __LINE__ + 1;
+    const std::string plain = LineOf([] { NLOG("FATAL", "morvel - plain"); });
+    EXPECT_THAT(plain, StartsWith("FATAL [File: NLogMessageTest.cpp at: operator() Line: " +
+                                  std::to_string(line) + "]\t"));
+    EXPECT_THAT(plain, EndsWith("\t\"morvel - plain\"\n"));
+
+    const bool yes = true;
+    const std::string one = LineOf([&] {
+        if (yes)
+            NLOG("NOTICE", "morvel - %d of %s", 1, "two");
+        else
+            NLOG("WARNING", "never");
+    });
+    EXPECT_THAT(one, EndsWith("\t\"morvel - 1 of two\"\n"));
+    EXPECT_THAT(one, StartsWith("NOTICE "));
+}
+
+TEST(NLogMessage, ErrorHandlerFunctionWritesAWarningAndReturns0) {
+    int result = -1;
+    const std::string line = LineOf([&] { result = _errorHandler_fn(-17, "no such thing"); });
+    EXPECT_EQ(result, 0);
+    EXPECT_THAT(line, StartsWith("WARNING [File: NLogMessage.cpp Line: "));
+    EXPECT_THAT(line, EndsWith("]\t\"morvel - no such thing. error: -17\n\"\n"));
+
+    int user = 0;
+    const NReportCallback callback = _errorHandler_fn;
+    EXPECT_EQ(callback(1, "nobody listens", &user), 0);  // no log is in force here
+}
