@@ -1,4 +1,5 @@
 #include <cstdint>
+#include <cstring>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -144,6 +145,36 @@ TEST(NStringSearch, AppendingTakesEachKindOfText) {
     text += text;
     EXPECT_EQ(text.Data(), "abcde\xE9"s + "abcde\xE9");
     EXPECT_EQ(text.Encoding(), EncodingLatin1);
+}
+
+// Whatever the tags and the bytes, nothing may differ from a conversion of the whole argument.
+TEST(NStringSearch, ComparingAndAppendingAgreeWithTheLongWay) {
+    std::mt19937 random(31415);
+    const auto made = [&random] {
+        static const std::string pieces[] = {"a", "e", "\0"s, "\xCC\x81", "\xC3\xA9", "\xFF"};
+        std::string bytes;
+        for (unsigned count = random() % 4; count > 0; --count) bytes += pieces[random() % 6];
+        NString text(""s, EncodingUTF8);  // claims NFC from now on, so that UTF-8 comes in as it is
+        text.SetBytes(bytes.data(), bytes.size(), NStringEncoding(random() % 7));
+        return text;
+    };
+    for (int round = 0; round < 50000; ++round) {
+        const NString text = made(), other = made();
+        NString converted = NString(other);
+        converted.ConvertTo(text.Encoding());
+        SCOPED_TRACE(testing::PrintToString(text.Data()) + " in " +
+                     std::to_string(text.Encoding()) + ", " + testing::PrintToString(other.Data()) +
+                     " in " + std::to_string(other.Encoding()));
+        ASSERT_EQ(text == other, text.Data() == converted.Data());
+        ASSERT_EQ(_sign(text.CompareN(other, 2)),
+                  _sign(std::strncmp(text.CStr(), converted.CStr(), 2)));
+        const bool sameTag = text.Encoding() == other.Encoding();
+        ASSERT_EQ(_sign(text.Compare(other)),
+                  _sign(std::strcmp(text.CStr(), (sameTag ? other : converted).CStr())));
+        NString sum(text);
+        sum += other;
+        ASSERT_EQ(sum.Data(), text.Data() + (sameTag ? other : converted).Data());
+    }
 }
 
 // One scheme, four primitives: each row is put through all overloads of all families.
