@@ -28,13 +28,20 @@ static_assert(std::numeric_limits<float>::is_iec559,
 
 std::string _hex(const unsigned char* bytes, std::uint32_t count) {
     constexpr char Digits[] = "0123456789ABCDEF";
-    std::string text;
-    text.reserve(std::size_t{2} * count);
-    for (std::uint32_t i = 0; i < count; ++i) {
-        text += Digits[bytes[i] >> 4];
-        text += Digits[bytes[i] & 15];
+    std::string text(std::size_t{2} * count, '0');
+    for (std::size_t i = 0; i < count; ++i) {
+        text[2 * i] = Digits[bytes[i] >> 4];
+        text[2 * i + 1] = Digits[bytes[i] & 15];
     }
     return text;
+}
+
+/// The value of a hexadecimal digit, or -1.
+int _digitValue(char digit) {
+    if (digit >= '0' && digit <= '9') return digit - '0';
+    if (digit >= 'A' && digit <= 'F') return digit - 'A' + 10;
+    if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
+    return -1;
 }
 
 std::string _pair(int first, int second) {
@@ -248,9 +255,14 @@ std::int32_t NString::HexBytes(unsigned char* out, std::uint32_t capacity) const
     const auto length = static_cast<std::uint32_t>(_data.size());
     if (length % 2 != 0) return -1;
     if (length / 2 > capacity) return -2;
-    for (std::uint32_t i = 0; i < length / 2; ++i) {
-        const std::string digits = _data.substr(std::size_t{2} * i, 2);
-        out[i] = static_cast<unsigned char>(NumberParser::parseHex(digits));
+    for (std::size_t i = 0; i < length / 2; ++i) {
+        const int high = _digitValue(_data[2 * i]);
+        const int low = _digitValue(_data[2 * i + 1]);
+        // POCO reads more than two digits as a number: a blank or a sign in front of one.
+        const bool plain = high >= 0 && low >= 0;
+        const unsigned value = plain ? static_cast<unsigned>(high << 4 | low)
+                                     : NumberParser::parseHex(_data.substr(2 * i, 2));
+        out[i] = static_cast<unsigned char>(value);
     }
     return 0;
 }
@@ -308,17 +320,20 @@ std::vector<std::int32_t> NString::ToList() const {
 
 NString NString::Format(const char* format, ...) const {
     if (format == nullptr) return NString();
+    char small[256];  // most texts fit, and are printed once
     std::va_list arguments;
     va_start(arguments, format);
-    const int length = std::vsnprintf(nullptr, 0, format, arguments);
+    const int length = std::vsnprintf(small, sizeof small, format, arguments);
     va_end(arguments);
     if (length < 0) return NString();
+    const std::size_t size = std::size_t{1} + static_cast<std::size_t>(length);
+    if (size <= sizeof small) return NString(std::string(small));
 
-    std::vector<char> buffer(std::size_t{1} + static_cast<std::size_t>(length));
+    std::vector<char> large(size);
     va_start(arguments, format);
-    std::vsnprintf(buffer.data(), buffer.size(), format, arguments);
+    std::vsnprintf(large.data(), size, format, arguments);
     va_end(arguments);
-    return NString(std::string(buffer.data()));
+    return NString(std::string(large.data()));
 }
 
 std::uint32_t NString::ToUInt() const {

@@ -16,23 +16,27 @@ namespace {
 
 constexpr std::size_t NotFound = std::string::npos;
 
-/// The bytes of `other` as ConvertTo(encoding) would leave them. `workspace` holds them if they
-/// differ from those that `other` has; it is a default-constructed text that the caller lends.
-const std::string& _bytesIn(NStringEncoding encoding, const NString& other, NString& workspace) {
-    const bool sameTag = other.Encoding() == encoding;
-    const bool wide = other.Encoding() == EncodingUTF16 || encoding == EncodingUTF16;
-    if ((sameTag && encoding != EncodingUTF8) || (!wide && morvel::IsAsciiText(other.Data())) ||
-        (sameTag && morvel::IsPlainlyNfc(other.Data())))
-        return other.Data();
-    workspace = other;
-    workspace.ConvertTo(encoding);
-    return workspace.Data();
+/// Whether ConvertTo(encoding) is certain to leave the bytes of `text` as they are.
+bool _keepsItsBytes(const NString& text, NStringEncoding encoding) {
+    const NStringEncoding own = text.Encoding();
+    if (own == encoding) return encoding != EncodingUTF8 || morvel::IsPlainlyNfc(text.Data());
+    return own != EncodingUTF16 && encoding != EncodingUTF16 && morvel::IsAsciiText(text.Data());
+}
+
+/// Calls `use` with the bytes of `text` as ConvertTo(encoding) would leave them.
+template <class Use>
+auto _withBytesIn(NStringEncoding encoding, const NString& text, Use use) {
+    if (_keepsItsBytes(text, encoding)) return use(text.Data());
+    NString converted(text);
+    converted.ConvertTo(encoding);
+    return use(converted.Data());
 }
 
 template <class Primitive>
 int _compareConverted(const NString& text, const NString& other, Primitive primitive) {
-    NString workspace;
-    return primitive(text.CStr(), _bytesIn(text.Encoding(), other, workspace).c_str());
+    return _withBytesIn(text.Encoding(), other, [&](const std::string& bytes) {
+        return primitive(text.CStr(), bytes.c_str());
+    });
 }
 
 auto _first(std::uint32_t count) {
@@ -81,8 +85,8 @@ std::uint32_t _reverseFind(const std::string& text, const char* needle, std::siz
 }  // namespace
 
 bool NString::operator==(const NString& other) const {
-    NString workspace;
-    return _data == _bytesIn(_encoding, other, workspace);
+    return _withBytesIn(_encoding, other,
+                        [this](const std::string& bytes) { return _data == bytes; });
 }
 
 bool NString::operator==(const std::string& other) const {
@@ -101,8 +105,7 @@ NString& NString::operator+=(const NString& other) {
     if (other._encoding == _encoding) {
         _data += other._data;  // as it stands: only a conversion brings text to NFC
     } else {
-        NString workspace;
-        _data += _bytesIn(_encoding, other, workspace);
+        _withBytesIn(_encoding, other, [this](const std::string& bytes) { _data += bytes; });
     }
     return *this;
 }
