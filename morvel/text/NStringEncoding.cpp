@@ -2,6 +2,8 @@
 // NStringEncodingTest.
 #include <morvel/text/NString.h>
 
+#include <algorithm>
+#include <cstring>
 #include <iterator>
 #include <memory>
 #include <sstream>
@@ -9,7 +11,6 @@
 
 #include <Poco/ASCIIEncoding.h>
 #include <Poco/Base64Decoder.h>
-#include <Poco/Base64Encoder.h>
 #include <Poco/Latin1Encoding.h>
 #include <Poco/Latin9Encoding.h>
 #include <Poco/TextConverter.h>
@@ -61,21 +62,64 @@ std::string _marked(std::string text, NStringEncoding encoding) {
     return text;
 }
 
-bool _isBase64Digit(char c) {
-    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '+' ||
-           c == '/' || c == '=';
+// The bytes that a URL query may hold as they are, but for the tilde, which older readers don't
+// expect.
+bool _isUnreserved(char c) {
+    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '-' ||
+           c == '.' || c == '_';
 }
 
-std::string _base64(const char* bytes, std::size_t count) {
-    std::ostringstream lines;
-    Poco::Base64Encoder encoder(lines);
-    encoder.write(bytes, static_cast<std::streamsize>(count));
-    encoder.close();
+constexpr char base64Digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+std::string _base64(const unsigned char* bytes, std::size_t count) {
     std::string digits;
-    for (const char c : lines.str()) {
-        if (_isBase64Digit(c)) digits += c;
+    digits.reserve((count + 2) / 3 * 4);
+    while (count > 0) {
+        const std::size_t taken = count < 3 ? count : 3;
+        std::uint32_t group = 0;
+        for (std::size_t i = 0; i < 3; ++i) group = group << 8 | (i < taken ? bytes[i] : 0u);
+        for (std::size_t i = 0; i < 4; ++i) {
+            digits += i <= taken ? base64Digits[group >> (18 - 6 * i) & 63] : '=';
+        }
+        bytes += taken;
+        count -= taken;
     }
     return digits;
+}
+
+// The value of each byte as a Base64 digit, -1 for bytes that are none.
+struct Base64Values {
+    constexpr Base64Values() : of() {
+        for (auto& value : of) value = -1;
+        for (signed char i = 0; i < 64; ++i) of[static_cast<unsigned char>(base64Digits[i])] = i;
+    }
+    signed char of[256];
+};
+constexpr Base64Values base64Values;
+
+// The quick way for text that is whole groups of digits and the padding at its end, nothing else.
+// False, with anything in `bytes`, for other text: the decoder's own word is needed for that.
+bool _decodeWholeGroups(const std::string& digits, std::string* bytes) {
+    if (digits.size() % 4 != 0) return false;
+    std::size_t count = digits.size();
+    while (count > 0 && digits.size() - count < 2 && digits[count - 1] == '=') --count;
+    bytes->reserve(digits.size() / 4 * 3);
+    std::uint32_t group = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        const signed char value = base64Values.of[static_cast<unsigned char>(digits[i])];
+        if (value < 0) return false;
+        group = group << 6 | static_cast<std::uint32_t>(value);
+        if (i % 4 == 3) {
+            const char whole[] = {static_cast<char>(group >> 16 & 0xFF),
+                                  static_cast<char>(group >> 8 & 0xFF),
+                                  static_cast<char>(group & 0xFF)};
+            bytes->append(whole, 3);
+        }
+    }
+    if (count % 4 == 3) *bytes += static_cast<char>(group >> 10 & 0xFF);
+    if (count % 4 == 3) *bytes += static_cast<char>(group >> 2 & 0xFF);
+    if (count % 4 == 2) *bytes += static_cast<char>(group >> 4 & 0xFF);
+    return true;
 }
 
 }  // namespace
@@ -143,8 +187,9 @@ std::string NString::DataWithBOM() const {
 }
 
 NWideString NString::Wide() const {
+    if (_encoding == EncodingUTF8) return StringToWide(_data, platform::CodePageUtf8);
     NString copy(*this);
-    if (copy._encoding != EncodingUTF8) copy.ConvertTo(EncodingUTF8);
+    copy.ConvertTo(EncodingUTF8);
     return StringToWide(copy._data, platform::CodePageUtf8);
 }
 
@@ -162,16 +207,16 @@ std::string NString::WideToString(const NWideString& text, std::int32_t codePage
 
 void NString::UrlEncode() {
     const char* const hex = "0123456789ABCDEF";
+    const auto kept = std::count_if(_data.begin(), _data.end(), _isUnreserved);
     std::string encoded;
-    encoded.reserve(_data.size());
+    encoded.reserve(3 * _data.size() - 2 * static_cast<std::size_t>(kept));
     for (const char c : _data) {
-        const bool kept = (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') ||
-                          (c >= 'a' && c <= 'z') || c == '-' || c == '.' || c == '_';
-        if (kept) {
+        if (_isUnreserved(c)) {
             encoded += c;
         } else {
             const auto byte = static_cast<unsigned char>(c);
-            encoded += {'%', hex[byte >> 4], hex[byte & 15]};
+            const char escape[] = {'%', hex[byte >> 4], hex[byte & 15]};
+            encoded.append(escape, sizeof escape);
         }
     }
     _data = std::move(encoded);
@@ -184,14 +229,20 @@ void NString::UrlDecode() {
 }
 
 void NString::EncodeBase64(const unsigned char* bytes, std::uint32_t count) {
-    _data = _base64(reinterpret_cast<const char*>(bytes), count);
+    _data = _base64(bytes, count);
 }
 
 void NString::EncodeBase64() {
-    _data = _base64(_data.data(), _data.size());
+    _data = _base64(reinterpret_cast<const unsigned char*>(_data.data()), _data.size());
 }
 
 void NString::DecodeBase64(unsigned char* out, std::uint32_t* count) const {
+    std::string bytes;
+    if (_decodeWholeGroups(_data, &bytes)) {
+        if (out != nullptr && !bytes.empty()) std::memcpy(out, bytes.data(), bytes.size());
+        *count = static_cast<std::uint32_t>(bytes.size());
+        return;
+    }
     *count = 0;
     std::istringstream digits(_data);
     Poco::Base64Decoder decoder(digits);
@@ -202,8 +253,12 @@ void NString::DecodeBase64(unsigned char* out, std::uint32_t* count) const {
 }
 
 void NString::DecodeBase64() {
-    std::istringstream digits(_data);
-    Poco::Base64Decoder decoder(digits);
-    // Not operator<< of the buffer: that would swallow what the decoder throws.
-    _data = std::string(std::istreambuf_iterator<char>(decoder.rdbuf()), {});
+    std::string bytes;
+    if (!_decodeWholeGroups(_data, &bytes)) {
+        std::istringstream digits(_data);
+        Poco::Base64Decoder decoder(digits);
+        // Not operator<< of the buffer: that would swallow what the decoder throws.
+        bytes.assign(std::istreambuf_iterator<char>(decoder.rdbuf()), {});
+    }
+    _data = std::move(bytes);
 }

@@ -1,10 +1,16 @@
 #include <morvel/text/NString.h>
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
+#include <random>
+#include <sstream>
 #include <string>
 #include <type_traits>
 #include <vector>
 
+#include <Poco/Base64Decoder.h>
+#include <Poco/Base64Encoder.h>
 #include <Poco/Exception.h>
 #include <Poco/URI.h>
 #include <gtest/gtest.h>
@@ -386,6 +392,66 @@ TEST(NStringEncoding, DecodeBase64OfWhatIsNone) {
         EXPECT_THROW(text.DecodeBase64(), Poco::DataFormatException) << bad;
         EXPECT_EQ(text.Data(), bad);
     }
+}
+
+// POCO's encoder breaks the text into lines; apart from that it is the second way to the same
+// result.
+TEST(NStringEncoding, Base64AsPocoHasIt) {
+    std::mt19937 random(22);
+    for (std::size_t length = 0; length < 300; ++length) {
+        std::string bytes;
+        while (bytes.size() < length) bytes += static_cast<char>(random());
+        std::ostringstream lines;
+        Poco::Base64Encoder encoder(lines);
+        encoder.write(bytes.data(), static_cast<std::streamsize>(length));
+        encoder.close();
+        std::string expected = lines.str();
+        expected.erase(std::remove_if(expected.begin(), expected.end(),
+                                      [](char c) { return c == '\r' || c == '\n'; }),
+                       expected.end());
+        NString text = raw(bytes, EncodingSystem);
+        text.EncodeBase64();
+        ASSERT_EQ(text.Data(), expected);
+    }
+}
+
+// Short texts of few different bytes, so that digits, padding in every place, blanks and bad bytes
+// meet.
+TEST(NStringEncoding, DecodeBase64AsPocoHasIt) {
+    const std::string pool = "=A/9+Zg=Q \r\n*-\xC3\0"s;
+    std::mt19937 random(23);
+    int refused = 0, accepted = 0;
+    for (int round = 0; round < 30000; ++round) {
+        const std::size_t width = random() % 2 != 0 ? 9 : pool.size();
+        std::string digits;
+        for (std::size_t i = random() % 13; i > 0; --i) digits += pool[random() % width];
+
+        std::istringstream forBytes(digits), forWhole(digits);
+        Poco::Base64Decoder byBytes(forBytes), byWhole(forWhole);
+        std::string expected;
+        for (int c = byBytes.get(); byBytes.good(); c = byBytes.get()) {
+            expected += static_cast<char>(c);
+        }
+        NString text = raw(digits, EncodingSystem);
+        std::uint32_t count = 99;
+        unsigned char out[16];
+        text.DecodeBase64(out, &count);
+        ASSERT_EQ(std::string(reinterpret_cast<char*>(out), count), expected) << digits;
+        text.DecodeBase64(nullptr, &count);
+        ASSERT_EQ(count, expected.size()) << digits;
+        try {
+            const std::string whole(std::istreambuf_iterator<char>(byWhole.rdbuf()), {});
+            ++accepted;
+            ASSERT_NO_THROW(text.DecodeBase64()) << digits;
+            ASSERT_EQ(text.Data(), whole) << digits;
+        } catch (const Poco::DataFormatException&) {
+            ++refused;
+            ASSERT_THROW(text.DecodeBase64(), Poco::DataFormatException) << digits;
+            ASSERT_EQ(text.Data(), digits);
+        }
+    }
+    EXPECT_GT(refused, 1000);
+    EXPECT_GT(accepted, 1000);
 }
 
 }  // namespace

@@ -132,7 +132,7 @@ TEST(Normalization, RandomRunsOfMarks) {
     };
     std::mt19937 random(20);
     const auto below = [&](std::size_t limit) { return random() % limit; };
-    for (int round = 0; round < 20000; ++round) {
+    for (int round = 0; round < 8000; ++round) {
         // A few marks over and over, or any of them; mostly well-formed text.
         const std::size_t first = below(pool.size()), width = below(2) ? pool.size() : 1 + below(9);
         const std::size_t usable = std::size(others) - (below(4) != 0 ? 5 : 0);
@@ -154,7 +154,7 @@ TEST(Normalization, RandomBytesAndTextAroundTheSkip) {
     const auto continuation = [&] { return static_cast<char>(0x80 + below(0x40)); };
     const unsigned char plainLeads[] = {0xC3, 0xCE, 0xD0, 0xD2, 0xE1, 0xE2, 0xE3, 0xE4,
                                         0xEA, 0xED, 0xEE, 0xEF, 0xF0, 'a',  'b'};
-    for (int round = 0; round < 200000; ++round) {
+    for (int round = 0; round < 80000; ++round) {
         std::string text;
         const bool broken = below(3) == 0;
         for (unsigned characters = 1 + below(6); characters > 0; --characters) {
