@@ -15,8 +15,11 @@
 #include <morvel/documents/NXML.h>
 #include <morvel/ids/process.h>
 #include <morvel/lifecycle/NLogOwner.h>
+#include <morvel/platform/platform.h>
 #include <morvel/sync/NMutex.h>
 #include <morvel/time/NDateTime.h>
+
+using morvel::platform::UnloadMark;
 
 // A reference, bound without any code. It is here for the sake of <iostream>: the header brings an
 // initialiser along, which makes the standard streams ready for all that follows.
@@ -25,10 +28,12 @@ std::ostream& NErrorHandler::_standardError = std::cerr;
 // The lock that the library offers to the application.
 NMutex NMutex::_process;
 
-// The log's owner, which switches the log on or leaves it off.
+// The log's owner, which switches the log on or leaves it off. What it asks for while it goes is
+// cleaned up right behind it.
 namespace {
+const UnloadMark behindTheLog;
 NLogOwner logOwner;
-}
+}  // namespace
 
 // The record of the root class.
 const NClassRecord NBaseObject::_record("NBaseObject", sizeof(NBaseObject), nullptr, nullptr);
@@ -56,6 +61,7 @@ const std::string NDateTime::_monthNames[] = {"January",   "February", "March", 
 
 // Where exceptions end that an operation must not let through.
 Poco::FastMutex NErrorHandler::_mutex;
+static const UnloadMark behindTheHandler;
 NErrorHandler* NErrorHandler::_handler = NErrorHandler::DefaultHandler();
 
 // What identifiers are usually made of, and the generator that draws them.
@@ -63,3 +69,6 @@ const std::string morvel::identifierAlphabet(
     "_-0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ");
 nanoid::crypto_random<std::mt19937> morvel::identifierGenerator{
     std::mt19937{std::random_device{}()}};
+
+// Whatever comes into being later goes before all of the above.
+static const UnloadMark behindTheApplication;

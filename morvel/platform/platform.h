@@ -79,4 +79,19 @@ bool FailedNamedLockMayHold();
 /// while that list runs; the new entry is then the next to run. `cleanUp` must not throw.
 void AtUnload(void (*cleanUp)(void*), void* object);
 
+/// Keeps the order that AtUnload promises where the C runtime doesn't: before this object is gone,
+/// everything that AtUnload was given since its construction has been called. One stands at the end
+/// of the library's list of static objects, and one in front of each object whose destructor, or
+/// whose construction, calls AtUnload.
+class UnloadMark {
+public:
+    UnloadMark();
+    ~UnloadMark();
+    UnloadMark(const UnloadMark&) = delete;
+    UnloadMark& operator=(const UnloadMark&) = delete;
+
+private:
+    [[maybe_unused]] const void* _newest;  // what AtUnload had been given last
+};
+
 }  // namespace morvel::platform

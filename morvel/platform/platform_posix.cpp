@@ -303,4 +303,8 @@ void AtUnload(void (*cleanUp)(void*), void* object) {
     }
 }
 
+UnloadMark::UnloadMark() : _newest(nullptr) {}  // the C runtime keeps the order by itself
+
+UnloadMark::~UnloadMark() {}
+
 }  // namespace morvel::platform

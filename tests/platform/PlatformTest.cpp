@@ -15,6 +15,8 @@ using morvel::test::TemporaryFolder;
 
 namespace {
 
+const UnloadMark behindTheTests;
+
 NWideString wide(std::initializer_list<unsigned> units) {
     NWideString result;
     for (const unsigned unit : units) {

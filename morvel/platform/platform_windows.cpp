@@ -1,0 +1,115 @@
+#include <morvel/platform/platform.h>
+
+#include <windows.h>
+//
+#include <share.h>
+#include <shlobj.h>
+#include <sys/stat.h>
+
+#include <atomic>
+#include <cstring>
+
+namespace morvel::platform {
+
+namespace {
+
+struct UnloadEntry {
+    void (*cleanUp)(void*);
+    void* object;
+    UnloadEntry* older;
+};
+
+std::atomic<UnloadEntry*> newestEntry;  // zero before any code runs
+
+}  // namespace
+
+std::string NarrowFromWide(const NWideChar* text, std::int32_t codePage) {
+    const auto page = static_cast<UINT>(codePage);
+    const int size = WideCharToMultiByte(page, 0, text, -1, nullptr, 0, nullptr, nullptr);
+    if (size <= 0) {
+        return {};
+    }
+    std::string result(static_cast<std::size_t>(size), '\0');
+    WideCharToMultiByte(page, 0, text, -1, &result[0], size, nullptr, nullptr);
+    result.pop_back();  // the terminating NUL counts in the size
+    return result;
+}
+
+NWideString WideFromNarrow(const char* text, std::int32_t codePage) {
+    const auto page = static_cast<UINT>(codePage);
+    const int size = MultiByteToWideChar(page, 0, text, -1, nullptr, 0);
+    if (size <= 0) {
+        return {};
+    }
+    NWideString result(static_cast<std::size_t>(size), L'\0');
+    MultiByteToWideChar(page, 0, text, -1, &result[0], size);
+    result.pop_back();
+    return result;
+}
+
+int CompareNoCase(const char* a, const char* b) {
+    return _stricmp(a, b);
+}
+
+int CompareNoCase(const char* a, const char* b, std::size_t count) {
+    return _strnicmp(a, b, count);
+}
+
+NativeName NativeFileName(const NWideString& name) {
+    return name;
+}
+
+NWideString SpecialFolder(Folder folder) {
+    static_assert(static_cast<int>(Folder::AppData) == CSIDL_APPDATA &&
+                  static_cast<int>(Folder::CommonAppData) == CSIDL_COMMON_APPDATA &&
+                  static_cast<int>(Folder::CommonDocuments) == CSIDL_COMMON_DOCUMENTS);
+    wchar_t path[MAX_PATH];
+    if (FAILED(SHGetFolderPathW(nullptr, static_cast<int>(folder), nullptr, 0, path))) {
+        return {};
+    }
+    return path;
+}
+
+std::string ExecutablePath() {
+    char path[MAX_PATH];
+    // A name that doesn't fit is cut, on some systems without a NUL behind it.
+    return std::string(path, strnlen(path, GetModuleFileNameA(nullptr, path, MAX_PATH)));
+}
+
+bool CreationTime(const NWideString& name, std::int64_t* seconds) {
+    struct _stat64i32 status;
+    if (_wstat64i32(name.c_str(), &status) != 0) {
+        return false;
+    }
+    *seconds = status.st_ctime;
+    return true;
+}
+
+std::FILE* OpenForWriting(const NWideString& name) {
+    return _wfsopen(name.c_str(), L"wb", _SH_DENYWR);
+}
+
+void SleepMilliseconds(std::uint32_t milliseconds) {
+    ::Sleep(milliseconds);
+}
+
+// The runtime's own list won't do: what is registered while it runs is never called. Entries are
+// pushed without a lock, since at the end of a process the threads that could hold one are gone.
+void AtUnload(void (*cleanUp)(void*), void* object) {
+    auto* const entry = new UnloadEntry{cleanUp, object, newestEntry.load()};
+    while (!newestEntry.compare_exchange_weak(entry->older, entry)) {
+    }
+}
+
+UnloadMark::UnloadMark() : _newest(newestEntry.load()) {}
+
+UnloadMark::~UnloadMark() {
+    while (newestEntry.load() != _newest) {
+        UnloadEntry* const entry = newestEntry.load();
+        newestEntry.store(entry->older);  // first, so that a new entry comes on top
+        entry->cleanUp(entry->object);
+        delete entry;
+    }
+}
+
+}  // namespace morvel::platform
