@@ -105,9 +105,12 @@ std::string homeFolder() {
     return found != nullptr && found->pw_dir != nullptr ? found->pw_dir : "";
 }
 
-// Makes whatever is missing of an absolute folder name. A failure shows when the folder is used.
+// Makes whatever is missing of a folder. A failure shows when the folder is used.
 void makeFolders(const std::string& folder) {
-    for (std::size_t end = 1; end != std::string::npos;) {
+    if (mkdir(folder.c_str(), 0700) == 0 || errno != ENOENT) {
+        return;
+    }
+    for (std::size_t end = 0; end != std::string::npos;) {
         end = folder.find('/', end + 1);
         mkdir(folder.substr(0, end).c_str(), 0700);
     }
