@@ -27,14 +27,13 @@ class xml_node;
 /// former document is gone then in each case, and what was read up to the error stands in its
 /// place.
 ///
-/// Each save with a declaration adds it to the document, in front of those that are there already,
-/// and nothing but CreateRoot or a new document takes it out again: save twice, and two are
-/// written.
+/// Each save with a declaration adds it to the document, in front of those that are there already:
+/// save twice, and two are written. A declaration is a node at the top, which the path `xml` finds.
 ///
-/// Besides what is said at each operation, nothing is thrown but std::bad_alloc; where memory runs
-/// out inside the XML library, the operation returns false. Names and values end at their first
-/// NUL. Depth of a document costs no stack. An indented text of a deep document is long, though: it
-/// grows with the square of the depth.
+/// Besides what is said at each operation, nothing is thrown but std::bad_alloc. Where memory runs
+/// out inside the XML library, an edit returns false, and a copy may lack what there was no room
+/// for. Names and values end at their first NUL. Depth of a document costs no stack. An indented
+/// text of a deep document is long, though: it grows with the square of the depth.
 ///
 /// Another container given to an operation must be an NXML; any other counts as one without a
 /// document, and as a target is refused with false. It may be the object itself.
@@ -130,6 +129,7 @@ private:
     pugi::xml_node _findElement(std::string_view path) const;
     pugi::xml_node _findElement(std::string_view path, pugi::xml_node* parent) const;
     pugi::xml_node _root() const;
+    bool _forEachName(const std::string& path, NElementCallback callback) const;
     bool _setValue(const std::string& path, const std::string& value, bool cdata);
     void _addDeclaration();
     void _newDocument();

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cctype>
+#include <new>
+#include <typeinfo>
 #include <utility>
 
 #include <pugixml.hpp>
@@ -64,6 +66,15 @@ bool _collectAttributes(pugi::xml_node node, NAttributeList& out) {
     return !node.empty();
 }
 
+// A document with a copy of `node` at its top; an empty one for a null node.
+std::unique_ptr<pugi::xml_document> _documentOf(pugi::xml_node node) {
+    auto document = std::make_unique<pugi::xml_document>();
+    if (node && !document->append_copy(node)) {
+        throw std::bad_alloc();
+    }
+    return document;
+}
+
 // Whether any pair of `filter` is an attribute of `node`.
 bool _passes(pugi::xml_node node, const NAttributeList& filter) {
     for (const pugi::xml_attribute attribute : node.attributes()) {
@@ -76,15 +87,24 @@ bool _passes(pugi::xml_node node, const NAttributeList& filter) {
     return false;
 }
 
-// Removes all that is below `top`, leaves first: pugixml removes a subtree by recursion, one frame
-// for each level, and a document of some hundred thousand levels would use up the stack.
+// Says of the tree below a node whether it stays above a depth that is safe for recursion.
+class ShallowTree : public pugi::xml_tree_walker {
+public:
+    bool for_each(pugi::xml_node& /*node*/) override { return depth() < 1000; }
+};
+
+// Removes all that is below `top`. pugixml removes a subtree by recursion, one frame for each
+// level, and a document of some hundred thousand levels would use up the stack: a deep one is
+// removed leaf by leaf, which is several times slower.
 void _removeChildren(pugi::xml_node top) {
-    pugi::xml_node node = top;
-    while (true) {
+    ShallowTree shallow;
+    if (top.traverse(shallow)) {
+        top.remove_children();
+        return;
+    }
+    for (pugi::xml_node node = top; node != top || node.first_child();) {
         if (const pugi::xml_node child = node.first_child()) {
             node = child;
-        } else if (node == top) {
-            return;
         } else {
             pugi::xml_node parent = node.parent();
             parent.remove_child(node);
@@ -149,8 +169,7 @@ bool NXML::GetElement(const std::string& path, NDataContainer* out, std::int32_t
     if (target == nullptr) {
         return false;
     }
-    auto copy = std::make_unique<pugi::xml_document>();
-    copy->append_copy(node);
+    auto copy = _documentOf(node);
     if (target->_document) {
         target->Clear();  // only now: it may be this object
     }
@@ -260,6 +279,9 @@ bool NXML::ForEachElement(const std::string& path, NElementCallback callback) co
     if (callback == nullptr) {
         return false;
     }
+    if (typeid(*this) == typeid(NXML)) {
+        return _forEachName(path, callback);
+    }
     NDataContainerArray elements;
     if (!FindElements(path.empty() ? RootName() : path, elements, NAttributeList())) {
         return false;
@@ -268,6 +290,21 @@ bool NXML::ForEachElement(const std::string& path, NElementCallback callback) co
         callback(element->RootName(), nullptr);
     }
     return true;
+}
+
+// The same without a copy of each element, some kilobytes apiece, for an object whose class can't
+// have replaced FindElements or RootName.
+bool NXML::_forEachName(const std::string& path, NElementCallback callback) const {
+    NNameList names;
+    for (const pugi::xml_node child : _findElement(path.empty() ? RootName() : path).children()) {
+        if (child.type() == pugi::node_element) {
+            names.emplace_back(child.name());
+        }
+    }
+    for (const std::string& name : names) {
+        callback(name, nullptr);
+    }
+    return !names.empty();
 }
 
 std::string NXML::RootName() const {
@@ -303,8 +340,7 @@ bool NXML::FindElements(const std::string& path, NDataContainerArray& array,
             continue;
         }
         auto element = std::make_unique<NXML>();
-        element->_document = std::make_unique<pugi::xml_document>();
-        element->_document->append_copy(child);
+        element->_document = _documentOf(child);
         array.push_back(element.get());
         element.release();
         found = true;
@@ -326,7 +362,10 @@ bool NXML::_setValue(const std::string& path, const std::string& value, bool cda
     pugi::xml_node parent;
     pugi::xml_node node = _findElement(path, &parent);
     if (node) {
-        _removeChildren(node);
+        const pugi::xml_node text = node.first_child();
+        if (text.type() != pugi::node_pcdata || text.next_sibling()) {
+            _removeChildren(node);
+        }  // else there is just the one text node that would be made anew
         return node.text().set(value.data(), value.size());
     }
     // The new element is named by the last name of the path as it stands: a `|` is none but in a

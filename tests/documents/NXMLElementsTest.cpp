@@ -199,6 +199,10 @@ TEST(NXMLElements, SetValue) {
         {"replaces all inside, keeps attributes", "<a><b x=\"1\">t<c/>u</b></a>",
          [](NXML& d) { return d.SetValue("a.b", "<&>"); }, true,
          "<a><b x=\"1\">&lt;&amp;&gt;</b></a>"},
+        {"replaces a lone text", "<a x=\"1\">former</a>",
+         [](NXML& d) { return d.SetValue("a", "v"); }, true, "<a x=\"1\">v</a>"},
+        {"replaces a text and what follows", "<a>t<b/></a>",
+         [](NXML& d) { return d.SetValue("a", ""); }, true, "<a></a>"},
         {"replaces CDATA by text", "<a><![CDATA[x]]></a>",
          [](NXML& d) { return d.SetValue("a", "y"); }, true, "<a>y</a>"},
         {"creates the last element at the end", "<a><b/></a>",
@@ -392,8 +396,11 @@ void _call(const std::string& name, void* user) {
 }
 }  // namespace
 
-TEST(NXMLElements, ForEachElement) {
-    Document document("<a><b/>t<c><d/></c></a>");
+// The class itself walks without copies, a class derived from it through FindElements.
+template <class Xml>
+void _checkForEachElement() {
+    Xml document;
+    ASSERT_TRUE(document.FromText("<a><b/>t<c><d/></c><![CDATA[u]]></a>"));
     calledWith.clear();
     EXPECT_TRUE(document.ForEachElement("a.c", _call));
     EXPECT_THAT(calledWith, ElementsAre("d"));
@@ -401,13 +408,42 @@ TEST(NXMLElements, ForEachElement) {
     EXPECT_FALSE(document.ForEachElement("a", nullptr));
     EXPECT_FALSE(document.ForEachElement("a.b", _call));
     EXPECT_FALSE(document.ForEachElement("b", _call));
-    EXPECT_FALSE(NXML().ForEachElement("", _call));
+    EXPECT_FALSE(Xml().ForEachElement("", _call));
     EXPECT_THAT(calledWith, IsEmpty());
     edited = &document;
     EXPECT_TRUE(document.ForEachElement("", _call));
     edited = nullptr;
     EXPECT_THAT(calledWith, ElementsAre("b", "c"));
-    EXPECT_EQ(document.ToText(0), "<a>t</a>");
+    EXPECT_EQ(document.ToText(0), "<a>t<![CDATA[u]]></a>");
+    // The name of the root is taken as a path.
+    ASSERT_TRUE(document.FromText("<a.b><c/></a.b>"));
+    EXPECT_FALSE(document.ForEachElement("", _call));
+    EXPECT_TRUE(document.ForEachElement("a|b", _call));
+}
+
+TEST(NXMLElements, ForEachElement) {
+    _checkForEachElement<NXML>();
+    class Derived : public NXML {
+        using NXML::operator=;
+    };
+    _checkForEachElement<Derived>();
+}
+
+TEST(NXMLElements, ForEachElementAsksADerivedClass) {
+    class OnlyMarked : public NXML {
+        using NXML::operator=;
+        bool FindElements(const std::string& path, NDataContainerArray& array,
+                          const NAttributeList& filter) const override {
+            EXPECT_TRUE(filter.empty());
+            return NXML::FindElements(path, array, {{"marked", "1"}});
+        }
+        std::string RootName() const override { return "a.b"; }
+    };
+    OnlyMarked document;
+    ASSERT_TRUE(document.FromText("<a><b><c/><d marked='1'/></b></a>"));
+    calledWith.clear();
+    EXPECT_TRUE(document.ForEachElement("", _call));
+    EXPECT_THAT(calledWith, ElementsAre("d"));
 }
 
 TEST(NXMLElements, TheRoot) {
