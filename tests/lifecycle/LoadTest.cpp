@@ -1,0 +1,151 @@
+// Loading, using and unloading the library, in processes that are linked neither to it nor to POCO.
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+
+#include <tests/logging/LogHome.h>
+#include <tests/logging/WrittenLines.h>
+
+using morvel::test::Gap;
+using morvel::test::ProcessResult;
+using morvel::test::ReadLog;
+using morvel::test::RunProcess;
+using morvel::test::TemporaryFolder;
+using morvel::test::WrittenLines;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+class Load : public testing::Test {
+protected:
+    std::filesystem::path folder() const {
+        return std::filesystem::path(_data.File("data")) / "Tarnwick Software";
+    }
+    std::string file(const char* name = "morvel.log") const { return (folder() / name).string(); }
+
+    void arm() {
+        std::filesystem::create_directories(folder());
+        std::ofstream out(file());
+    }
+
+    /// What the host answers to the questions among the steps; each answer has a blank behind it.
+    std::string answers(std::vector<std::string> steps) {
+        steps.insert(steps.begin(), {LOG_PLUGIN, POCO_PLUGIN});
+        const ProcessResult result =
+            RunProcess(LOAD_HOST, steps, {{"XDG_DATA_HOME", _data.File("data")}});
+        EXPECT_EQ(result.exitCode, 0) << result.output;
+        return result.output;
+    }
+
+private:
+    TemporaryFolder _data;
+};
+}  // namespace
+
+TEST_F(Load, WithoutTheFileMakesTheFolderAndNothingElse) {
+    EXPECT_EQ(answers({"load", "log?", "thread?", "channel?", "write", "10", "thread?", "unload"}),
+              "off no-thread no-channel no-thread ");
+    EXPECT_TRUE(std::filesystem::is_empty(folder()));
+}
+
+TEST_F(Load, WithTheFileArmsTheLogUntilTheFirstLine) {
+    arm();
+    EXPECT_EQ(answers({"load", "log?", "thread?", "channel?", "unload", "mapped?", "channel?"}),
+              "on no-thread no-channel gone no-channel ");
+    EXPECT_EQ(ReadLog(file()), "");
+    EXPECT_FALSE(std::filesystem::exists(file("LoadHost.log")));
+}
+
+TEST_F(Load, TakesAwayTheHostsChannelWhereTheLogIsOff) {
+    EXPECT_EQ(answers({"give-channel", "channel?", "load", "channel?"}), "channel no-channel ");
+}
+
+TEST_F(Load, UnloadWritesWhatIsQueuedAndLeavesNothingBehind) {
+    arm();
+    EXPECT_EQ(answers({"load", "write", "20000", "thread?", "channel?", "unload", "mapped?",
+                       "thread-left?", "file?", "channel?"}),
+              "thread channel gone no-thread closed no-channel ");
+    EXPECT_EQ(Gap(WrittenLines(file())[0], 20000), "");
+    EXPECT_FALSE(std::filesystem::exists(file("LoadHost.log")));
+}
+
+TEST_F(Load, DecidesAfreshOnEachLoad) {
+    EXPECT_EQ(answers({"load",  "log?",   "create",  file(),    "log?",        "write",
+                       "5",     "unload", "mapped?", "load",    "log?",        "write",
+                       "100",   "unload", "mapped?", "load",    "log?",        "write",
+                       "0",     "unload", "remove",  file(),    "load",        "log?",
+                       "write", "5",      "unload",  "mapped?", "thread-left?"}),
+              "off off gone on gone on off gone no-thread ");
+    EXPECT_FALSE(std::filesystem::exists(file()));
+}
+
+TEST_F(Load, EachLoadThatLogsWritesABannerOfItsOwn) {
+    arm();
+    EXPECT_EQ(answers({"load", "write", "100", "unload", "mapped?", "load", "write", "100",
+                       "unload", "mapped?"}),
+              "gone gone ");
+    const std::string log = ReadLog(file());
+    const std::string name = "* Name: morvel.log\n";
+    const std::size_t first = log.find(name);
+    ASSERT_NE(first, std::string::npos);
+    const std::size_t second = log.find(name, first + 1);
+    ASSERT_NE(second, std::string::npos);
+    EXPECT_EQ(log.find(name, second + 1), std::string::npos);
+    EXPECT_EQ(WrittenLines(file())[0].size(), 200u);
+}
+
+TEST_F(Load, NormalEndWithoutUnloadWritesWhatIsQueued) {
+    arm();
+    answers({"load", "write", "20000"});
+    EXPECT_EQ(Gap(WrittenLines(file())[0], 20000), "");
+}
+
+TEST_F(Load, DefaultLogAskedForByTheApplicationIsCleanedUp) {
+    for (const bool on : {false, true}) {
+        if (on) {
+            arm();
+        }
+        for (const char* step : {"default-log", "default-log-in-force"}) {
+            for (const bool unload : {false, true}) {
+                SCOPED_TRACE(std::string(step) + (on ? ", on" : ", off") +
+                             (unload ? ", unloaded" : ", at exit"));
+                std::filesystem::remove(file("LoadHost.log"));
+                std::vector<std::string> steps = {"load", step, "write", "300"};
+                if (unload) {
+                    steps.insert(steps.end(), {"unload", "mapped?", "thread-left?"});
+                }
+                EXPECT_EQ(answers(steps), unload ? "gone no-thread " : "");
+                const bool inForce = step == std::string("default-log-in-force");
+                EXPECT_EQ(Gap(WrittenLines(file("LoadHost.log"))[0], inForce ? 300 : 0), "");
+            }
+        }
+    }
+}
+
+TEST_F(Load, ModulesOfTheApplicationLogInTheirOwnCleanUp) {
+    arm();
+    answers({"load", "last-word", "write", "3"});
+    EXPECT_THAT(ReadLog(file()), EndsWith("\"last word\"\n"));
+    EXPECT_EQ(answers({"load", "last-word", "unload", "mapped?"}), "gone ");
+    EXPECT_THAT(ReadLog(file()), EndsWith("\"last word\"\n"));
+    EXPECT_FALSE(std::filesystem::exists(file("LoadHost.log")));
+}
+
+TEST_F(Load, LineBehindTheEndOfTheLogIsDropped) {
+    arm();
+    answers({"late-write", "load", "arm-late-write", "write", "3"});
+    EXPECT_EQ(Gap(WrittenLines(file())[0], 3), "");
+    EXPECT_FALSE(std::filesystem::exists(file("LoadHost.log")));
+}
+
+TEST_F(Load, ForksAfterUnloadFindNothingOfTheLibrary) {
+    arm();
+    EXPECT_EQ(answers({"load", "write", "10", "fork", "unload", "mapped?", "fork", "load", "write",
+                       "0", "fork", "unload", "fork"}),
+              "child-ended gone child-ended child-ended child-ended ");
+}
