@@ -10,7 +10,7 @@
 
 /// How the bytes of a text are to be read.
 enum NStringEncoding : std::uint32_t {
-    EncodingSystem = 0,  ///< The system's narrow encoding: the ANSI code page on Windows, else UTF-8.
+    EncodingSystem = 0,  ///< The system's own: the ANSI code page on Windows, else UTF-8.
     EncodingASCII = 1,
     EncodingLatin1 = 2,  ///< ISO 8859-1.
     EncodingLatin9 = 3,  ///< ISO 8859-15.
@@ -38,19 +38,19 @@ struct NPair32 {
     std::int32_t high;
 };
 
-/// Text as bytes under an encoding tag, with the normalisation form last applied to it. Every length,
-/// position, comparison and change of case counts bytes; there is no position by character.
+/// Text as bytes under an encoding tag, with the normalisation form last applied to it. Every
+/// length, position, comparison and change of case counts bytes; there is no position by character.
 ///
 ///     NString name(std::string("caf\xE9"), EncodingLatin1);
-///     name == NString(std::string("caf\xC3\xA9"), EncodingUTF8);  // true: compared in one encoding
-///     name.ConvertTo(EncodingUTF8);                               // now the five bytes of UTF-8
+///     name == NString(std::string("caf\xC3\xA9"), EncodingUTF8);  // true: one encoding for both
+///     name.ConvertTo(EncodingUTF8);  // now the five bytes of UTF-8
 ///
-/// Any bytes are accepted under any tag. UTF-8 text that comes in as narrow text is brought to NFC and
-/// ends at its first NUL; wide text is not normalised. A character that the target of a conversion
-/// lacks becomes '?'.
+/// Any bytes are accepted under any tag. UTF-8 text that comes in as narrow text is brought to NFC
+/// and ends at its first NUL; wide text is not normalised. A character that the target of a
+/// conversion lacks becomes '?'.
 ///
-/// A byte-order mark at the head of narrow text is taken off: EF BB BF says UTF-8, FF FE says UTF-16;
-/// nothing else is a mark. Text from outside without one counts as EncodingSystem.
+/// A byte-order mark at the head of narrow text is taken off: EF BB BF says UTF-8, FF FE says
+/// UTF-16; nothing else is a mark. Text from outside without one counts as EncodingSystem.
 ///
 /// A value: copies are deep and share nothing. A copy starts with the form FormUnknown; assignment
 /// leaves the form of its target as it was. Two threads may read one object at a time as long as
@@ -74,8 +74,8 @@ public:
     NString(const std::string& text);
     NString(const std::string& text, NStringEncoding fallback);
 
-    /// Converted to UTF-8 up to the first NUL. A leading unit FFFE, the swapped mark, is taken off by
-    /// the first of these two; U+FEFF stays as a character.
+    /// Converted to UTF-8 up to the first NUL. A leading unit FFFE, the swapped mark, is taken off
+    /// by the first of these two; U+FEFF stays as a character.
     NString(const NWideString& text);
     NString(const NWideChar* text);
 
@@ -83,8 +83,9 @@ public:
     /// NUL-terminated wide text and becomes UTF-8.
     NString(const char* text);
 
-    /// Up to the first NUL, a mark taken off. `encoding` becomes the tag whatever the mark says; with
-    /// EncodingUTF16 the pointer is read as NUL-terminated wide text, and the text becomes UTF-8.
+    /// Up to the first NUL, a mark taken off. `encoding` becomes the tag whatever the mark says;
+    /// with EncodingUTF16 the pointer is read as NUL-terminated wide text, and the text becomes
+    /// UTF-8.
     /// REQUIRES: `text` is not null.
     NString(const char* text, NStringEncoding encoding);
 
@@ -95,8 +96,8 @@ public:
 
     ~NString() override;
 
-    /// `other` is converted to this object's encoding first, which brings UTF-8 to NFC; this object's
-    /// own bytes are compared as they stand, all of them.
+    /// `other` is converted to this object's encoding first, which brings UTF-8 to NFC; this
+    /// object's own bytes are compared as they stand, all of them.
     virtual bool operator==(const NString& other) const;
     virtual bool operator==(const std::string& other) const;
     virtual bool operator==(const unsigned char* counted) const;
@@ -131,30 +132,30 @@ public:
     virtual void SetData(const NWideString& text);
     virtual void SetData(const std::string& text);
 
-    /// The first form keeps `length` bytes as they are, marks and NULs included, and then normalises
-    /// UTF-8 to NFC unless the form says that it is NFC already. The other two assign a wide text of
-    /// `count` units and a byte string of `length` bytes through their constructors.
+    /// The first form keeps `length` bytes as they are, marks and NULs included, and then
+    /// normalises UTF-8 to NFC unless the form says that it is NFC already. The other two assign a
+    /// wide text of `count` units and a byte string of `length` bytes through their constructors.
     virtual void SetBytes(const char* bytes, std::size_t length, NStringEncoding encoding);
     virtual void SetBytes(const NWideChar* chars, std::size_t count);
     virtual void SetBytes(const char* bytes, std::size_t length);
 
-    /// Converts the text in place. UTF-8 is brought to NFC first, even when nothing else is to do. False,
-    /// and the text as it was but for that, if either tag is none of NStringEncoding's.
+    /// Converts the text in place. UTF-8 is brought to NFC first, even when nothing else is to do.
+    /// False, and the text as it was but for that, if either tag is none of NStringEncoding's.
     virtual bool ConvertTo(NStringEncoding encoding);
 
     /// Swaps the bytes of each 16-bit unit; does nothing to a text that isn't UTF-16. With an odd
     /// number of bytes the last one is paired with a NUL, and the text grows by that byte.
     virtual void SwapBytes();
 
-    /// Brings UTF-8 text to `form`; ends it at its first NUL. Malformed text stays as it is. In every
-    /// case, text that isn't UTF-8 included, Form() tells `form` afterwards, and a second call with
-    /// the same form does nothing.
+    /// Brings UTF-8 text to `form`; ends it at its first NUL. Malformed text stays as it is. In
+    /// every case, text that isn't UTF-8 included, Form() tells `form` afterwards, and a second
+    /// call with the same form does nothing.
     virtual void Normalize(NStringForm form);
 
     virtual void KeepNumeric();  ///< Drops all bytes but + - . and the digits.
 
-    /// ASCII letters of the text up to its first NUL; in a single-byte locale that the application has
-    /// set, that locale's letters.
+    /// ASCII letters of the text up to its first NUL; in a single-byte locale that the application
+    /// has set, that locale's letters.
     virtual void ToUpper();
     virtual void ToLower();
     virtual void Capitalize();  ///< The first byte upper case, all others lower.
@@ -170,15 +171,15 @@ public:
     virtual std::string Left(std::size_t count) const;
     virtual std::string Right(std::size_t count) const;
 
-    /// Position of the first match at or behind `pos`, or -1. An empty needle is found at `pos` itself
-    /// as long as that isn't above the length.
+    /// Position of the first match at or behind `pos`, or -1. An empty needle is found at `pos`
+    /// itself as long as that isn't above the length.
     virtual long long Find(const char* text, std::size_t pos) const;
     virtual long long Find(const std::string& text, std::size_t pos) const;
 
-    /// Position of the last match that starts no later than `fromEnd` bytes before the last byte, cut
-    /// to 32 bits; 0xFFFFFFFF for no match, where Find has -1 in 64 bits. With a `fromEnd` of the
-    /// length or more the search starts at the end of the text. An empty needle is found where the
-    /// search starts.
+    /// Position of the last match that starts no later than `fromEnd` bytes before the last byte,
+    /// cut to 32 bits; 0xFFFFFFFF for no match, where Find has -1 in 64 bits. With a `fromEnd` of
+    /// the length or more the search starts at the end of the text. An empty needle is found where
+    /// the search starts.
     virtual std::uint32_t ReverseFind(const char* text, std::size_t fromEnd) const;
     virtual std::uint32_t ReverseFind(const std::string& text, std::size_t fromEnd) const;
 
@@ -195,15 +196,16 @@ public:
     virtual void ReplaceAll(const std::string& from, const std::string& to);
 
     /// UrlEncode escapes every byte but letters, digits and - . _ as %XX (for query values).
-    /// UrlDecode takes escapes back, leaves a plus sign alone and throws what Poco::URI::decode throws
-    /// for a bad escape, with the text unchanged.
+    /// UrlDecode takes escapes back, leaves a plus sign alone and throws what Poco::URI::decode
+    /// throws for a bad escape, with the text unchanged.
     virtual void UrlEncode();
     virtual void UrlDecode();
 
-    /// Below, equal to or above 0 as `strcmp`, `strncmp`, and the same two with ASCII letters folded to
-    /// lower case give it. The argument is converted to this object's encoding first; where Compare and
-    /// CompareNoCase are told that the encodings are equal they compare at once, the cheap way.
-    /// All stop at the first NUL, so UTF-16 text compares only up to its first zero byte.
+    /// Below, equal to or above 0 as `strcmp`, `strncmp`, and the same two with ASCII letters
+    /// folded to lower case give it. The argument is converted to this object's encoding first;
+    /// where Compare and CompareNoCase are told that the encodings are equal they compare at once,
+    /// the cheap way. All stop at the first NUL, so UTF-16 text compares only up to its first zero
+    /// byte.
     virtual int Compare(const char* other, NStringEncoding encoding) const;
     virtual int Compare(const char* other) const;
     virtual int Compare(const std::string& other, NStringEncoding encoding) const;
@@ -228,11 +230,11 @@ public:
     virtual int CompareNoCaseN(const std::string& other, std::size_t count) const;
     virtual int CompareNoCaseN(const NString& other, std::size_t count) const;
 
-    /// The writers of numbers replace the whole text and set the tag to EncodingSystem, but for SetList,
-    /// which leaves the tag. Without a precision a floating number gets the fewest digits that read
-    /// back as the same value; with one it is fixed, halves away from zero, a negative precision
-    /// counts as 0, and the text is empty for a finite magnitude of 1e60 or more or a precision above
-    /// 60.
+    /// The writers of numbers replace the whole text and set the tag to EncodingSystem, but for
+    /// SetList, which leaves the tag. Without a precision a floating number gets the fewest digits
+    /// that read back as the same value; with one it is fixed, halves away from zero, a negative
+    /// precision counts as 0, and the text is empty for a finite magnitude of 1e60 or more or a
+    /// precision above 60.
     virtual void SetNumber(double value);
     virtual void SetNumber(double value, int precision);
     virtual void SetNumber(float value);
@@ -247,7 +249,8 @@ protected:
     virtual void SetNumber64(long long value);  ///< As SetNumber(long long), in a place of its own.
 
 public:
-    virtual void SetFourCC(std::uint32_t code);  ///< Its four bytes, highest first, up to a zero one.
+    /// The four bytes of `code`, highest first, up to a zero one.
+    virtual void SetFourCC(std::uint32_t code);
 
     /// "major.minor", and ".patch" if that isn't 0: bits 16 to 31, 8 to 15, 0 to 7.
     virtual void SetVersion(std::uint32_t version);
@@ -262,9 +265,9 @@ public:
     virtual void SetPair(std::int32_t first, std::int32_t second);
     virtual void SetPair(NPair32 pair);
 
-    /// The plain readers leave the text alone and read 0 from what isn't a number, is out of range or
-    /// empty. Commas are separators of thousands: "1,5" reads as 15. ToFloat reads a double and narrows
-    /// it: a number out of the range of float becomes an infinity.
+    /// The plain readers leave the text alone and read 0 from what isn't a number, is out of range
+    /// or empty. Commas are separators of thousands: "1,5" reads as 15. ToFloat reads a double and
+    /// narrows it: a number out of the range of float becomes an infinity.
     virtual double ToDouble() const;
     virtual float ToFloat() const;
     virtual std::int32_t ToInt() const;
@@ -278,13 +281,13 @@ public:
 
     virtual std::uint32_t HexValue() const;  ///< A plain reader, of hexadecimal digits.
 
-    /// The byte at `index` of a text of two hexadecimal digits a byte; a lone last digit stands in the
-    /// higher place, and the end of the text reads as 0. Throws std::out_of_range behind the end,
-    /// Poco::SyntaxException for what isn't hexadecimal.
+    /// The byte at `index` of a text of two hexadecimal digits a byte; a lone last digit stands in
+    /// the higher place, and the end of the text reads as 0. Throws std::out_of_range behind the
+    /// end, Poco::SyntaxException for what isn't hexadecimal.
     virtual std::uint32_t HexByte(std::uint32_t index) const;
 
-    /// All bytes of such a text into `out`, which has room for `capacity`. 0; -1 for an odd length, -2
-    /// for too little room, with nothing written. Throws Poco::SyntaxException for what isn't
+    /// All bytes of such a text into `out`, which has room for `capacity`. 0; -1 for an odd length,
+    /// -2 for too little room, with nothing written. Throws Poco::SyntaxException for what isn't
     /// hexadecimal; the bytes before it are written by then.
     virtual std::int32_t HexBytes(unsigned char* out, std::uint32_t capacity) const;
 
@@ -310,8 +313,8 @@ public:
     virtual std::uint32_t ToList(unsigned char* out) const;
     virtual std::vector<std::int32_t> ToList() const;
 
-    /// A new text, printed as std::printf would, up to the first NUL and without a mark at its head;
-    /// empty for a null `format`. The object takes no part.
+    /// A new text, printed as std::printf would, up to the first NUL and without a mark at its
+    /// head; empty for a null `format`. The object takes no part.
     virtual NString Format(const char* format, ...) const MORVEL_PRINTF_LIKE(2, 3);
 
     virtual std::uint32_t ToUInt() const;
@@ -323,9 +326,10 @@ public:
     virtual void EncodeBase64();
 
     /// Decodes the text as Base64 into `out`, which the caller owns and has made large enough, and
-    /// sets `*count` to the bytes decoded; stops without a report at what is no Base64. A null `out`
-    /// only counts: measure, allocate, call again. The form without arguments replaces the text by the
-    /// bytes decoded, and throws Poco::DataFormatException, the text unchanged, where the other stops.
+    /// sets `*count` to the bytes decoded; stops without a report at what is no Base64. A null
+    /// `out` only counts: measure, allocate, call again. The form without arguments replaces the
+    /// text by the bytes decoded, and throws Poco::DataFormatException, the text unchanged, where
+    /// the other stops.
     virtual void DecodeBase64(unsigned char* out, std::uint32_t* count) const;
     virtual void DecodeBase64();
 
@@ -355,9 +359,9 @@ public:
     /// The text as wide text in NFC, for the platform's calls. Reads only.
     NWideString Wide() const;
 
-    /// Between narrow and wide text in a code page of the system, 0 for its own, 65001 or any negative
-    /// number for UTF-8. Each ends at the first NUL. UTF-8 text is brought to NFC on the way to wide;
-    /// a text that can't be converted gives an empty one. Any thread may call these.
+    /// Between narrow and wide text in a code page of the system, 0 for its own, 65001 or any
+    /// negative number for UTF-8. Each ends at the first NUL. UTF-8 text is brought to NFC on the
+    /// way to wide; a text that can't be converted gives an empty one. Any thread may call these.
     static NWideString StringToWide(const std::string& text, std::int32_t codePage);
     static std::string WideToString(const NWideString& text, std::int32_t codePage);
 

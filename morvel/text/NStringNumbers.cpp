@@ -171,9 +171,9 @@ void NString::SetFourCC(std::uint32_t code) {
 }
 
 void NString::SetVersion(std::uint32_t version) {
-    const int major = version >> 16;
-    const int minor = version >> 8 & 0xFF;
-    const int patch = version & 0xFF;
+    const std::uint32_t major = version >> 16;
+    const std::uint32_t minor = version >> 8 & 0xFF;
+    const std::uint32_t patch = version & 0xFF;
     std::string text = NumberFormatter::format(major) + Point + NumberFormatter::format(minor);
     if (patch != 0) text += Point + NumberFormatter::format(patch);
     _setSystemText(std::move(text));

@@ -18,6 +18,7 @@ NStringTokenizer::~NStringTokenizer() {
     delete _tokenizer;
 }
 
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): a tokenizer splits its own text anew.
 NStringTokenizer& NStringTokenizer::operator=(const NStringTokenizer& other) {
     Assign(other._text, other._separators, other._options);
     return *this;
