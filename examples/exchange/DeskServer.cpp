@@ -78,9 +78,13 @@ struct DeskServer::Server {
     Poco::Net::HTTPServer http{new OrderHandlerFactory, socket, new Poco::Net::HTTPServerParams};
 };
 
-DeskServer::DeskServer() : _server(std::make_unique<Server>()) { _server->http.start(); }
+DeskServer::DeskServer() : _server(std::make_unique<Server>()) {
+    _server->http.start();
+}
 
-DeskServer::~DeskServer() { _server->http.stopAll(true); }
+DeskServer::~DeskServer() {
+    _server->http.stopAll(true);
+}
 
 std::string DeskServer::Url() const {
     return "http://" + _server->socket.address().toString() + "/orders";

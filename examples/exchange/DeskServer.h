@@ -3,8 +3,8 @@
 #include <memory>
 #include <string>
 
-/// A small order desk for those who have none: answers orders on a loopback address for as long as the
-/// object lives. Port and threads are its own.
+/// A small order desk for those who have none: answers orders on a loopback address for as long as
+/// the object lives. Port and threads are its own.
 class DeskServer {
 public:
     DeskServer();

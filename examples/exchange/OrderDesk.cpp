@@ -104,23 +104,26 @@ void _exchange(const std::string& url, std::uint32_t timeout, std::ostream& acco
 
     NURL transfer;
     const auto start = std::chrono::steady_clock::now();
-    const std::int32_t status = transfer.Request(address, body.data(), body.size(), timeout, nullptr,
-                                                 nullptr, nullptr, nullptr, 0);
-    const std::chrono::duration<double, std::milli> taken = std::chrono::steady_clock::now() - start;
-    account << "Transfer\n  status " << status << ", " << transfer.Size() << " bytes, " << std::fixed
-            << std::setprecision(1) << taken.count() << " ms\n\n";
+    const std::int32_t status = transfer.Request(address, body.data(), body.size(), timeout,
+                                                 nullptr, nullptr, nullptr, nullptr, 0);
+    const std::chrono::duration<double, std::milli> taken =
+        std::chrono::steady_clock::now() - start;
+    account << "Transfer\n  status " << status << ", " << transfer.Size() << " bytes, "
+            << std::fixed << std::setprecision(1) << taken.count() << " ms\n\n";
     if (status != 0) throw DeskError(_explain(status, url, timeout));
 
     std::istringstream stream(
-        transfer.Size() == 0 ? std::string()
-                             : std::string(transfer.Data(), static_cast<std::size_t>(transfer.Size())));
+        transfer.Size() == 0
+            ? std::string()
+            : std::string(transfer.Data(), static_cast<std::size_t>(transfer.Size())));
     NXML reply;
     reply.LoadStream(stream, false);
     NString number;
     NString currency;
     if (reply.RootName() != "confirmation" || !reply.GetRootAttribute("number", number)) {
-        throw DeskError("The reply is no confirmation of an order. "
-                        "Check that this is the address of an order desk.");
+        throw DeskError(
+            "The reply is no confirmation of an order. "
+            "Check that this is the address of an order desk.");
     }
     NXML totalElement;
     const NString total(_value(reply, "confirmation.total"), EncodingUTF8);
@@ -170,7 +173,8 @@ void ShowLog(std::ostream& account) {
     file.Append("morvel.log");
     const std::string name = file.Converted(EncodingUTF8);
     if (NLog::Get() == nullptr) {
-        account << "Log\n  off; create the file " << name << " and run this again to switch it on\n";
+        account << "Log\n  off; create the file " << name
+                << " and run this again to switch it on\n";
         return;
     }
 

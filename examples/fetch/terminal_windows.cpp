@@ -1,0 +1,8 @@
+#include <io.h>
+#include <cstdio>
+
+#include "terminal.h"
+
+bool IsTerminal() {
+    return _isatty(_fileno(stderr)) != 0;
+}

@@ -1,0 +1,80 @@
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <morvel/morvel.h>
+#include <tests/support/Process.h>
+#include <tests/support/TestServer.h>
+
+using morvel::test::ProcessResult;
+using morvel::test::RunProcess;
+using morvel::test::TestServer;
+using testing::HasSubstr;
+
+namespace {
+
+NPath _inLogFolder(const char* name) {
+    NPath path = NPath::AppDataFolder();
+    path.Append("Tarnwick Software");
+    path.Append(name);
+    return path;
+}
+
+}  // namespace
+
+TEST(Exchange, TellsTheWholeRoadAndKeepsReplyAndLog) {
+    NFile logFile(_inLogFolder("morvel.log"));
+    logFile.CreateFile();  // the switch of the log
+
+    const ProcessResult result = RunProcess(PROGRAM, {});
+
+    EXPECT_EQ(result.exitCode, 0) << result.output;
+    for (const char* expected :
+         {"<customer>Zoë Ångström</customer>", "customer=Zo%C3%AB%20%C3%85ngstr%C3%B6m", "status 0",
+          "order number A-2041", "customer     Zoë Ångström", "total        € 28.65",
+          "NOTICE [File: OrderDesk.cpp Line: ", "\"order A-2041 confirmed\""}) {
+        EXPECT_THAT(result.output, HasSubstr(expected));
+    }
+    NPath saved = NPath::AppDataFolder();
+    saved.Append("Morvel order desk");
+    saved.Append("order-A-2041.xml");
+    NXML reply;
+    ASSERT_TRUE(reply.LoadFile(saved.Converted(EncodingUTF8), true));
+    EXPECT_EQ(reply.RootName(), "confirmation");
+    EXPECT_THAT(result.output, HasSubstr(saved.Converted(EncodingUTF8)));
+    logFile.Remove(false);
+}
+
+TEST(Exchange, SaysHowToSwitchTheLogOn) {
+    const ProcessResult result = RunProcess(PROGRAM, {});
+    EXPECT_EQ(result.exitCode, 0) << result.output;
+    EXPECT_THAT(result.output, HasSubstr("off; create the file " +
+                                         _inLogFolder("morvel.log").Converted(EncodingUTF8)));
+}
+
+TEST(Exchange, EveryFailureEndsWithASentence) {
+    TestServer server;
+    const std::string nobody = "http://127.0.0.1:" + std::to_string(morvel::test::FreePort());
+    const struct {
+        const char* why;
+        std::string url;
+        const char* sentence;
+    } rows[] = {
+        {"refused", nobody, "was refused. Check that the server runs"},
+        {"time-out", server.Url("/silence"), "within 1 s. Try again later"},
+        {"HTTP error", server.Url("/status/404"), "with an HTTP error. Check that"},
+        {"no XML", server.Url("/bytes/100"), "is no XML document (Could not determine tag type)"},
+        {"another document", server.Url("/echo"), "The reply is no confirmation of an order."},
+        {"cut off", server.Url("/cut/500"), "failed with status 18"},
+        {"no address", "http://", "is no address"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.why);
+        const ProcessResult result =
+            RunProcess(PROGRAM, {"--timeout", "1", "--url", row.url}, {{"no_proxy", "*"}});
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_THAT(result.output, HasSubstr("No order was placed"));
+        EXPECT_THAT(result.output, HasSubstr(row.sentence));
+    }
+}
