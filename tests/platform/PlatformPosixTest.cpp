@@ -121,6 +121,15 @@ TEST_F(SpecialFolders, FallBackOnTheUsersEntryWithoutHome) {
     }
 }
 
+// procfs keeps no birth times.
+TEST(PlatformPosix, CreationTimeFallsBackOnTheChangeOfStatus) {
+    struct stat status;
+    ASSERT_EQ(stat("/proc/self/stat", &status), 0);
+    std::int64_t seconds = 0;
+    ASSERT_TRUE(CreationTime(wide("/proc/self/stat"), &seconds));
+    EXPECT_EQ(seconds, status.st_ctime);
+}
+
 TEST(PlatformPosix, OpenForWritingHeedsALockThatAnotherHolds) {
     TemporaryFolder folder;
     folder.Write("f", "content");
