@@ -64,7 +64,8 @@ extern "C" {
 
 void* __real_realloc(void* block, std::size_t size);
 
-void* __wrap_realloc(void* block, std::size_t size) {
+// Visible, because the linker sees shared libraries use realloc as well; theirs it doesn't replace.
+__attribute__((visibility("default"))) void* __wrap_realloc(void* block, std::size_t size) {
     ++memory.calls;
     if (memory.failAt != 0 && memory.calls >= memory.failAt &&
         memory.calls < memory.failAt + memory.failures) {
