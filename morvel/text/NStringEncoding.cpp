@@ -214,8 +214,8 @@ void NString::UrlEncode() {
         if (_isUnreserved(c)) {
             encoded += c;
         } else {
-            const auto byte = static_cast<unsigned char>(c);
-            const char escape[] = {'%', hex[byte >> 4], hex[byte & 15]};
+            const auto code = static_cast<unsigned char>(c);
+            const char escape[] = {'%', hex[code >> 4], hex[code & 15]};
             encoded.append(escape, sizeof escape);
         }
     }

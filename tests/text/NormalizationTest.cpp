@@ -193,10 +193,10 @@ TEST(Normalization, HalfAMillionMarksInDisorder) {
             std::string actual = text;
             EXPECT_TRUE(morvel::NormalizeText(&actual, form));
             EXPECT_TRUE(actual == (stays ? text : ordered)) << form;
-            std::string malformed = text + "\x80";
-            EXPECT_FALSE(morvel::NormalizeText(&malformed, form));
-            EXPECT_TRUE(malformed == text + "\x80") << form;
         }
+        std::string malformed = text + "\x80";
+        EXPECT_FALSE(morvel::NormalizeText(&malformed, FormNFC));
+        EXPECT_TRUE(malformed == text + "\x80");
     }
 }
 
