@@ -246,8 +246,8 @@ void NString::DecodeBase64(unsigned char* out, std::uint32_t* count) const {
     *count = 0;
     std::istringstream digits(_data);
     Poco::Base64Decoder decoder(digits);
-    for (int byte = decoder.get(); decoder.good(); byte = decoder.get()) {
-        if (out != nullptr) *out++ = static_cast<unsigned char>(byte);
+    for (int c = decoder.get(); decoder.good(); c = decoder.get()) {
+        if (out != nullptr) *out++ = static_cast<unsigned char>(c);
         ++*count;
     }
 }
