@@ -60,6 +60,7 @@ bool LogAsyncChannel::_writeOne() {
         if (_batch.capacity() > KeptLines) {
             std::vector<std::string>().swap(_batch);
         }
+        _before += _batch.size();
         _batch.clear();
         _written = 0;
         _worker.Lock();
@@ -69,10 +70,17 @@ bool LogAsyncChannel::_writeOne() {
             return false;
         }
     }
-    // Taken before it is written: whatever happens meanwhile, no line is written twice.
-    const std::string line = std::move(_batch[_written++]);
-    _file->WriteLine(line);
+    // Where a thread is cut off in here, the next step comes with the same line and number.
+    _file->WriteLine(_batch[_written], _before + _written + 1);
+    _batch[_written] = std::string();
+    ++_written;
     return true;
+}
+
+void LogAsyncChannel::WriteAllQueued() {
+    for (LogAsyncChannel* channel = first; channel != nullptr; channel = channel->_next) {
+        channel->_worker.Stop();
+    }
 }
 
 void LogAsyncChannel::PauseAll() {

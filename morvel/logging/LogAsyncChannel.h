@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,9 @@ public:
     void close() override;  ///< Writes what is queued and ends the thread.
     void log(const Poco::Message& message) override;
 
+    /// Writes what is queued in any channel. REQUIRES: there is no other thread.
+    static void WriteAllQueued();
+
     /// Around a fork: every channel stands still between two lines. The child drops the lines that
     /// the parent still has to write.
     static void PauseAll();
@@ -41,7 +45,8 @@ private:
     Poco::AutoPtr<LogFileChannel> _file;
     std::vector<std::string> _queue;  // under the worker's lock; all else is for steps alone
     std::vector<std::string> _batch;
-    std::size_t _written = 0;  // lines of the batch that are done with
+    std::size_t _written = 0;   // lines of the batch that are done with
+    std::uint64_t _before = 0;  // lines of the batches before it
     platform::Worker _worker;
 
     LogAsyncChannel* _next;  // in the list of all channels

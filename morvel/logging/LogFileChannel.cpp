@@ -7,6 +7,8 @@
 #include <Poco/Message.h>
 #include <Poco/Path.h>
 
+#include <morvel/platform/platform.h>
+
 namespace morvel {
 namespace {
 // The bytes that a value of the property `rotation` stands for; 0 if it isn't a size.
@@ -54,14 +56,21 @@ void LogFileChannel::setProperty(const std::string& name, const std::string& val
     }
 }
 
-void LogFileChannel::WriteLine(const std::string& text) {
+void LogFileChannel::WriteLine(const std::string& text, std::uint64_t number) {
     try {
+        if (number != 0 && number == _number && _file && _file->size() > _sizeBefore) {
+            return;
+        }
         if (!_file) {
             _open();
         }
-        if (_rotationSize != 0 && _file->size() >= _rotationSize) {
+        std::uint64_t size = _file->size();
+        if (_rotationSize != 0 && size >= _rotationSize) {
             _rotate();
+            size = _file->size();
         }
+        _sizeBefore = size;
+        _number = number;
         _file->write(text);
     } catch (...) {
         _file.reset();  // its stream stays failed; the next line starts with a fresh one
@@ -70,7 +79,15 @@ void LogFileChannel::WriteLine(const std::string& text) {
 }
 
 void LogFileChannel::_open() {
-    _file = std::make_unique<Poco::LogFile>(path());
+    try {
+        _file = std::make_unique<Poco::LogFile>(path());
+    } catch (const Poco::Exception&) {
+        const NWideString name = platform::WideFromNarrow(path().c_str(), platform::CodePageUtf8);
+        if (!platform::CloseLeftOpen(name)) {
+            throw;
+        }
+        _file = std::make_unique<Poco::LogFile>(path());
+    }
     if (_torn && endsInMidLine(path())) {
         _file->write("");
     }

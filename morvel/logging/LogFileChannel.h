@@ -12,8 +12,8 @@ namespace morvel {
 /// POCO's file channel, as far as properties, file, archives and purging go, with an outcome for
 /// each failure: what can't be written is lost, nothing is thrown and nothing else is harmed. The
 /// base class would go on with a deleted file when archiving fails, and archive an empty file for
-/// each line that a full disk refuses. It takes no lock, so that a thread cut off in it leaves none
-/// behind.
+/// each line that a full disk refuses. A thread may be cut off in it, as happens at the end of a
+/// process on Windows: it takes no lock, which would stay behind.
 ///
 /// Rotates by size only ("10 M", "500 K", "1000000") and archives by number. One thread at a time.
 class LogFileChannel : public Poco::FileChannel {
@@ -25,8 +25,10 @@ public:
     void log(const Poco::Message& message) override;
     void setProperty(const std::string& name, const std::string& value) override;
 
-    /// Writes one line; never throws.
-    void WriteLine(const std::string& text);
+    /// Writes one line; never throws. `number` tells lines apart: one that comes again, because the
+    /// thread was cut off in it, is written only if it hasn't reached the file yet. A line of
+    /// number 0 doesn't come again.
+    void WriteLine(const std::string& text, std::uint64_t number = 0);
 
 protected:
     ~LogFileChannel() override;
@@ -37,6 +39,8 @@ private:
 
     std::unique_ptr<Poco::LogFile> _file;
     std::uint64_t _rotationSize = 0;  // 0: never
+    std::uint64_t _number = 0;        // the line begun last
+    std::uint64_t _sizeBefore = 0;    // of the file, before that line
     bool _torn = false;               // a write failed, and may have left a part of its line behind
 };
 

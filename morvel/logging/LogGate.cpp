@@ -25,6 +25,9 @@ bool waitFor(Condition isMet) {
         }
         std::this_thread::yield();
     }
+    if (platform::OtherThreadsAreGone()) {
+        return false;  // whoever is awaited won't come
+    }
     const auto end = std::chrono::steady_clock::now() + Patience;
     while (std::chrono::steady_clock::now() < end) {
         if (isMet()) {

@@ -72,6 +72,10 @@ NLog::~NLog() {
         // Held until the gate is open again: whoever logs need not wait while the queue is written.
         Poco::Channel::Ptr chain;
         const LogGate::Closure closure;
+        if (morvel::platform::OtherThreadsAreGone()) {
+            // One of them may have held a lock of POCO's. To wait for it ends the process there.
+            LogAsyncChannel::WriteAllQueued();
+        }
         NLog* self = this;
         _instance.compare_exchange_strong(self, nullptr);
         chain = Poco::Logger::root().getChannel();
@@ -171,8 +175,7 @@ void NLog::_configure() {
 
     Poco::AutoPtr<Poco::PatternFormatter> formatter(new Poco::PatternFormatter);
     formatter->setProperty(Poco::PatternFormatter::PROP_PATTERN, "%t");
-    Poco::AutoPtr<Poco::FormattingChannel> chain(
-        new Poco::FormattingChannel(formatter, writer));
+    Poco::AutoPtr<Poco::FormattingChannel> chain(new Poco::FormattingChannel(formatter, writer));
     const Poco::LocalDateTime now;
 
     // Ahead of the logger's first use, because a new logger takes over the root's channel.

@@ -60,6 +60,15 @@ bool CreationTime(const NWideString& name, std::int64_t* seconds);
 /// advisory there). Null if it can't be opened. The caller closes it with std::fclose.
 std::FILE* OpenForWriting(const NWideString& name);
 
+/// Whether the process is ending and the system has cut off all other threads, each wherever it
+/// was: what they held stays held. So Windows ends a process; elsewhere it never is so.
+bool OtherThreadsAreGone();
+
+/// Closes `name` where a thread that was cut off has opened it for writing and nobody knows the
+/// handle, so that it can be opened again. True if there was one. Does nothing, with false, unless
+/// OtherThreadsAreGone.
+bool CloseLeftOpen(const NWideString& name);
+
 /// Suspends the calling thread.
 void SleepMilliseconds(std::uint32_t milliseconds);
 

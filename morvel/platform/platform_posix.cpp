@@ -276,6 +276,14 @@ std::FILE* OpenForWriting(const NWideString& name) {
     return stream;
 }
 
+bool OtherThreadsAreGone() {
+    return false;
+}
+
+bool CloseLeftOpen(const NWideString&) {
+    return false;
+}
+
 void SleepMilliseconds(std::uint32_t milliseconds) {
     std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));  // signals don't end it
 }

@@ -9,6 +9,10 @@
 #include <atomic>
 #include <cstring>
 
+// Exported by ntdll since Windows XP. The documented way to learn it is an argument of DllMain,
+// which says the same at the same time.
+extern "C" __declspec(dllimport) BOOLEAN NTAPI RtlDllShutdownInProgress(void);
+
 namespace morvel::platform {
 
 namespace {
@@ -20,6 +24,16 @@ struct UnloadEntry {
 };
 
 std::atomic<UnloadEntry*> newestEntry;  // zero before any code runs
+
+bool isSameFileForWriting(HANDLE handle, const BY_HANDLE_FILE_INFORMATION& wanted) {
+    BY_HANDLE_FILE_INFORMATION found;
+    DWORD written;
+    return GetFileType(handle) == FILE_TYPE_DISK && GetFileInformationByHandle(handle, &found) &&
+           found.dwVolumeSerialNumber == wanted.dwVolumeSerialNumber &&
+           found.nFileIndexHigh == wanted.nFileIndexHigh &&
+           found.nFileIndexLow == wanted.nFileIndexLow &&
+           WriteFile(handle, "", 0, &written, nullptr);
+}
 
 }  // namespace
 
@@ -87,6 +101,34 @@ bool CreationTime(const NWideString& name, std::int64_t* seconds) {
 
 std::FILE* OpenForWriting(const NWideString& name) {
     return _wfsopen(name.c_str(), L"wb", _SH_DENYWR);
+}
+
+bool OtherThreadsAreGone() {
+    return RtlDllShutdownInProgress() != FALSE;
+}
+
+bool CloseLeftOpen(const NWideString& name) {
+    if (!OtherThreadsAreGone()) {
+        return false;
+    }
+    const HANDLE self = CreateFileW(name.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                    OPEN_EXISTING, 0, nullptr);
+    BY_HANDLE_FILE_INFORMATION wanted;
+    if (self == INVALID_HANDLE_VALUE) {
+        return false;
+    }
+    bool closed = false;
+    if (GetFileInformationByHandle(self, &wanted)) {
+        // The system has no list of a process's handles to give, but they are small multiples of 4.
+        for (std::uintptr_t value = 4; value < 0x10000; value += 4) {
+            const auto handle = reinterpret_cast<HANDLE>(value);
+            if (handle != self && isSameFileForWriting(handle, wanted)) {
+                closed = CloseHandle(handle) != FALSE || closed;
+            }
+        }
+    }
+    CloseHandle(self);
+    return closed;
 }
 
 void SleepMilliseconds(std::uint32_t milliseconds) {

@@ -26,8 +26,8 @@ class Worker {
 public:
     /// Does one piece of work without the lock (it may take it meanwhile); false if there was none.
     /// Must not throw. When a Windows process ends, the system cuts the thread off wherever it is,
-    /// and Stop goes on with the next step: so a step marks its piece as taken before it begins on
-    /// it, and works under no lock that the next one would need.
+    /// and Stop goes on with the next step: so a step leaves at each moment what the next one needs
+    /// to tell how far it came, and works under no lock that the next one would need.
     using Step = bool (*)(void* object);
 
     /// Starts nothing. Steps will be `step(object)`.

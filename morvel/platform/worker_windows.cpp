@@ -2,11 +2,8 @@
 
 #include <atomic>
 
+#include <morvel/platform/platform.h>
 #include <morvel/platform/worker.h>
-
-// Tells that the process is ending: this thread is the only one left, and whatever the others held
-// when the system cut them off stays held.
-extern "C" __declspec(dllimport) BOOLEAN NTAPI RtlDllShutdownInProgress(void);
 
 namespace morvel::platform {
 
@@ -42,7 +39,7 @@ struct Worker::State {
 };
 
 void Worker::State::take() {
-    if (RtlDllShutdownInProgress()) {
+    if (OtherThreadsAreGone()) {
         TryAcquireSRWLockExclusive(
             &lock);  // if it is taken, its holder is gone and won't come back
     } else {
@@ -52,7 +49,7 @@ void Worker::State::take() {
 
 // With the lock held: hands the work to the pool, unless it is there or may not go there now.
 void Worker::State::schedule() {
-    if (!pending || scheduled || stopping || paused || RtlDllShutdownInProgress()) return;
+    if (!pending || scheduled || stopping || paused || OtherThreadsAreGone()) return;
     if (work == nullptr) work = CreateThreadpoolWork(run, this, nullptr);
     if (work == nullptr) return;
     scheduled = true;
@@ -86,7 +83,7 @@ Worker::Worker(Step step, void* object) : _state(new State(step, object)) {}
 
 Worker::~Worker() {
     // At the end of the process the pool is as dead as its threads.
-    if (_state->work != nullptr && !RtlDllShutdownInProgress()) CloseThreadpoolWork(_state->work);
+    if (_state->work != nullptr && !OtherThreadsAreGone()) CloseThreadpoolWork(_state->work);
     delete _state;
 }
 
@@ -109,7 +106,7 @@ void Worker::Stop() {
     _state->take();
     _state->stopping = true;
     _state->setRest();
-    if (_state->work != nullptr && !RtlDllShutdownInProgress()) {
+    if (_state->work != nullptr && !OtherThreadsAreGone()) {
         _state->release();
         WaitForThreadpoolWorkCallbacks(_state->work, TRUE);  // TRUE: takes back what hasn't begun
         _state->take();

@@ -1,0 +1,38 @@
+#include <morvel/logging/LogFileChannel.h>
+
+#include <string>
+
+#include <Poco/AutoPtr.h>
+#include <gtest/gtest.h>
+
+#include <tests/logging/LogHome.h>
+
+using morvel::LogFileChannel;
+using morvel::test::ReadLog;
+using morvel::test::TemporaryFolder;
+
+// A thread that was cut off leaves open whether its line is in the file.
+TEST(LogFileChannel, ALineThatComesAgainIsWrittenOnce) {
+    TemporaryFolder folder;
+    Poco::AutoPtr<LogFileChannel> channel(new LogFileChannel);
+    channel->setProperty("path", folder.File("a.log"));
+    const struct {
+        const char* text;
+        std::uint64_t number;
+    } lines[] = {{"one", 1},          {"one", 1},         {"", 1},
+                 {"two", 2},          {"two", 3},         {"two", 3},
+                 {"of no number", 0}, {"of no number", 0}};
+    for (const auto& line : lines) {
+        channel->WriteLine(line.text, line.number);
+    }
+    EXPECT_EQ(ReadLog(folder.File("a.log")), "one\ntwo\ntwo\nof no number\nof no number\n");
+
+    // One that failed wasn't written and may come again.
+    channel->setProperty("path", folder.File("missing/b.log"));
+    channel->close();
+    channel->WriteLine("lost", 4);
+    channel->setProperty("path", folder.File("c.log"));
+    channel->WriteLine("found", 4);
+    channel->WriteLine("found", 4);
+    EXPECT_EQ(ReadLog(folder.File("c.log")), "found\n");
+}
