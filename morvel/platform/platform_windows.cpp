@@ -78,7 +78,8 @@ NWideString SpecialFolder(Folder folder) {
                   static_cast<int>(Folder::CommonAppData) == CSIDL_COMMON_APPDATA &&
                   static_cast<int>(Folder::CommonDocuments) == CSIDL_COMMON_DOCUMENTS);
     wchar_t path[MAX_PATH];
-    if (FAILED(SHGetFolderPathW(nullptr, static_cast<int>(folder), nullptr, 0, path))) {
+    // Not FAILED: S_FALSE names a folder that isn't there.
+    if (SHGetFolderPathW(nullptr, static_cast<int>(folder), nullptr, 0, path) != S_OK) {
         return {};
     }
     return path;
@@ -133,6 +134,12 @@ bool CloseLeftOpen(const NWideString& name) {
 
 void SleepMilliseconds(std::uint32_t milliseconds) {
     ::Sleep(milliseconds);
+}
+
+void PrepareNamedMutex(const std::string&) {}
+
+bool FailedNamedLockMayHold() {
+    return true;
 }
 
 // The runtime's own list won't do: what is registered while it runs is never called. Entries are
