@@ -6,7 +6,7 @@
 #include <morvel/time/NTimestamp.h>
 
 // windows.h makes macros of these names, which would rename the members of NFile in just those
-// files that include it first.
+// files that include it. Who needs both includes this header last.
 #undef CreateDirectory
 #undef CreateFile
 

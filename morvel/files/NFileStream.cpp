@@ -58,12 +58,12 @@ NFileStream::~NFileStream() {
 int NFileStream::Open(const NFile& file, int mode) {
     try {
         _buf = new NFileStreamBuf;
-        NString path(file.Path());
-        const std::string& name = path.Converted(EncodingUTF8);
-        _buf->open(name, openModes[mode]);
+        NString name(file.Path());
+        name.ConvertTo(EncodingUTF8);
+        _buf->open(name.Data(), openModes[mode]);
         // Some systems open a folder for reading, and only the first read would fail.
-        if (_isFolder(name)) {
-            throw Poco::OpenFileException(name);
+        if (_isFolder(name.Data())) {
+            throw Poco::OpenFileException(name.Data());
         }
         return 0;
     } catch (const NException& e) {

@@ -55,7 +55,6 @@ NPath::NPath(NPath&& other) noexcept = default;
 NPath::~NPath() = default;
 
 NPath& NPath::operator=(const NPath& other) = default;
-NPath& NPath::operator=(NPath&& other) = default;
 
 NPath NPath::Absolute() const {
     return _inEncoding(_parsed(*this).absolute().toString(), Encoding());

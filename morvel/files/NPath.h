@@ -35,7 +35,6 @@ public:
 
     using NString::operator=;
     NPath& operator=(const NPath& other);
-    NPath& operator=(NPath&& other);  ///< A copy: the text keeps its own place.
 
     NPath Absolute() const;  ///< Seen from the current folder.
 

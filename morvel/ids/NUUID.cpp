@@ -5,6 +5,7 @@
 NUUID::NUUID() = default;
 NUUID::~NUUID() = default;
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): by value is part of the interface.
 std::int32_t NUUID::Generate(std::string alphabet, std::uint32_t size) {
     try {
         _value = nanoid::generate(alphabet, size);

@@ -17,6 +17,8 @@
 
 namespace {
 
+const bool onWindows = Poco::Path::separator() == '\\';
+
 using Mode = NFileStream::Mode;
 
 const Mode readingModes[] = {NFileStream::ModeRead, NFileStream::ModeReadWrite,
@@ -244,7 +246,7 @@ TEST_F(NFileStreamTest, ReadsAFailureOfTheDeviceAsZero) {
 }
 
 TEST_F(NFileStreamTest, TellsOfAFullDisk) {
-    if (!std::filesystem::exists("/dev/full")) {
+    if (onWindows || !std::filesystem::exists("/dev/full")) {
         GTEST_SKIP() << "no device that is always full";
     }
     NFileStream stream;
@@ -281,7 +283,7 @@ TEST_F(NFileStreamTest, CutsSizesAndPositions) {
 
 // The first file stays open, out of reach; its buffer is the leak that the header tells of.
 TEST_F(NFileStreamTest, SecondOpenLeavesTheFirstFileOpen) {
-    if (!std::filesystem::exists("/proc/self/fd")) {
+    if (onWindows || !std::filesystem::exists("/proc/self/fd")) {
         GTEST_SKIP() << "no list of open files";
     }
     const auto openFiles = [] {
