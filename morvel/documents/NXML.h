@@ -129,7 +129,6 @@ private:
     pugi::xml_node _findElement(std::string_view path) const;
     pugi::xml_node _findElement(std::string_view path, pugi::xml_node* parent) const;
     pugi::xml_node _root() const;
-    bool _forEachName(const std::string& path, NElementCallback callback) const;
     bool _setValue(const std::string& path, const std::string& value, bool cdata);
     void _addDeclaration();
     void _newDocument();

@@ -66,6 +66,16 @@ bool _collectAttributes(pugi::xml_node node, NAttributeList& out) {
     return !node.empty();
 }
 
+NNameList _elementNames(pugi::xml_node parent) {
+    NNameList names;
+    for (const pugi::xml_node child : parent.children()) {
+        if (child.type() == pugi::node_element) {
+            names.emplace_back(child.name());
+        }
+    }
+    return names;
+}
+
 // A document with a copy of `node` at its top; an empty one for a null node.
 std::unique_ptr<pugi::xml_document> _documentOf(pugi::xml_node node) {
     auto document = std::make_unique<pugi::xml_document>();
@@ -280,7 +290,12 @@ bool NXML::ForEachElement(const std::string& path, NElementCallback callback) co
         return false;
     }
     if (typeid(*this) == typeid(NXML)) {
-        return _forEachName(path, callback);
+        // No derived class can look at copies of the elements, some kilobytes apiece: the names do.
+        const NNameList names = _elementNames(_findElement(path.empty() ? RootName() : path));
+        for (const std::string& name : names) {
+            callback(name, nullptr);
+        }
+        return !names.empty();
     }
     NDataContainerArray elements;
     if (!FindElements(path.empty() ? RootName() : path, elements, NAttributeList())) {
@@ -290,21 +305,6 @@ bool NXML::ForEachElement(const std::string& path, NElementCallback callback) co
         callback(element->RootName(), nullptr);
     }
     return true;
-}
-
-// The same without a copy of each element, some kilobytes apiece, for an object whose class can't
-// have replaced FindElements or RootName.
-bool NXML::_forEachName(const std::string& path, NElementCallback callback) const {
-    NNameList names;
-    for (const pugi::xml_node child : _findElement(path.empty() ? RootName() : path).children()) {
-        if (child.type() == pugi::node_element) {
-            names.emplace_back(child.name());
-        }
-    }
-    for (const std::string& name : names) {
-        callback(name, nullptr);
-    }
-    return !names.empty();
 }
 
 std::string NXML::RootName() const {
