@@ -174,8 +174,8 @@ TEST_F(NFileStreamTest, FillsTheGapBeforeAWriteBehindTheEnd) {
     NFileStream stream;
     ASSERT_EQ(stream.Open(At("file"), NFileStream::ModeReadWrite), 0);
     EXPECT_EQ(stream.Seek(5), 5);
-    char byte;
-    EXPECT_EQ(stream.Read(&byte, 1), 0);
+    char letter;
+    EXPECT_EQ(stream.Read(&letter, 1), 0);
     EXPECT_EQ(stream.Size(), 0);
     EXPECT_EQ(stream.Write("x", 1), 1);
     EXPECT_EQ(stream.Size(), 6);
@@ -274,8 +274,8 @@ TEST_F(NFileStreamTest, CutsSizesAndPositions) {
         ASSERT_EQ(stream.Open(At("file"), NFileStream::ModeReadWrite), 0);
         EXPECT_EQ(stream.Size(), row.cut);
         EXPECT_EQ(stream.Seek(2147483647), 2147483647);
-        char byte = 1;
-        EXPECT_EQ(stream.Read(&byte, 1), row.size > 0x7FFFFFFF ? 1 : 0);
+        char letter;
+        EXPECT_EQ(stream.Read(&letter, 1), row.size > 0x7FFFFFFF ? 1 : 0);
         EXPECT_EQ(stream.Size(), row.cut);
         stream.Close();
     }
@@ -297,9 +297,9 @@ TEST_F(NFileStreamTest, SecondOpenLeavesTheFirstFileOpen) {
         NFileStream stream;
         ASSERT_EQ(stream.Open(At("a"), NFileStream::ModeRead), 0);
         ASSERT_EQ(stream.Open(At("b"), NFileStream::ModeRead), 0);
-        char byte = 0;
-        EXPECT_EQ(stream.Read(&byte, 1), 1);
-        EXPECT_EQ(byte, 'b');
+        char letter = 0;
+        EXPECT_EQ(stream.Read(&letter, 1), 1);
+        EXPECT_EQ(letter, 'b');
     }
     EXPECT_EQ(openFiles(), before + 1);
 }

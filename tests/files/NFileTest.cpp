@@ -16,6 +16,10 @@
 #include <morvel/base/NException.h>
 #include <tests/support/TemporaryFolder.h>
 
+// GoogleTest and POCO have brought windows.h in behind NFile.h.
+#undef CreateDirectory
+#undef CreateFile
+
 namespace {
 
 const bool onWindows = Poco::Path::separator() == '\\';
