@@ -7,7 +7,7 @@
 
 namespace morvel::platform {
 
-// The steps run as a callback of the process's thread pool and not on a thread of ours. Stop is
+// The steps run as a callback of a thread pool with one thread, not on a thread of ours. Stop is
 // called under the loader lock when the library is unloaded, and a thread needs that lock to begin
 // and to end: waiting for its end would be for ever, and one that hasn't begun would later begin in
 // code that is gone. A callback needs it for neither. What waits in the pool's queue can be taken
@@ -22,17 +22,19 @@ struct Worker::State {
     void* const object;
     SRWLOCK lock = SRWLOCK_INIT;
     CONDITION_VARIABLE atRest = CONDITION_VARIABLE_INIT;  // what Pause waits for
-    PTP_WORK work = nullptr;                              // the callback, known to the pool
-    bool scheduled = false;  // the pool has the callback and it hasn't looked for the last time
-    bool busy = false;       // some thread is at its steps
-    bool pending = false;    // woken since a step last answered false
-    bool stopping = false;   // Stop is at work and does what is left itself
+    PTP_POOL pool = nullptr;
+    PTP_WORK work = nullptr;  // the callback, known to the pool
+    bool scheduled = false;   // the pool has the callback and it hasn't looked for the last time
+    bool busy = false;        // some thread is at its steps
+    bool pending = false;     // woken since a step last answered false
+    bool stopping = false;    // Stop is at work and does what is left itself
     bool paused = false;
     std::atomic<bool> rest{false};
 
     void take();
     void release() { ReleaseSRWLockExclusive(&lock); }
     void setRest() { rest.store(stopping || paused, std::memory_order_relaxed); }
+    bool makeWork();
     void schedule();
     void runSteps(const std::atomic<bool>& until);
     static void CALLBACK run(PTP_CALLBACK_INSTANCE, void* state, PTP_WORK);
@@ -40,18 +42,31 @@ struct Worker::State {
 
 void Worker::State::take() {
     if (OtherThreadsAreGone()) {
-        TryAcquireSRWLockExclusive(
-            &lock);  // if it is taken, its holder is gone and won't come back
+        TryAcquireSRWLockExclusive(&lock);  // where it is taken, its holder is gone
     } else {
         AcquireSRWLockExclusive(&lock);
     }
 }
 
+bool Worker::State::makeWork() {
+    if (work != nullptr) return true;
+    if (pool == nullptr) {
+        pool = CreateThreadpool(nullptr);
+        if (pool == nullptr) return false;
+        SetThreadpoolThreadMaximum(pool, 1);
+    }
+    TP_CALLBACK_ENVIRON environment;
+    InitializeThreadpoolEnvironment(&environment);
+    SetThreadpoolCallbackPool(&environment, pool);
+    work = CreateThreadpoolWork(run, this, &environment);
+    DestroyThreadpoolEnvironment(&environment);
+    return work != nullptr;
+}
+
 // With the lock held: hands the work to the pool, unless it is there or may not go there now.
 void Worker::State::schedule() {
     if (!pending || scheduled || stopping || paused || OtherThreadsAreGone()) return;
-    if (work == nullptr) work = CreateThreadpoolWork(run, this, nullptr);
-    if (work == nullptr) return;
+    if (!makeWork()) return;
     scheduled = true;
     SubmitThreadpoolWork(work);
 }
@@ -82,8 +97,10 @@ void CALLBACK Worker::State::run(PTP_CALLBACK_INSTANCE, void* state, PTP_WORK) {
 Worker::Worker(Step step, void* object) : _state(new State(step, object)) {}
 
 Worker::~Worker() {
-    // At the end of the process the pool is as dead as its threads.
-    if (_state->work != nullptr && !OtherThreadsAreGone()) CloseThreadpoolWork(_state->work);
+    if (!OtherThreadsAreGone()) {  // else the pool is as dead as its thread
+        if (_state->work != nullptr) CloseThreadpoolWork(_state->work);
+        if (_state->pool != nullptr) CloseThreadpool(_state->pool);
+    }
     delete _state;
 }
 

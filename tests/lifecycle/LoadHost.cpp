@@ -3,25 +3,23 @@
 // other, and prints an answer for each question.
 //   LoadHost <log plugin> <poco plugin> <step>...
 
-#include <dirent.h>
-#include <dlfcn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
+#include <chrono>
 #include <cstdlib>
-#include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <map>
 #include <string>
+#include <thread>
+
+#include <tests/lifecycle/LoadSystem.h>
 
 namespace {
 void* plugin = nullptr;
 
 void* open(const char* path) {
-    void* const library = dlopen(path, RTLD_NOW | RTLD_LOCAL);
+    void* const library = system_calls::Open(path);
     if (library == nullptr) {
-        std::cout << dlerror() << std::endl;
+        std::cout << "can't load " << path << std::endl;
         std::exit(3);
     }
     return library;
@@ -29,9 +27,9 @@ void* open(const char* path) {
 
 template <class Function>
 Function* find(void* library, const char* name) {
-    void* const symbol = dlsym(library, name);
+    void* const symbol = system_calls::Find(library, name);
     if (symbol == nullptr) {
-        std::cout << dlerror() << std::endl;
+        std::cout << "can't find " << name << std::endl;
         std::exit(4);
     }
     return reinterpret_cast<Function*>(symbol);
@@ -42,48 +40,12 @@ auto call(const char* name, Arguments... arguments) {
     return find<Function>(plugin, name)(arguments...);
 }
 
-int entries(const char* folder) {
-    DIR* const stream = opendir(folder);
-    int count = 0;
-    while (const dirent* entry = readdir(stream)) {
-        count += entry->d_name[0] != '.';
-    }
-    closedir(stream);
-    return count;
-}
-
-bool hasThreads() {
-    return entries("/proc/self/task") > 1;
-}
-
-// A thread that was joined may stand in the list for a moment longer.
+// A thread that has ended may stand in the system's list for a moment longer.
 bool keepsThreads() {
-    for (int turn = 0; turn < 1000 && hasThreads(); ++turn) {
-        usleep(1000);
+    for (int turn = 0; turn < 1000 && system_calls::CountThreads() > 1; ++turn) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
-    return hasThreads();
-}
-
-bool mapped() {
-    std::ifstream maps("/proc/self/maps");
-    std::string line;
-    while (std::getline(maps, line)) {
-        if (line.find("libmorvel") != std::string::npos) return true;
-    }
-    return false;
-}
-
-// How many of this process's descriptors lead to the log.
-int openLogs() {
-    int count = 0;
-    for (int descriptor = 0; descriptor < 256; ++descriptor) {
-        char target[4096] = "";
-        const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
-        if (readlink(link.c_str(), target, sizeof target - 1) > 0) {
-            count += std::strstr(target, "morvel.log") != nullptr;
-        }
-    }
-    return count;
+    return system_calls::CountThreads() > 1;
 }
 
 void (*lateWrite)(int) = nullptr;
@@ -96,17 +58,17 @@ int main(int argc, char** argv) {
         if (step == "load") {
             plugin = open(argv[1]);
         } else if (step == "unload") {
-            dlclose(plugin);
+            system_calls::Close(plugin);
         } else if (step == "log?") {
             std::cout << (call<bool()>("plugin_log_in_force") ? "on " : "off ");
         } else if (step == "thread?") {
-            std::cout << (hasThreads() ? "thread " : "no-thread ");
+            std::cout << (system_calls::CountThreads() > 1 ? "thread " : "no-thread ");
         } else if (step == "thread-left?") {
             std::cout << (keepsThreads() ? "thread " : "no-thread ");
         } else if (step == "mapped?") {
-            std::cout << (mapped() ? "mapped " : "gone ");
+            std::cout << (system_calls::IsLibraryMapped() ? "mapped " : "gone ");
         } else if (step == "file?") {
-            std::cout << (openLogs() > 0 ? "open " : "closed ");
+            std::cout << (system_calls::IsLogOpen() ? "open " : "closed ");
         } else if (step == "channel?") {
             std::cout << (find<bool()>(open(argv[2]), "plugin_root_has_channel")() ? "channel "
                                                                                    : "no-channel ");
@@ -126,13 +88,9 @@ int main(int argc, char** argv) {
         } else if (step == "create") {
             std::ofstream file(argv[++i]);
         } else if (step == "remove") {
-            unlink(argv[++i]);
+            std::filesystem::remove(argv[++i]);
         } else if (step == "fork") {
-            const pid_t child = fork();
-            if (child == 0) std::exit(0);
-            int status = 1;
-            waitpid(child, &status, 0);
-            std::cout << (status == 0 ? "child-ended " : "child-failed ");
+            std::cout << system_calls::Fork();
         } else {
             std::cout << "no such step: " << step;
             return 2;

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include <Poco/Path.h>
 #include <gmock/gmock.h>
 
 #include <tests/logging/LogHome.h>
@@ -21,8 +22,12 @@ using testing::HasSubstr;
 using testing::Not;
 
 namespace {
+const bool onWindows = Poco::Path::separator() == '\\';
+
 class Load : public testing::Test {
 protected:
+    Load() { std::filesystem::create_directory(_data.File("data")); }
+
     std::filesystem::path folder() const {
         return std::filesystem::path(_data.File("data")) / "Tarnwick Software";
     }
@@ -84,6 +89,20 @@ TEST_F(Load, DecidesAfreshOnEachLoad) {
     EXPECT_FALSE(std::filesystem::exists(file()));
 }
 
+TEST_F(Load, FiftyTimesUnloadsWithWhateverIsQueued) {
+    arm();
+    std::vector<std::string> steps;
+    std::size_t lines = 0;
+    for (int round = 0; round < 50; ++round) {
+        const int count = round % 10 == 9 ? 1000 : round % 10;
+        lines += static_cast<std::size_t>(count);
+        steps.insert(steps.end(), {"load", "write", std::to_string(count), "unload"});
+    }
+    steps.push_back("mapped?");
+    EXPECT_EQ(answers(steps), "gone ");
+    EXPECT_EQ(WrittenLines(file())[0].size(), lines);
+}
+
 TEST_F(Load, EachLoadThatLogsWritesABannerOfItsOwn) {
     arm();
     EXPECT_EQ(answers({"load", "write", "100", "unload", "mapped?", "load", "write", "100",
@@ -137,6 +156,9 @@ TEST_F(Load, ModulesOfTheApplicationLogInTheirOwnCleanUp) {
 }
 
 TEST_F(Load, LineBehindTheEndOfTheLogIsDropped) {
+    if (onWindows) {
+        GTEST_SKIP() << "the application's exit list runs ahead of every library's there";
+    }
     arm();
     answers({"late-write", "load", "arm-late-write", "write", "3"});
     EXPECT_EQ(Gap(WrittenLines(file())[0], 3), "");
@@ -144,6 +166,9 @@ TEST_F(Load, LineBehindTheEndOfTheLogIsDropped) {
 }
 
 TEST_F(Load, ForksAfterUnloadFindNothingOfTheLibrary) {
+    if (onWindows) {
+        GTEST_SKIP() << "processes don't fork there";
+    }
     arm();
     EXPECT_EQ(answers({"load", "write", "10", "fork", "unload", "mapped?", "fork", "load", "write",
                        "0", "fork", "unload", "fork"}),

@@ -32,6 +32,7 @@ public:
     /// `probe` is a program that prints its application-data folder when called with "where".
     explicit LogHome(const std::string& probe) : _probe(probe) {
         _environment["XDG_DATA_HOME"] = _root.File("data");
+        std::filesystem::create_directory(_root.File("data"));
         _folder = std::filesystem::u8path(Run({"where"}).output) / "Tarnwick Software";
         std::filesystem::remove_all(_folder);
     }

@@ -1,0 +1,17 @@
+#pragma once
+
+/// What LoadHost asks of the system; the build picks the source.
+namespace system_calls {
+
+void* Open(const char* library);  ///< Null if it can't be loaded.
+void* Find(void* library, const char* name);
+void Close(void* library);
+
+int CountThreads();      ///< Of this process.
+bool IsLibraryMapped();  ///< Whether the library under test is in this process.
+bool IsLogOpen();        ///< Whether this process holds a log open.
+
+/// Makes a child that ends at once: "child-ended ", "child-failed ", or "no-forks ".
+const char* Fork();
+
+}  // namespace system_calls
