@@ -131,6 +131,8 @@ NURL::~NURL() {
     std::free(_data);
 }
 
+// The address is a value in every form of the interface.
+// NOLINTBEGIN(performance-unnecessary-value-param)
 std::int32_t NURL::Get(std::string url, std::uint32_t timeout, CancelCallback cancelCallback,
                        void* cancelContext, ProgressCallback progressCallback,
                        void* progressContext) {
@@ -234,6 +236,8 @@ std::int32_t NURL::Request(std::string url, const std::vector<std::string>* head
     session.Set(CURLOPT_SSL_VERIFYPEER, 0L);
     return _end(session.Perform());
 }
+
+// NOLINTEND(performance-unnecessary-value-param)
 
 std::int32_t NURL::Request(std::string url, const char* headerText, unsigned long long headerLength,
                            const void* body, unsigned long long bodySize, std::uint32_t timeout,

@@ -1,31 +1,54 @@
 #include <tests/support/TlsTestServer.h>
 
+#include <memory>
 #include <stdexcept>
 
 #include <Poco/Net/Context.h>
 #include <Poco/Net/SecureServerSocket.h>
 #include <Poco/Net/SocketAddress.h>
-
-#include <tests/support/Process.h>
-#include <tests/support/TemporaryFolder.h>
+#include <openssl/evp.h>
+#include <openssl/ssl.h>
+#include <openssl/x509v3.h>
 
 namespace morvel::test {
 
 namespace {
 
-Poco::Net::ServerSocket _secureLoopback() {
-    const TemporaryFolder folder;
-    const std::string key = folder.File("key.pem");
-    const std::string certificate = folder.File("certificate.pem");
-    const ProcessResult made = RunProcess(
-        "openssl", {"req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1",
-                    "-nodes", "-keyout", key, "-out", certificate, "-days", "2", "-subj",
-                    "/CN=localhost", "-addext", "subjectAltName=DNS:localhost"});
-    if (made.exitCode != 0) {
-        throw std::runtime_error("openssl made no certificate: " + made.output);
+struct Free {
+    void operator()(EVP_PKEY* key) const { EVP_PKEY_free(key); }
+    void operator()(X509* certificate) const { X509_free(certificate); }
+    void operator()(X509_EXTENSION* extension) const { X509_EXTENSION_free(extension); }
+};
+
+// Gives `context` a key and a certificate for "localhost" that vouches for itself.
+bool _useOwnCertificate(SSL_CTX* context) {
+    const std::unique_ptr<EVP_PKEY, Free> key(EVP_EC_gen("P-256"));
+    const std::unique_ptr<X509, Free> certificate(X509_new());
+    const std::unique_ptr<X509_EXTENSION, Free> names(
+        X509V3_EXT_conf_nid(nullptr, nullptr, NID_subject_alt_name, "DNS:localhost"));
+    if (key == nullptr || certificate == nullptr || names == nullptr) {
+        return false;
     }
+    X509* const it = certificate.get();
+    X509_NAME* const name = X509_get_subject_name(it);
+    return X509_set_version(it, 2) != 0 && ASN1_INTEGER_set(X509_get_serialNumber(it), 1) != 0 &&
+           X509_gmtime_adj(X509_getm_notBefore(it), -3600) != nullptr &&
+           X509_gmtime_adj(X509_getm_notAfter(it), 86400) != nullptr &&
+           X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC,
+                                      reinterpret_cast<const unsigned char*>("localhost"), -1, -1,
+                                      0) != 0 &&
+           X509_set_issuer_name(it, name) != 0 && X509_add_ext(it, names.get(), -1) != 0 &&
+           X509_set_pubkey(it, key.get()) != 0 && X509_sign(it, key.get(), EVP_sha256()) != 0 &&
+           SSL_CTX_use_certificate(context, it) == 1 &&
+           SSL_CTX_use_PrivateKey(context, key.get()) == 1;
+}
+
+Poco::Net::ServerSocket _secureLoopback() {
     const Poco::Net::Context::Ptr context(new Poco::Net::Context(
-        Poco::Net::Context::TLS_SERVER_USE, key, certificate, "", Poco::Net::Context::VERIFY_NONE));
+        Poco::Net::Context::TLS_SERVER_USE, "", "", "", Poco::Net::Context::VERIFY_NONE));
+    if (!_useOwnCertificate(context->sslContext())) {
+        throw std::runtime_error("no certificate for the test server");
+    }
     return Poco::Net::SecureServerSocket(Poco::Net::SocketAddress("127.0.0.1", 0), 64, context);
 }
 
