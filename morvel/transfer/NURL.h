@@ -104,9 +104,9 @@ public:
                                  void* cancelContext, ProgressCallback progressCallback,
                                  void* progressContext, std::uint32_t flags);
 
-    /// What the latest Get or Request received: Size() bytes, with no NUL behind them. Null before the
-    /// first byte ever. The next request overwrites the bytes; the pointer is good until a request
-    /// has to enlarge the buffer, or the object's end.
+    /// What the latest Get or Request received: Size() bytes, with no NUL behind them. Null before
+    /// the first byte ever. The next request overwrites the bytes; the pointer is good until a
+    /// request has to enlarge the buffer, or the object's end.
     virtual const char* Data() const;
     virtual unsigned long long Size() const;
 
