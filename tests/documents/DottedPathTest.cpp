@@ -10,6 +10,8 @@
 
 namespace {
 
+using namespace std::string_literals;
+
 std::vector<std::string> _names(const std::string& path) {
     std::vector<std::string> names;
     morvel::DottedPath walk(path);
@@ -49,7 +51,7 @@ TEST(DottedPath, IsTheTokenizerThatItStandsFor) {
         ASSERT_EQ(_names(path), std::vector<std::string>(tokens.begin(), tokens.end()))
             << testing::PrintToString(path);
     };
-    const std::string few = std::string(". a\0", 4) + '\xA0';
+    const std::string few = ". a\0"s + '\xA0';
     for (std::size_t length = 0; length <= 6; ++length) {
         std::string path(length, few[0]);
         std::vector<std::size_t> digits(length, 0);
@@ -65,8 +67,7 @@ TEST(DottedPath, IsTheTokenizerThatItStandsFor) {
             path[place] = few[digits[place]];
         }
     }
-    const std::string many =
-        std::string("..ab|  \t\n\v\f\r\0\x08\x0E\x1F\x7F", 19) + "\x80\x85\xA0\xC3\xFF";
+    const std::string many = "..ab|  \t\n\v\f\r\0\x08\x0E\x1F\x7F"s + "\x80\x85\xA0\xC3\xFF";
     std::mt19937 random(20240501);
     for (int round = 0; round < 50000; ++round) {
         std::string path(random() % 40, '\0');

@@ -12,6 +12,8 @@
 
 namespace {
 
+using namespace std::string_literals;
+
 using testing::ElementsAre;
 
 // Storage of an application: one text and one attribute. Notes the calls that arrive.
@@ -124,7 +126,7 @@ TEST(NDataContainer, ToTextIsWhatSaveStreamWroteAndReturnedTrueFor) {
 
 TEST(NDataContainer, FromTextIsTheResultOfLoadStream) {
     Note note;
-    const std::string text("all\0of it\n", 10);
+    const std::string text = "all\0of it\n"s;
     EXPECT_TRUE(note.FromText(text));
     EXPECT_EQ(note.text, text);
     EXPECT_THAT(note.calls, ElementsAre("LoadStream"));

@@ -9,6 +9,8 @@
 
 namespace {
 
+using namespace std::string_literals;
+
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -108,8 +110,8 @@ TEST(NXMLElements, PathsLeadToElements) {
     }
     NAttributeList attributes;
     EXPECT_TRUE(document.GetAttributes("XML", attributes));
-    EXPECT_FALSE(document.GetAttributes(std::string("Root.x\0", 7), attributes));
-    EXPECT_FALSE(document.GetAttributes(std::string("Root.\0", 6), attributes));
+    EXPECT_FALSE(document.GetAttributes("Root.x\0"s, attributes));
+    EXPECT_FALSE(document.GetAttributes("Root.\0"s, attributes));
 }
 
 TEST(NXMLElements, GetElement) {
@@ -169,7 +171,7 @@ TEST(NXMLElements, FindElements) {
         {"value in its case", "a.c", {{"y", "v"}}, {}},
         {"one pair is enough", "a", {{"y", "2"}, {"x", "1"}}, {"<b x=\"1\">t</b>"}},
         {"pairs stay together", "a.c", {{"y", "W"}, {"z", "V"}}, {}},
-        {"a NUL is no end", "a", {{std::string("x\0", 2), "1"}, {"x", std::string("1\0", 2)}}, {}},
+        {"a NUL is no end", "a", {{"x\0"s, "1"}, {"x", "1\0"s}}, {}},
         {"text is no element", "a.b", {}, {}},
         {"nor is CDATA", "a.c", {}, {"<d y=\"V\" z=\"W\"/>"}},
         {"unknown", "b", {}, {}},
@@ -184,7 +186,8 @@ TEST(NXMLElements, FindElements) {
         array.push_back(new NXML);
         const NXML& searched = std::string(row.path) == "a.c" ? more : document;
         EXPECT_EQ(searched.FindElements(row.path, array, row.filter), !row.found.empty());
-        array.pop_front();  // what was there before is still in front
+        const std::unique_ptr<NDataContainer> former(array.front());  // is still there, in front
+        array.pop_front();
         EXPECT_EQ(_texts(array), row.found);
         if (row.filter.empty()) {
             NDataContainerArray all;
@@ -223,8 +226,8 @@ TEST(NXMLElements, SetValue) {
          [](NXML& d) { return d.SetValue("a.b|c.d", "v"); }, true, "<a><b.c><d>v</d></b.c></a>"},
         {"the parent may come after a failure", "<a/>",
          [](NXML& d) { return d.SetValue("x.a.b", "v"); }, true, "<a><b>v</b></a>"},
-        {"a value ends at its NUL", "<a/>",
-         [](NXML& d) { return d.SetValue("a", std::string("v\0w", 3)); }, true, "<a>v</a>"},
+        {"a value ends at its NUL", "<a/>", [](NXML& d) { return d.SetValue("a", "v\0w"s); }, true,
+         "<a>v</a>"},
     });
     NXML none;
     EXPECT_FALSE(none.SetValue("a", "v"));

@@ -12,6 +12,8 @@
 
 namespace {
 
+using namespace std::string_literals;
+
 using morvel::test::TemporaryFolder;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -104,8 +106,7 @@ TEST(NXML, ReadsWhatTheOptionsKeep) {
         {"escapes and line ends", "<r a='x\ny'>&#65;&lt;\r\n</r>", "<r a=\"x y\">A&lt;\n</r>"},
         {"the encoding that is declared", "<?xml version='1.0' encoding='ISO-8859-1'?><r>\xE9</r>",
          "<r>\xC3\xA9</r>"},
-        {"the encoding that shows", std::string("\xFF\xFE<\0r\0>\0\xE9\0<\0/\0r\0>\0", 20),
-         "<r>\xC3\xA9</r>"},
+        {"the encoding that shows", "\xFF\xFE<\0r\0>\0\xE9\0<\0/\0r\0>\0"s, "<r>\xC3\xA9</r>"},
         {"a mark", "\xEF\xBB\xBF<r>\xC3\xA9</r>", "<r>\xC3\xA9</r>"},
     };
     for (const auto& row : rows) {
