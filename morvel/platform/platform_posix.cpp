@@ -144,17 +144,18 @@ void lockForAMoment(int file) {
 }
 
 // Finds or makes the System V semaphore and sees to it that it isn't left at 0, where it begins.
-// One that nobody has ever locked or unlocked and that is still at 0 was made by a process that
-// died before it could set it.
 void makeSemaphore(key_t key) {
     int semaphore = semget(key, 1, 0666 | IPC_CREAT | IPC_EXCL);
     if (semaphore < 0 && errno == EEXIST) {
         semaphore = semget(key, 1, 0);
+        // One at 0 that nobody has ever taken was made by a process that died before it could set
+        // it. In this order: one that is taken for the first time between the two questions shows
+        // at 1 first, or with the time of that in its status.
         semid_ds status;
         semun argument;
         argument.buf = &status;
-        if (semaphore < 0 || semctl(semaphore, 0, IPC_STAT, argument) != 0 ||
-            status.sem_otime != 0 || semctl(semaphore, 0, GETVAL) != 0) {
+        if (semaphore < 0 || semctl(semaphore, 0, GETVAL) != 0 ||
+            semctl(semaphore, 0, IPC_STAT, argument) != 0 || status.sem_otime != 0) {
             return;
         }
     }
