@@ -43,7 +43,7 @@ int forks(int children, int lines) {
     for (int writer = 0; writer < 3; ++writer) {
         threads.emplace_back([&, writer] {
             // At least some, and a limit for machines that fork slowly.
-            while (written[writer] < 500 || (go && written[writer] < 5000)) {
+            while (written[writer] < 500 || (go && written[writer] < 40000)) {
                 writeLines(writer, written[writer]++, 1);
             }
         });
