@@ -100,6 +100,7 @@ void LogAsyncChannel::ResumeAll() {
 void LogAsyncChannel::ResumeAllInChild() {
     for (LogAsyncChannel* channel = first; channel != nullptr; channel = channel->_next) {
         channel->_queue.clear();
+        channel->_before += channel->_batch.size();  // numbers don't come again either
         channel->_batch.clear();
         channel->_written = 0;
         channel->_worker.ResumeInChild();

@@ -9,6 +9,8 @@
 
 #include <morvel/platform/platform.h>
 
+#include <morvel/platform/platform.h>
+
 namespace morvel {
 namespace {
 // The bytes that a value of the property `rotation` stands for; 0 if it isn't a size.
@@ -98,8 +100,12 @@ void LogFileChannel::_rotate() {
     _file.reset();
     try {
         // Whoever removed the folder took the file along, and there is nothing to archive.
-        Poco::File(Poco::Path(path()).parent()).createDirectories();
-        if (Poco::File(path()).exists()) {
+        const Poco::Path folder = Poco::Path(path()).parent();
+        Poco::File(folder).createDirectories();
+        // A forked child writes to the same file; whoever comes second finds a new one in place.
+        const platform::FolderLock lock(folder.toString());
+        const Poco::File file(path());
+        if (file.exists() && file.getSize() >= _rotationSize) {
             Poco::ArchiveByNumberStrategy strategy;
             _file.reset(strategy.archive(new Poco::LogFile(path())));
             purge();

@@ -72,6 +72,20 @@ bool CloseLeftOpen(const NWideString& name);
 /// Suspends the calling thread.
 void SleepMilliseconds(std::uint32_t milliseconds);
 
+/// Held while files of a folder are renamed that other processes rename too. Waits a second for
+/// another holder and then goes on without, as it does for a folder that can't be locked. Does
+/// nothing on Windows, where a file that is renamed can be open in one process only.
+class FolderLock {
+public:
+    explicit FolderLock(const std::string& folder);
+    ~FolderLock();
+    FolderLock(const FolderLock&) = delete;
+    FolderLock& operator=(const FolderLock&) = delete;
+
+private:
+    [[maybe_unused]] int _descriptor;
+};
+
 /// Makes what a Poco::NamedMutex of this name finds in place and so doesn't own. POCO's object,
 /// where it made the system's lock itself, removes it at its own end, under the feet of all other
 /// users. Failures are left to POCO, which meets and reports them next. Does nothing on Windows,

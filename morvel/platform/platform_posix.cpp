@@ -289,6 +289,20 @@ void SleepMilliseconds(std::uint32_t milliseconds) {
     std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));  // signals don't end it
 }
 
+FolderLock::FolderLock(const std::string& folder)
+    : _descriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+    if (_descriptor >= 0) {
+        lockForAMoment(_descriptor);
+    }
+}
+
+FolderLock::~FolderLock() {
+    if (_descriptor >= 0) {
+        flock(_descriptor, LOCK_UN);
+        close(_descriptor);
+    }
+}
+
 void PrepareNamedMutex(const std::string& name) {
     // The file, its mode, the key and the mode of the semaphore are those of POCO's class.
     const std::string fileName = "/tmp/" + name + ".mutex";

@@ -136,6 +136,10 @@ void SleepMilliseconds(std::uint32_t milliseconds) {
     ::Sleep(milliseconds);
 }
 
+FolderLock::FolderLock(const std::string&) : _descriptor(-1) {}
+
+FolderLock::~FolderLock() = default;
+
 void PrepareNamedMutex(const std::string&) {}
 
 bool FailedNamedLockMayHold() {

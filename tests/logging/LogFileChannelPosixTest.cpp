@@ -6,10 +6,12 @@
 #include <signal.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <string>
 
 #include <Poco/AutoPtr.h>
@@ -96,6 +98,38 @@ TEST(LogFileChannel, ComesBackOnALineOfItsOwnWhenThereIsSpace) {
     channel->WriteLine("0123456789");
     EXPECT_EQ(folder.Read("r.log"), "0123456789\nabcd\n0123456789\n0123456789\n");
     EXPECT_FALSE(folder.Has("r.log.0"));
+}
+
+// Two that rotate at the same moment would each move the other's archives, over one another.
+TEST(LogFileChannel, RotatesBesideForkedChildrenWithoutLosingAnArchive) {
+    constexpr int Children = 3;
+    constexpr int Lines = 1500;
+    TemporaryFolder folder;
+    Poco::AutoPtr<LogFileChannel> channel = Channel(folder.Write("r.log", ""), "100");
+    channel->WriteLine("parent");
+    for (int child = 0; child < Children; ++child) {
+        if (fork() == 0) {
+            for (int line = 0; line < Lines; ++line) {
+                channel->WriteLine("child");
+            }
+            _exit(0);
+        }
+    }
+    for (int child = 0; child < Children; ++child) {
+        int status = -1;
+        wait(&status);
+        EXPECT_EQ(status, 0);
+    }
+    std::map<std::string, int> found;
+    for (const auto& entry : std::filesystem::directory_iterator(folder.Path())) {
+        std::ifstream in(entry.path());
+        std::string line;
+        while (std::getline(in, line)) {
+            ++found[line];
+        }
+    }
+    const std::map<std::string, int> expected = {{"parent", 1}, {"child", Children * Lines}};
+    EXPECT_EQ(found, expected);
 }
 
 TEST(LogFileChannel, GoesOnInTheOldFileUntilItCanBeArchived) {
