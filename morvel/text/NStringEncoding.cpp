@@ -239,7 +239,7 @@ void NString::EncodeBase64() {
 void NString::DecodeBase64(unsigned char* out, std::uint32_t* count) const {
     std::string bytes;
     if (_decodeWholeGroups(_data, &bytes)) {
-        if (out != nullptr && !bytes.empty()) std::memcpy(out, bytes.data(), bytes.size());
+        if (out != nullptr) std::copy(bytes.begin(), bytes.end(), out);
         *count = static_cast<std::uint32_t>(bytes.size());
         return;
     }
