@@ -142,7 +142,7 @@ TEST(NDataContainer, TheStreamsOfToTextAndFromTextCanSeek) {
         bool SaveStream(std::ostream& stream, std::uint32_t) override {
             stream << "????:body";
             const auto size = stream.tellp();
-            stream.seekp(1) << static_cast<int>(size);
+            stream.seekp(1) << static_cast<int>(size) << 'z';
             stream.seekp(0, std::ios_base::end) << '!';
             stream.seekp(-2, std::ios_base::cur) << "Y!?";
             EXPECT_FALSE(stream.seekp(99));
@@ -162,7 +162,7 @@ TEST(NDataContainer, TheStreamsOfToTextAndFromTextCanSeek) {
         }
     };
     Framed framed;
-    EXPECT_EQ(framed.ToText(0), "?9??:bodY!?");
+    EXPECT_EQ(framed.ToText(0), "?9z?:bodY!?");
     EXPECT_TRUE(framed.FromText("abcdef"));
     EXPECT_EQ(framed.text, "def");
 }
