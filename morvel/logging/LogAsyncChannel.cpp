@@ -56,11 +56,11 @@ bool LogAsyncChannel::_step(void* channel) {
 }
 
 bool LogAsyncChannel::_writeOne() {
-    if (_written == _batch.size()) {
+    if (_written >= _batch.size()) {  // above it where a thread was cut off in the lines below
+        _before += _batch.size();     // ahead of all that empties the batch: no number comes again
         if (_batch.capacity() > KeptLines) {
             std::vector<std::string>().swap(_batch);
         }
-        _before += _batch.size();
         _batch.clear();
         _written = 0;
         _worker.Lock();
@@ -100,7 +100,7 @@ void LogAsyncChannel::ResumeAll() {
 void LogAsyncChannel::ResumeAllInChild() {
     for (LogAsyncChannel* channel = first; channel != nullptr; channel = channel->_next) {
         channel->_queue.clear();
-        channel->_before += channel->_batch.size();  // numbers don't come again either
+        channel->_before += channel->_batch.size();
         channel->_batch.clear();
         channel->_written = 0;
         channel->_worker.ResumeInChild();
