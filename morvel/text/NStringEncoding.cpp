@@ -139,8 +139,9 @@ bool NString::ConvertTo(NStringEncoding encoding) {
     std::string result;
     Poco::TextConverter converter(*source, *target, '?');
     if (_encoding == EncodingSystem) {
-        const NWideString wide = StringToWide(_data, platform::CodePageSystem);
-        converter.convert(wide.data(), static_cast<int>(wide.size() * sizeof(NWideChar)), result);
+        // As a string of bytes: the converter counts a pointer's bytes in an int.
+        converter.convert(morvel::BytesFromWide(StringToWide(_data, platform::CodePageSystem)),
+                          result);
     } else {
         converter.convert(_data, result);
     }

@@ -32,4 +32,8 @@ inline NWideString WideFromBytes(const char* bytes, std::size_t length) {
     return wide;
 }
 
+inline std::string BytesFromWide(const NWideString& wide) {
+    return std::string(reinterpret_cast<const char*>(wide.data()), wide.size() * sizeof(NWideChar));
+}
+
 }  // namespace morvel
