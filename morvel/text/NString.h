@@ -53,11 +53,14 @@ struct NPair32 {
 /// UTF-16; nothing else is a mark. Text from outside without one counts as EncodingSystem.
 ///
 /// A value: copies are deep and share nothing. A copy starts with the form FormUnknown; assignment
-/// leaves the form of its target as it was. Two threads may read one object at a time as long as
-/// neither calls Converted, Data(encoding) or DataWithBOM, which write to it though they are const.
+/// leaves the form of its target as it was. Threads may read one object at the same time as long as
+/// none calls Converted, Data(encoding) or DataWithBOM, which write to it though they are const.
 ///
-/// Overloads end in one of their number through the virtual table, so that a subclass need override
-/// only that one. No member of the NException family leaves this class: a position out of range is
+/// A subclass sees every assignment, SetData included, arrive at operator=(const NString&), every
+/// == and += at the one that takes an NString, every ReplaceAll at the one of byte strings. Left
+/// and Right call Mid, and Trim calls TrimLeft and TrimRight.
+///
+/// No member of the NException family leaves this class: a position out of range is
 /// std::out_of_range with "invalid string position", and what a dependency throws is said where it
 /// can happen.
 ///
@@ -107,8 +110,9 @@ public:
         return !(*this == other);
     }
 
-    /// Takes over bytes and tag, but not the form, also in self-assignment empties the cache of the
-    /// exports. The other forms go through a temporary of the constructor with that argument.
+    /// Takes over bytes and tag but not the form, and empties the cache of the exports, also where
+    /// the object is assigned to itself. The other forms go through a temporary of the constructor
+    /// with that argument.
     virtual NString& operator=(const NString& other);
     virtual NString& operator=(const std::string& text);
     virtual NString& operator=(const unsigned char* counted);

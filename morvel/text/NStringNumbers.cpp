@@ -1,5 +1,6 @@
 // NString: between text and numbers, formatting. The digits of decimal numbers are POCO's. Covered
 // by NStringNumbersTest.
+#include <morvel/text/NString.h>
 
 #include <algorithm>
 #include <cstdarg>
@@ -12,8 +13,6 @@
 
 #include <Poco/NumberFormatter.h>
 #include <Poco/NumberParser.h>
-
-#include <morvel/text/NString.h>
 
 using Poco::NumberFormatter;
 using Poco::NumberParser;

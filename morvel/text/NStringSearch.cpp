@@ -1,5 +1,6 @@
 // NString: comparing, appending, case, trimming, parts, searching and replacing, all of it by
 // bytes. Covered by NStringSearchTest.
+#include <morvel/text/NString.h>
 
 #include <algorithm>
 #include <cctype>
@@ -9,7 +10,6 @@
 #include <utility>
 
 #include <morvel/platform/platform.h>
-#include <morvel/text/NString.h>
 #include <morvel/text/Normalization.h>
 
 namespace {
