@@ -120,6 +120,42 @@ int folderRemoved(const Arguments& arguments) {
     return 0;
 }
 
+// One log after the other comes into force and is deleted halfway through what threads have to log
+// in its time.
+int chains(const Arguments& arguments) {
+    std::atomic<bool> go{true};
+    std::atomic<int> written{0};
+    std::atomic<int> due{0};
+    std::vector<std::thread> writers;
+    for (int writer = 0; writer < 4; ++writer) {
+        writers.emplace_back([&, writer] {
+            for (int i = 0; go;) {
+                if (written < due) {
+                    writeLines(writer, i++, 1);
+                    ++written;
+                } else {
+                    std::this_thread::yield();
+                }
+            }
+        });
+    }
+    for (int round = 0; round < std::stoi(arguments[0]); ++round) {
+        NLog own;
+        own.SetName("chains");
+        const int before = written;
+        NLog::Set(&own);
+        due = before + 200;
+        while (written < before + 20) {
+            std::this_thread::yield();
+        }
+    }
+    go = false;
+    for (std::thread& writer : writers) {
+        writer.join();
+    }
+    return 0;
+}
+
 int folderMissing(const Arguments&) {
     std::filesystem::remove_all(logFolder());
     writeLines(0, 0, 100);
@@ -171,6 +207,7 @@ int main(int argc, char** argv) {
         {"threads", threads},
         {"shutdown-race", shutdownRace},
         {"folder-removed", folderRemoved},
+        {"chains", chains},
         {"folder-missing", folderMissing},
         {"second-chain", secondChain},
         {"default-log", defaultLog},

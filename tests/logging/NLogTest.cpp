@@ -1,5 +1,6 @@
 #include <morvel/logging/NLog.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <ctime>
@@ -192,6 +193,27 @@ TEST(NLog, FirstLinesThatMeetAreAllWritten) {
             EXPECT_EQ(Gap(written[writer], 2), "") << "writer " << writer;
         }
         EXPECT_THAT(home.Log(), StartsWith(Stars + "\n* - Log System"));
+    }
+}
+
+TEST(NLog, ComesAndGoesWhileOtherThreadsLog) {
+    const int rounds = 200;
+    LogHome home(LOG_PROBE);
+    const morvel::test::ProcessResult result = home.Run({"chains", std::to_string(rounds)});
+    EXPECT_EQ(result.exitCode, 0) << result.output;
+    const std::string log = ReadLog(home.File("chains.log"));
+    // Each banner whole, with no line of a thread's in it.
+    const std::string title = Stars + "\n* - Log System -\t\t\t\t\t\t\t\t\t \n* Creation date: ";
+    const std::string name = "\n* Name: chains\n*" + std::string(52, ' ') + "\n" + Stars + "\n";
+    int banners = 0;
+    for (std::size_t at = 0; (at = log.find(title, at)) != std::string::npos; ++at) {
+        const std::size_t date = at + title.size();
+        banners += log.compare(log.find('\n', date), name.size(), name) == 0;
+    }
+    EXPECT_EQ(banners, rounds);
+    for (const auto& writer : WrittenLines(home.File("chains.log"))) {
+        EXPECT_GE(writer.first, 0);
+        EXPECT_TRUE(std::is_sorted(writer.second.begin(), writer.second.end()));
     }
 }
 
