@@ -284,11 +284,13 @@ TEST(NStringSearch, CaseChangesAsciiLettersUpToTheFirstNul) {
         EXPECT_EQ(after(&NString::Capitalize), std::string(1, upper) + lower + lower + "\0Zz"s)
             << byte;
     }
-    NString empty;
-    empty.ToUpper();
-    empty.ToLower();
-    empty.Capitalize();
-    EXPECT_EQ(empty.Data(), "");
+    for (const std::string& none : {""s, "\0Zz"s}) {
+        NString text(none, EncodingLatin1);
+        text.ToUpper();
+        text.ToLower();
+        text.Capitalize();
+        EXPECT_EQ(text.Data(), none);
+    }
 }
 
 TEST(NStringSearch, KeepNumericKeepsThirteenBytes) {
