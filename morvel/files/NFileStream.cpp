@@ -1,6 +1,7 @@
 #include <morvel/files/NFileStream.h>
 
 #include <ios>
+#include <utility>
 
 #include <Poco/Exception.h>
 #include <Poco/File.h>
@@ -67,11 +68,11 @@ int NFileStream::Open(const NFile& file, int mode) {
         }
         return 0;
     } catch (const NException& e) {
+        delete std::exchange(_buf, nullptr);  // first, so that the handler finds the stream closed
         NErrorHandler::Handle(e);
     } catch (...) {  // -1 is all that the caller is to learn
+        delete std::exchange(_buf, nullptr);
     }
-    delete _buf;
-    _buf = nullptr;
     return -1;
 }
 
