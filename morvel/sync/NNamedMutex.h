@@ -6,23 +6,25 @@ namespace Poco {
 class NamedMutex;
 }
 
+// clang-format off: it would fold the rows of the table into sentences.
 /// A lock that processes share through its name. A process that ends while it holds the lock,
 /// killed or not, gives it up. The name of a lock lasts: whichever process ends first, the others
 /// go on excluding each other.
 ///
 /// What differs by platform:
 ///
-/// |                          | Windows                            | elsewhere |
-/// |--------------------------|------------------------------------|--------------------------------|
-/// | held by                  | a thread, which may lock it again  | nobody: a second Lock waits, |
-/// |                          |                                    | in the same thread for ever |
-/// | two objects in a thread  | don't exclude each other           | do | | a holder that has died
-/// | the next Lock throws, and holds    | is noticed by nobody           | | | nothing; the one
-/// after it succeeds |                                | | Unlock without the lock  | does nothing
-/// | lets one more holder in        | | names                    | no backslash but in a leading |
-/// no slash, at most 249 bytes    | |                          | `Global\` or `Local\` | | | what
-/// stays behind        | nothing                            | /tmp/NAME.mutex and a System V | | |
-/// | semaphore, for the next user   |
+/// |                         | Windows                         | elsewhere                       |
+/// |-------------------------|---------------------------------|---------------------------------|
+/// | held by                 | a thread, which may lock again  | nobody: a second Lock waits, in |
+/// |                         |                                 | the same thread for ever        |
+/// | two objects in a thread | don't exclude each other        | do                              |
+/// | a holder that has died  | the next Lock throws, and holds | is noticed by nobody            |
+/// |                         | nothing; the one after succeeds |                                 |
+/// | Unlock without the lock | does nothing                    | lets one more holder in         |
+/// | names                   | no backslash but in a leading   | no slash, at most 249 bytes     |
+/// |                         | `Global\` or `Local\`           |                                 |
+/// | what stays behind       | nothing                         | /tmp/NAME.mutex and a System V  |
+/// |                         |                                 | semaphore, for the next user    |
 ///
 /// Off Windows the key of the semaphore comes from the 16 low bits of that file's inode number, so
 /// two names may meet in one lock, and to delete the file while the lock is in use parts its users.
@@ -30,6 +32,7 @@ class NamedMutex;
 /// The constructor, Lock and Unlock throw Poco::SystemException where the system refuses. Lock and
 /// Unlock throw the integer -1, which is no exception of any class, if there was no memory for the
 /// lock when the object was made. All operations may be called from any thread.
+// clang-format on
 class MORVEL_API NNamedMutex : public NBaseObject {
 public:
     explicit NNamedMutex(const char* name);  ///< REQUIRES: `name` is not null.
