@@ -159,7 +159,9 @@ std::string NDataContainer::ToText(std::uint32_t flags) {
     try {
         TextSink sink;
         std::ostream stream(&sink);
-        return SaveStream(stream, flags) ? sink.Take() : std::string();
+        // A stream keeps to itself that its text found no memory; a part of a text is worse than
+        // none.
+        return SaveStream(stream, flags) && !stream.bad() ? sink.Take() : std::string();
     } catch (...) {
         return std::string();  // a caller that wants the reason calls SaveStream
     }

@@ -12,6 +12,7 @@
 
 #include <morvel/base/NErrorHandler.h>
 #include <morvel/base/NException.h>
+#include <morvel/documents/WholeCopy.h>
 #include <morvel/files/NFile.h>
 #include <morvel/files/NPath.h>
 #include <morvel/platform/platform.h>
@@ -103,7 +104,11 @@ std::int32_t NXML::CreateRoot(const std::string& name) {
         }
     }
     _document->reset();
-    return _document->append_child(name.c_str()) ? 0 : -1;
+    if (_document->append_child(pugi::node_element).set_name(name.c_str())) {
+        return 0;
+    }
+    _document->reset();  // memory ran out: no root stays without its name
+    return -1;
 }
 
 bool NXML::SaveFile(const std::string& path) {
@@ -143,6 +148,9 @@ void NXML::Assign(const NDataContainer& source, std::int32_t /*reserved*/) {
     auto copy = std::make_unique<pugi::xml_document>();
     if (other->_document) {
         copy->reset(*other->_document);
+        if (!morvel::IsWholeCopy(*copy, *other->_document)) {
+            throw std::bad_alloc();
+        }
     }
     if (_document) {
         Clear();  // only now: `source` may be this object
@@ -182,11 +190,17 @@ pugi::xml_node NXML::_root() const {
     return _document ? _document->document_element() : pugi::xml_node();
 }
 
-// Goes in front of the document and of earlier ones, and stays in it.
+// Goes in front of the document and of earlier ones, and stays in it. pugixml passes over a name or
+// a value that it has no memory for, hence the look at what came of it.
 void NXML::_addDeclaration() {
     pugi::xml_node declaration = _document->prepend_child(pugi::node_declaration);
     declaration.append_attribute("version") = "1.0";
     declaration.append_attribute("encoding") = "UTF-8";
+    if (*declaration.name() == '\0' || *declaration.attribute("version").value() == '\0' ||
+        *declaration.attribute("encoding").value() == '\0') {
+        _document->remove_child(declaration);
+        throw std::bad_alloc();
+    }
 }
 
 void NXML::_newDocument() {

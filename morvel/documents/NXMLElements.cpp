@@ -11,6 +11,7 @@
 #include <pugixml.hpp>
 
 #include <morvel/documents/DottedPath.h>
+#include <morvel/documents/WholeCopy.h>
 
 namespace {
 
@@ -76,15 +77,6 @@ NNameList _elementNames(pugi::xml_node parent) {
     return names;
 }
 
-// A document with a copy of `node` at its top; an empty one for a null node.
-std::unique_ptr<pugi::xml_document> _documentOf(pugi::xml_node node) {
-    auto document = std::make_unique<pugi::xml_document>();
-    if (node && !document->append_copy(node)) {
-        throw std::bad_alloc();
-    }
-    return document;
-}
-
 // Whether any pair of `filter` is an attribute of `node`.
 bool _passes(pugi::xml_node node, const NAttributeList& filter) {
     for (const pugi::xml_attribute attribute : node.attributes()) {
@@ -127,6 +119,31 @@ void _removeChildren(pugi::xml_node top) {
 bool _remove(pugi::xml_node node) {
     _removeChildren(node);
     return node.parent().remove_child(node);
+}
+
+// A document with a copy of `node` at its top; an empty one for a null node.
+std::unique_ptr<pugi::xml_document> _documentOf(pugi::xml_node node) {
+    auto document = std::make_unique<pugi::xml_document>();
+    if (node && !morvel::IsWholeCopy(document->append_copy(node), node)) {
+        throw std::bad_alloc();
+    }
+    return document;
+}
+
+// Appends a copy of `source` to `node`; false, with nothing appended, for a null `source` or for
+// want of memory.
+bool _appendCopy(pugi::xml_node node, pugi::xml_node source) {
+    std::unique_ptr<pugi::xml_document> apart;
+    if (source && node.root() == source.root()) {  // the copy may become a part of its source
+        apart = _documentOf(source);
+        source = apart->first_child();
+    }
+    const pugi::xml_node copy = node.append_copy(source);
+    if (!copy || morvel::IsWholeCopy(copy, source)) {
+        return !copy.empty();
+    }
+    _remove(copy);
+    return false;
 }
 
 }  // namespace
@@ -200,8 +217,8 @@ bool NXML::AppendElements(const std::string& path, const NDataContainerArray& ar
         return false;
     }
     for (const NDataContainer* source : array) {
-        // pugixml refuses to copy a null node, that of a source without a root element.
-        if (!node.append_copy(static_cast<const NXML*>(source)->_root())) {
+        // The node of a source without a root element is null and can't be copied.
+        if (!_appendCopy(node, static_cast<const NXML*>(source)->_root())) {
             return false;
         }
     }
@@ -216,7 +233,7 @@ bool NXML::ReplaceElement(const std::string& path, const NDataContainer* source)
     }
     const auto* xml = dynamic_cast<const NXML*>(source);
     // The copy comes first: what is replaced may be all or part of the source.
-    if (!parent || xml == nullptr || !parent.append_copy(xml->_root())) {
+    if (!parent || xml == nullptr || !_appendCopy(parent, xml->_root())) {
         return false;
     }
     return !node || _remove(node);
@@ -234,10 +251,18 @@ bool NXML::SetAttributes(const std::string& path, const NAttributeList& list) {
     bool allSet = true;
     for (const auto& [name, value] : list) {
         pugi::xml_attribute attribute = _findAttribute(name, node);
-        if (!attribute) {
-            attribute = node.append_attribute(name.c_str());
+        const bool found = !attribute.empty();
+        if (!found) {
+            attribute = node.append_attribute("");
         }
-        allSet = attribute.set_value(value.data(), value.size()) && allSet;
+        if ((found || attribute.set_name(name.c_str())) &&
+            attribute.set_value(value.data(), value.size())) {
+            continue;
+        }
+        allSet = false;  // memory ran out, or the node is none that has attributes
+        if (!found) {
+            node.remove_attribute(attribute);
+        }
     }
     return allSet;
 }
@@ -373,8 +398,10 @@ bool NXML::_setValue(const std::string& path, const std::string& value, bool cda
     std::string_view last;
     for (morvel::DottedPath names(path); names.Next(&last);) {
     }
-    node = parent.append_child(std::string(last).c_str());
-    if (node.append_child(cdata ? pugi::node_cdata : pugi::node_pcdata)
+    const std::string name(last);
+    node = parent.append_child(pugi::node_element);
+    if (node.set_name(name.c_str()) &&
+        node.append_child(cdata ? pugi::node_cdata : pugi::node_pcdata)
             .set_value(value.data(), value.size())) {
         return true;
     }

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include <morvel/platform/platform.h>
@@ -80,6 +81,16 @@ long long _find(const std::string& text, const char* needle, std::size_t count, 
 std::uint32_t _reverseFind(const std::string& text, const char* needle, std::size_t count,
                            std::size_t fromEnd) {
     return static_cast<std::uint32_t>(text.rfind(needle, text.size() - 1 - fromEnd, count));
+}
+
+// Finds the memory for the copy first: a caller that gets std::bad_alloc has the text as it was.
+std::string _replaceBytes(std::string& data, std::size_t pos, std::size_t count,
+                          std::string_view text) {
+    std::string copy;
+    copy.reserve(data.size() - std::min(count, data.size() - pos) + text.size());
+    data.replace(pos, count, text);
+    copy = data;
+    return copy;
 }
 
 }  // namespace
@@ -280,12 +291,12 @@ std::uint32_t NString::ReverseFind(const std::string& text, std::size_t fromEnd)
 
 std::string NString::Replace(std::size_t pos, std::size_t count, const char* text) {
     _requirePosition(pos <= _data.size());
-    return _data.replace(pos, count, text);
+    return _replaceBytes(_data, pos, count, text);
 }
 
 std::string NString::Replace(std::size_t pos, std::size_t count, const std::string& text) {
     _requirePosition(pos <= _data.size());
-    return _data.replace(pos, count, text);
+    return _replaceBytes(_data, pos, count, text);
 }
 
 void NString::ReplaceAll(const char* from, const char* to) {

@@ -30,11 +30,12 @@ void NStringTokenizer::Assign(const NString& text, const NString& separators,
     _separators = separators;
     _options = options;
     if (_options & TOK_TRIM) _options |= TOK_IGNORE_EMPTY;
-    _encoding = _text.Encoding();
-    _separators.ConvertTo(_encoding);
+    const NStringEncoding encoding = _text.Encoding();
+    _separators.ConvertTo(encoding);
     // The former tokenizer is abandoned, not released, as the header tells.
     _tokenizer =
         new Poco::StringTokenizer(_text.Data(), _separators.Data(), static_cast<int>(_options));
+    _encoding = encoding;  // that of the tokens that are there, also where memory ran out above
 }
 
 std::size_t NStringTokenizer::Count() const {

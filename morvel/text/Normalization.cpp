@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <vector>
 
 #include <utf8proc.h>
@@ -208,6 +209,18 @@ bool _appendOrdered(std::string_view text, int options, std::string* ordered) {
     return wellFormed;
 }
 
+bool _isWellFormed(std::string_view text) {
+    const unsigned char* p = _bytes(text.data());
+    const unsigned char* const end = p + text.size();
+    while (p != end) {
+        utf8proc_int32_t codePoint;
+        const utf8proc_ssize_t length = utf8proc_iterate(p, end - p, &codePoint);
+        if (length <= 0) return false;
+        p += length;
+    }
+    return true;
+}
+
 // Whether the text has a long run of badly ordered marks; `ordered` is then the same text without.
 // False, with anything in `ordered`, where malformed text comes with it: utf8proc refuses that at
 // once.
@@ -263,7 +276,11 @@ bool morvel::NormalizeText(std::string* text, NStringForm form) {
     const bool reordered = _orderLongRuns(head, form, &ordered);
     const std::unique_ptr<utf8proc_uint8_t, decltype(&std::free)> result(
         normalizer(_bytes(reordered ? ordered.c_str() : head.data())), &std::free);
-    if (!result) return false;
+    if (!result) {
+        // The normalisers have one answer to all failures: what isn't malformed found no memory.
+        if (_isWellFormed(head)) throw std::bad_alloc();
+        return false;
+    }
     text->assign(reinterpret_cast<const char*>(result.get()));
     return true;
 }

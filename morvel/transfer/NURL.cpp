@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <utility>
 
 #include <curl/curl.h>
@@ -85,9 +86,11 @@ public:
     }
 
     void Append(const char* line) {
-        if (curl_slist* longer = curl_slist_append(_list, line)) {
-            _list = longer;
+        curl_slist* const longer = curl_slist_append(_list, line);
+        if (longer == nullptr) {
+            throw std::bad_alloc();  // a request must not go out without one of its headers
         }
+        _list = longer;
     }
 
     curl_slist* Get() const { return _list; }

@@ -1,0 +1,121 @@
+// What several threads may do at once. The thread sanitizer looks on; without it these are tests of
+// the results alone.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <random>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <morvel/morvel.h>
+
+namespace {
+
+// Runs `work(number)` in four threads that begin as close together as they can.
+void _inThreads(const std::function<void(int)>& work) {
+    std::vector<std::thread> threads;
+    for (int number = 0; number < 4; ++number) threads.emplace_back(work, number);
+    for (std::thread& thread : threads) thread.join();
+}
+
+// Counts without a lock: the error handler runs one report at a time.
+class Counter : public NErrorHandler {
+public:
+    void Exception() override { ++count; }
+    void Exception(const NException&) override { ++count; }
+    void Exception(const std::exception&) override { ++count; }
+    int count = 0;
+};
+
+}  // namespace
+
+TEST(Threads, ReportWhileTheHandlerIsExchanged) {
+    Counter counter;
+    NErrorHandler::Set(&counter);
+    _inThreads([&](int) {
+        for (int i = 0; i < 500; ++i) {
+            NErrorHandler::Handle(KelInvalidArgumentException("text", 0));
+            NErrorHandler::Handle(std::out_of_range("text"));
+            NErrorHandler::Handle();
+            NErrorHandler::Set(&counter);
+            EXPECT_EQ(NErrorHandler::Get(), &counter);
+        }
+    });
+    NErrorHandler::Set(nullptr);
+    EXPECT_EQ(counter.count, 4 * 500 * 3);
+}
+
+TEST(Threads, AskForWhatIsMadeOnce) {
+    NErrorHandler* handlers[4] = {};
+    NLog* logs[4] = {};
+    _inThreads([&](int number) {
+        handlers[number] = NErrorHandler::DefaultHandler();
+        logs[number] = NLog::DefaultLog();
+    });
+    for (int number = 1; number < 4; ++number) {
+        EXPECT_EQ(handlers[number], handlers[0]);
+        EXPECT_EQ(logs[number], logs[0]);
+    }
+}
+
+TEST(Threads, ReadClassRecords) {
+    _inThreads([](int) {
+        for (int i = 0; i < 200; ++i) {
+            const std::unique_ptr<NBaseObject> made(NXML::Record()->CreateInstance());
+            EXPECT_TRUE(made->IsInstanceOf(NXML::Record()));
+            EXPECT_TRUE(made->IsInstanceOf(NBaseObject::Record()));
+        }
+    });
+}
+
+TEST(Threads, ReadOneText) {
+    const NString text(std::string("caf\xE9"), EncodingLatin1);
+    const NString number("1,234");
+    _inThreads([&](int) {
+        for (int i = 0; i < 200; ++i) {
+            EXPECT_EQ(text.Find("f", 0), 2);
+            EXPECT_EQ(text.Wide().size(), 4u);
+            EXPECT_TRUE(text == NString(std::string("caf\xC3\xA9"), EncodingUTF8));
+            EXPECT_EQ(number.ToInt(), 1234);
+        }
+    });
+}
+
+TEST(Threads, UseObjectsOfTheirOwn) {
+    _inThreads([](int number) {
+        for (int i = 0; i < 50; ++i) {
+            NString text(std::string("e\xCC\x81"), EncodingUTF8);
+            text.ConvertTo(EncodingLatin9);
+            text.SetNumber(1.5 + number);
+            NXML document;
+            document.CreateRoot("root");
+            EXPECT_TRUE(document.SetValue("root.value", text));
+            std::istringstream stream(document.ToText(3));
+            NXML copy;
+            EXPECT_TRUE(copy.LoadStream(stream, true));
+            std::int32_t zone = 0;
+            EXPECT_EQ(NDateTime::Parse("%Y-%m-%d", "2001-02-03", zone).Year(), 2001);
+            EXPECT_GT(NDateTime().Year(), 2001);
+            nanoid::crypto_random<std::mt19937> source(
+                std::mt19937(static_cast<std::uint32_t>(number)));
+            EXPECT_EQ(nanoid::generate(source, nanoid::default_alphabet(), 21).size(), 21u);
+            NStringTokenizer list(NString("a,b"), NString(","), 0);
+            EXPECT_EQ(list.Count(), 2u);
+            EXPECT_FALSE(NFile(NPath(NString("/no such file"))).Exists());
+        }
+    });
+}
+
+TEST(Threads, HoldTheProcessWideLock) {
+    int count = 0;
+    _inThreads([&](int) {
+        for (int i = 0; i < 500; ++i) {
+            const NAutoMutexLock lock(&NMutex::Process());
+            ++count;
+        }
+    });
+    EXPECT_EQ(count, 2000);
+}
