@@ -64,5 +64,5 @@ public:
     static const NClassRecord* Record();
 
 private:
-    static const NClassRecord _record;
+    MORVEL_LOCAL static const NClassRecord _record;
 };

@@ -45,9 +45,9 @@ private:
     template <class... Arguments>
     static void _report(const Arguments&... arguments);
 
-    static std::ostream& _standardError;
-    static Poco::FastMutex _mutex;
-    static NErrorHandler* _handler;
+    MORVEL_LOCAL static std::ostream& _standardError;
+    MORVEL_LOCAL static Poco::FastMutex _mutex;
+    MORVEL_LOCAL static NErrorHandler* _handler;
 };
 
 /// A function that an operation reports to: a numeric code, a text, and whatever the caller wanted

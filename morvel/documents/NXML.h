@@ -124,14 +124,14 @@ public:
     const pugi::xml_document* HasRoot() const;
 
 private:
-    static const NClassRecord _record;
+    MORVEL_LOCAL static const NClassRecord _record;
 
-    pugi::xml_node _findElement(std::string_view path) const;
-    pugi::xml_node _findElement(std::string_view path, pugi::xml_node* parent) const;
-    pugi::xml_node _root() const;
-    bool _setValue(const std::string& path, const std::string& value, bool cdata);
-    void _addDeclaration();
-    void _newDocument();
+    MORVEL_LOCAL pugi::xml_node _findElement(std::string_view path) const;
+    MORVEL_LOCAL pugi::xml_node _findElement(std::string_view path, pugi::xml_node* parent) const;
+    MORVEL_LOCAL pugi::xml_node _root() const;
+    MORVEL_LOCAL bool _setValue(const std::string& path, const std::string& value, bool cdata);
+    MORVEL_LOCAL void _addDeclaration();
+    MORVEL_LOCAL void _newDocument();
 
     std::unique_ptr<pugi::xml_document> _document;
     mutable NAttributeList _attributes;  // behind RootAttributes

@@ -62,8 +62,8 @@ public:
 private:
     friend class NLogOwner;
 
-    static void _write(int priority, const std::string& text);
-    void _configure();
+    MORVEL_LOCAL static void _write(int priority, const std::string& text);
+    MORVEL_LOCAL void _configure();
 
     NString _name;
     NPath _path;
@@ -73,5 +73,5 @@ private:
     std::int32_t _level;
     bool _configured;
 
-    static std::atomic<NLog*> _instance;
+    MORVEL_LOCAL static std::atomic<NLog*> _instance;
 };

@@ -13,6 +13,15 @@
 #define MORVEL_API __attribute__((visibility("default")))
 #endif
 
+// Keeps a private member of an exported class inside the library, so that it can change without a
+// change of what is exported. Not for what an inline function in a header uses. Windows exports
+// whole classes.
+#if defined(_WIN32)
+#define MORVEL_LOCAL
+#else
+#define MORVEL_LOCAL __attribute__((visibility("hidden")))
+#endif
+
 // Lets the compiler check the arguments of a member that formats as printf does. The two places are
 // those of the format and of its first argument, `this` being 1.
 #if defined(__clang__)

@@ -34,7 +34,7 @@ public:
     static void Sleep(std::uint32_t milliseconds);
 
 private:
-    static NMutex _process;
+    MORVEL_LOCAL static NMutex _process;
 
     Poco::Mutex* _mutex;
 };

@@ -71,7 +71,7 @@ public:
     bool operator>=(const NDateTime& other) const { return _timestamp >= other._timestamp; }
 
 private:
-    void _refresh();
+    MORVEL_LOCAL void _refresh();
 
     // The usual patterns and the English names. Nothing looks them up: callers name their pattern.
     static const std::string _patterns[8];

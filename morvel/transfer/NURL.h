@@ -112,15 +112,17 @@ public:
 
 private:
     // The forms that libcurl calls; `object` is the NURL.
-    static std::size_t _receive(char* data, std::size_t size, std::size_t count, void* object);
-    static std::size_t _send(char* data, std::size_t size, std::size_t count, void* object);
+    MORVEL_LOCAL static std::size_t _receive(char* data, std::size_t size, std::size_t count,
+                                             void* object);
+    MORVEL_LOCAL static std::size_t _send(char* data, std::size_t size, std::size_t count,
+                                          void* object);
 
-    void _begin(CancelCallback cancelCallback, void* cancelContext,
-                ProgressCallback progressCallback, void* progressContext);
-    std::int32_t _end(int code);
-    bool _cancelRequested();
-    bool _reserve(std::uint64_t count);
-    bool _setCapacity(std::uint64_t capacity);
+    MORVEL_LOCAL void _begin(CancelCallback cancelCallback, void* cancelContext,
+                             ProgressCallback progressCallback, void* progressContext);
+    MORVEL_LOCAL std::int32_t _end(int code);
+    MORVEL_LOCAL bool _cancelRequested();
+    MORVEL_LOCAL bool _reserve(std::uint64_t count);
+    MORVEL_LOCAL bool _setCapacity(std::uint64_t capacity);
 
     char* _data = nullptr;
     std::uint64_t _size = 0;
