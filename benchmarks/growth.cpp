@@ -1,0 +1,142 @@
+// How cost grows with work: the same operation at four sizes, a decade apart. The name of a case is
+// that of the operation, the subject is the size.
+#include <unistd.h>
+
+#include <filesystem>
+#include <thread>
+#include <vector>
+
+#include <morvel/documents/NXML.h>
+#include <morvel/logging/NLog.h>
+#include <morvel/logging/NLogMessage.h>
+#include <morvel/text/NString.h>
+#include <morvel/transfer/NURL.h>
+
+#include "Documents.h"
+#include "Loopback.h"
+#include "Subject.h"
+
+namespace {
+
+constexpr std::size_t Decades[] = {1000, 10000, 100000, 1000000};
+
+std::string _name(const char* operation, std::size_t size) {
+    return std::string(operation) + '/' + std::to_string(size);
+}
+
+std::string _flat(std::size_t count) {
+    std::string xml = "<list>";
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::string name = "i" + std::to_string(i);
+        xml += "<" + name + ">v</" + name + ">";
+    }
+    return xml + "</list>";
+}
+
+void _addText(std::size_t size) {
+    for (const char* script : {"ascii", "cjk", "decomposed"}) {
+        const std::string text = bench::Text(script, size);
+        bench::Add(
+            _name((std::string("text to NFC, ") + script + " (bytes)").c_str(), size),
+            bench::Bytes(size), [text] { return NString(text, EncodingUTF8); },
+            [](const NString& result) { return !result.IsEmpty(); });
+    }
+    const NString text(bench::Text("ascii", size), EncodingUTF8);
+    bench::Add(
+        _name("replace all (bytes)", size), bench::Bytes(size),
+        [text] {
+            NString copy(text);
+            copy.ReplaceAll(std::string("lazy dog"), std::string("sleeping cat"));
+            return copy;
+        },
+        [text](const NString& result) { return result.Length() > text.Length(); });
+}
+
+void _addDocument(std::size_t size) {
+    const bench::Book book(size);
+    bench::AddEqual(
+        _name("load (bytes)", size), bench::Bytes(book.xml.size()),
+        [xml = book.xml] {
+            NXML document;
+            return document.FromText(xml);
+        },
+        true);
+
+    const auto flat = std::make_shared<NXML>();
+    flat->FromText(_flat(size / 10));
+    const std::string last = "list.i" + std::to_string(size / 10 - 1);
+    bench::AddEqual(
+        _name("look-up of the last of n siblings (siblings)", size / 10), bench::Items(1),
+        [flat, last] { return flat->GetElement(last, nullptr, -1); }, true);
+    bench::AddEqual(
+        _name("set of the last of n siblings (siblings)", size / 10), bench::Items(1),
+        [flat, last] { return flat->SetValue(last, std::string("w")); }, true);
+
+    const auto array = std::make_shared<NDataContainerArray>();
+    for (std::size_t i = 0; i < size / 100; ++i) {
+        auto* const element = new NXML;
+        array->push_back(element);
+        element->CreateRoot("item");
+    }
+    bench::AddEqual(
+        _name("AppendElements (elements)", size / 100), bench::Items(1),
+        [array] {
+            NXML target;
+            target.CreateRoot("list");
+            return target.AppendElements("list", *array);
+        },
+        true);
+}
+
+void _addDownload(std::size_t kibibytes) {
+    const std::string url = bench::LoopbackServer() + std::to_string(kibibytes << 10);
+    bench::AddEqual(
+        _name("download (KiB)", kibibytes), bench::Bytes(kibibytes << 10),
+        [url, kibibytes] {
+            NURL transfer;
+            return transfer.Get(url, 60, nullptr, nullptr, nullptr, nullptr) == 0 &&
+                   transfer.Size() == kibibytes << 10;
+        },
+        true, bench::Clock::Wall);
+}
+
+// 40,000 lines in all, shared out among the threads, to the last one on disk.
+void _addLog(int threads) {
+    constexpr int lines = 40000;
+    bench::AddEqual(
+        _name("log lines (threads)", static_cast<std::size_t>(threads)), bench::Items(lines),
+        [threads] {
+            auto* const log = new NLog;
+            log->SetName("bench");
+            NLog::Set(log);
+            std::vector<std::thread> writers;
+            for (int t = 0; t < threads; ++t) {
+                writers.emplace_back([threads] {
+                    for (int i = 0; i < lines / threads; ++i) NLOG("NOTICE", "morvel - line %d", i);
+                });
+            }
+            for (std::thread& writer : writers) writer.join();
+            delete log;
+            return NLog::Get() == nullptr;
+        },
+        true, bench::Clock::Wall);
+}
+
+}  // namespace
+
+void AddSubjects() {
+    namespace fs = std::filesystem;
+    static const fs::path folder =
+        fs::temp_directory_path() / ("morvel-bench-growth-" + std::to_string(::getpid()));
+    fs::create_directories(folder);
+    ::setenv("XDG_DATA_HOME", folder.c_str(), 1);
+    std::atexit([] {
+        std::error_code ignored;
+        fs::remove_all(folder, ignored);
+    });
+
+    for (const std::size_t size : Decades) _addText(size);
+    for (const std::size_t size : Decades) _addDocument(size);
+    for (const std::size_t kibibytes : {10, 100, 1000, 10000, 100000}) _addDownload(kibibytes);
+    for (const int threads : {1, 2, 4, 8}) _addLog(threads);
+}

@@ -1,0 +1,122 @@
+// Find, replace all, compare.
+#include <Poco/String.h>
+#include <absl/strings/str_replace.h>
+
+#include <QByteArray>
+#include <cstring>
+#include <string_view>
+
+#include <morvel/text/NString.h>
+
+#include "Subject.h"
+
+namespace {
+
+constexpr std::size_t Large = 1 << 20;
+
+std::string _appendLoop(const std::string& text, const std::string& from, const std::string& to) {
+    std::string result;
+    std::size_t done = 0;
+    for (std::size_t at; (at = text.find(from, done)) != std::string::npos;) {
+        result.append(text, done, at - done).append(to);
+        done = at + from.size();
+    }
+    return result.append(text, done, std::string::npos);
+}
+
+void _addReplace() {
+    // A match in each 64 bytes.
+    const std::string text = bench::Text("ascii", Large);
+    const std::string from = "lazy dog", to = "sleeping cat";
+    const std::string expected = _appendLoop(text, from, to);
+    const std::string name = "replace all in 1 MiB";
+    const bench::Size size = bench::Bytes(text.size());
+    const NString own(text, EncodingUTF8);
+    bench::AddEqual(
+        name + "/Morvel", size,
+        [own, from, to] {
+            NString copy(own);
+            copy.ReplaceAll(from, to);
+            return copy;
+        },
+        expected);
+    bench::AddEqual(
+        name + "/append loop", size, [=] { return _appendLoop(text, from, to); }, expected);
+    bench::AddEqual(
+        name + "/POCO (raw)", size, [=] { return Poco::replace(text, from, to); }, expected);
+    bench::AddEqual(
+        name + "/Abseil", size,
+        [=] {
+            return absl::StrReplaceAll(text, {{from, to}});
+        },
+        expected);
+    const QByteArray bytes = QByteArray::fromStdString(text);
+    const QByteArray before = QByteArray::fromStdString(from);
+    const QByteArray after = QByteArray::fromStdString(to);
+    bench::Add(
+        name + "/QByteArray", size,
+        [=] {
+            QByteArray copy(bytes);
+            copy.replace(before, after);
+            return copy;
+        },
+        [expected](const QByteArray& result) { return result.toStdString() == expected; });
+    bench::AddEqual(
+        name + "/ceiling: copy of the result", size, [expected] { return std::string(expected); },
+        expected);
+}
+
+void _addFind() {
+    const std::string needle = "lazy hog";
+    std::string text = bench::Text("ascii", Large);
+    text += needle;
+    const auto expected = static_cast<long long>(text.size() - needle.size());
+    const std::string name = "find in 1 MiB";
+    const bench::Size size = bench::Bytes(text.size());
+    const NString own(text, EncodingUTF8);
+    bench::AddEqual(
+        name + "/Morvel", size, [own, needle] { return own.Find(needle, 0); }, expected);
+    bench::AddEqual(
+        name + "/std::string", size,
+        [text, needle] { return static_cast<long long>(text.find(needle)); }, expected);
+    const QByteArray bytes = QByteArray::fromStdString(text);
+    const QByteArray sought = QByteArray::fromStdString(needle);
+    bench::AddEqual(
+        name + "/QByteArray", size,
+        [bytes, sought] { return static_cast<long long>(bytes.indexOf(sought)); }, expected);
+    bench::AddEqual(
+        name + "/ceiling: memmem", size,
+        [text, needle] {
+            const void* const found =
+                memmem(text.data(), text.size(), needle.data(), needle.size());
+            return static_cast<long long>(static_cast<const char*>(found) - text.data());
+        },
+        expected);
+}
+
+void _addCompare(std::size_t bytes) {
+    const std::string text = bench::Text("ascii", bytes);
+    const std::string name = "compare " + bench::SizeName(bytes);
+    const bench::Size size = bench::Bytes(text.size());
+    const NString a(text, EncodingUTF8), b(text, EncodingUTF8);
+    bench::AddEqual(
+        name + "/Morvel", size, [a, b] { return a.Compare(b); }, 0);
+    bench::AddEqual(
+        name + "/Morvel ==", size, [a, b] { return a == b; }, true);
+    const std::string c = text, d = text;
+    bench::AddEqual(
+        name + "/std::string", size, [c, d] { return c.compare(d); }, 0);
+    const QByteArray e = QByteArray::fromStdString(text);
+    const QByteArray f(e.constData(), e.size());
+    bench::AddEqual(
+        name + "/QByteArray", size, [e, f] { return e.compare(f); }, 0);
+}
+
+}  // namespace
+
+void AddSubjects() {
+    _addReplace();
+    _addFind();
+    _addCompare(64);
+    _addCompare(64 << 10);
+}
