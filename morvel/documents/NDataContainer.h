@@ -134,8 +134,8 @@ public:
     /// counts.
     virtual bool RemoveAttribute(const std::string& path, const std::string& name) = 0;
 
-    virtual bool RemoveAttributes(
-        const std::string& path) = 0;  ///< All; true if there are none too.
+    /// Removes all. True if there are none too.
+    virtual bool RemoveAttributes(const std::string& path) = 0;
 
     /// Removes the child nodes with the listed names. False if there are none.
     virtual bool RemoveElementsByName(const std::string& path, NNameList names) = 0;
@@ -180,8 +180,7 @@ public:
     /// false or throws; nothing is thrown.
     virtual std::string ToText(std::uint32_t flags);
 
-    /// LoadStream of `text`. False where that returns false or throws; nothing is thrown. The
-    /// stream reads `text` itself, no copy of it.
+    /// LoadStream of `text`. False where that returns false or throws; nothing is thrown.
     virtual bool FromText(const std::string& text);
 
 protected:

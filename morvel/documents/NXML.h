@@ -126,8 +126,8 @@ public:
 private:
     MORVEL_LOCAL static const NClassRecord _record;
 
-    MORVEL_LOCAL pugi::xml_node _findElement(std::string_view path) const;
-    MORVEL_LOCAL pugi::xml_node _findElement(std::string_view path, pugi::xml_node* parent) const;
+    MORVEL_LOCAL pugi::xml_node _findElement(std::string_view path,
+                                             pugi::xml_node* parent = nullptr) const;
     MORVEL_LOCAL pugi::xml_node _root() const;
     MORVEL_LOCAL bool _setValue(const std::string& path, const std::string& value, bool cdata);
     MORVEL_LOCAL void _addDeclaration();

@@ -148,14 +148,9 @@ bool _appendCopy(pugi::xml_node node, pugi::xml_node source) {
 
 }  // namespace
 
-pugi::xml_node NXML::_findElement(std::string_view path) const {
-    pugi::xml_node parent;
-    return _findElement(path, &parent);
-}
-
 // A name that isn't found doesn't end the walk: the next one is looked for at the top again, so
-// that `a.missing.a` is the root element `a`. `*parent` becomes what the path without its last name
-// leads to, null for a path of one name.
+// that `a.missing.a` is the root element `a`. `*parent`, where it is asked for, becomes what the
+// path without its last name leads to, null for a path of one name.
 pugi::xml_node NXML::_findElement(std::string_view path, pugi::xml_node* parent) const {
     pugi::xml_node current;
     if (!_document) {
@@ -164,7 +159,9 @@ pugi::xml_node NXML::_findElement(std::string_view path, pugi::xml_node* parent)
     morvel::DottedPath names(path);
     std::string dotted;
     for (std::string_view name; names.Next(&name);) {
-        *parent = current;
+        if (parent != nullptr) {
+            *parent = current;
+        }
         if (name.empty()) {
             continue;
         }
