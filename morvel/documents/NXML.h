@@ -31,9 +31,10 @@ class xml_node;
 /// save twice, and two are written. A declaration is a node at the top, which the path `xml` finds.
 ///
 /// Besides what is said at each operation, nothing is thrown but std::bad_alloc. Where memory runs
-/// out inside the XML library, an edit returns false, and a copy may lack what there was no room
-/// for. Names and values end at their first NUL. Depth of a document costs no stack. An indented
-/// text of a deep document is long, though: it grows with the square of the depth.
+/// out inside the XML library, an edit returns false, and an operation that copies into another
+/// container throws std::bad_alloc. Names and values end at their first NUL. Depth of a document
+/// costs no stack. An indented text of a deep document is long, though: it grows with the square of
+/// the depth.
 ///
 /// Another container given to an operation must be an NXML; any other counts as one without a
 /// document, and as a target is refused with false. It may be the object itself.
