@@ -206,6 +206,10 @@ long MemoryWatch::Alive() const {
     return addresses.Count();
 }
 
+bool MemoryWatch::SeesAll() {
+    return MORVEL_OWN_MALLOC != 0;
+}
+
 void FailAllocationsAfter(long count, bool all) {
     hasFailed = false;
     allFail = all;

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -39,10 +40,11 @@ protected:
     }
 
     /// What the host answers to the questions among the steps; each answer has a blank behind it.
-    std::string answers(std::vector<std::string> steps) {
+    std::string answers(std::vector<std::string> steps,
+                        std::map<std::string, std::string> environment = {}) {
         steps.insert(steps.begin(), {LOG_PLUGIN, POCO_PLUGIN});
-        const ProcessResult result =
-            RunProcess(LOAD_HOST, steps, {{"XDG_DATA_HOME", _data.File("data")}});
+        environment["XDG_DATA_HOME"] = _data.File("data");
+        const ProcessResult result = RunProcess(LOAD_HOST, steps, environment);
         EXPECT_EQ(result.exitCode, 0) << result.output;
         return result.output;
     }
@@ -170,7 +172,9 @@ TEST_F(Load, ForksAfterUnloadFindNothingOfTheLibrary) {
         GTEST_SKIP() << "processes don't fork there";
     }
     arm();
+    // A leak check in a child misses the threads of its parent, and says so.
     EXPECT_EQ(answers({"load", "write", "10", "fork", "unload", "mapped?", "fork", "load", "write",
-                       "0", "fork", "unload", "fork"}),
+                       "0", "fork", "unload", "fork"},
+                      {{"ASAN_OPTIONS", "detect_leaks=0"}}),
               "child-ended gone child-ended child-ended child-ended ");
 }
