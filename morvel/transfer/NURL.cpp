@@ -74,35 +74,20 @@ private:
     CURL* _handle = nullptr;
 };
 
-class HeaderList {
-public:
-    HeaderList() = default;
-    HeaderList(const HeaderList&) = delete;
-    HeaderList& operator=(const HeaderList&) = delete;
-    ~HeaderList() {
-        if (_list != nullptr) {
-            curl_slist_free_all(_list);
-        }
-    }
-
-    void Append(const char* line) {
-        curl_slist* const longer = curl_slist_append(_list, line);
-        if (longer == nullptr) {
-            throw std::bad_alloc();  // a request must not go out without one of its headers
-        }
-        _list = longer;
-    }
-
-    curl_slist* Get() const { return _list; }
-    void Abandon() { _list = nullptr; }
-
-private:
-    curl_slist* _list = nullptr;
-};
-
-struct FileCloser {
+struct Release {
     void operator()(std::FILE* file) const { std::fclose(file); }
+    void operator()(curl_slist* list) const { curl_slist_free_all(list); }
 };
+using HeaderList = std::unique_ptr<curl_slist, Release>;
+
+void _append(HeaderList* list, const char* line) {
+    curl_slist* const longer = curl_slist_append(list->get(), line);
+    if (longer == nullptr) {
+        throw std::bad_alloc();  // a request must not go out without one of its headers
+    }
+    static_cast<void>(list->release());  // it begins with its first line, now as before
+    list->reset(longer);
+}
 
 // What of a request's body is still to be sent.
 struct Remainder {
@@ -181,7 +166,7 @@ std::int32_t NURL::Request(std::string url, const std::vector<std::string>* head
                            ProgressCallback progressCallback, void* progressContext,
                            std::uint32_t flags) {
     // Declared so that the session, which uses the other two, is the first to go.
-    std::unique_ptr<std::FILE, FileCloser> file;
+    std::unique_ptr<std::FILE, Release> file;
     HeaderList list;
     Session session;
     if (!session) {
@@ -191,7 +176,7 @@ std::int32_t NURL::Request(std::string url, const std::vector<std::string>* head
     _size = 0;
     if (headers != nullptr) {
         for (const std::string& header : *headers) {
-            list.Append(header.c_str());
+            _append(&list, header.c_str());
         }
     }
     session.Set(CURLOPT_URL, url.c_str());
@@ -201,7 +186,7 @@ std::int32_t NURL::Request(std::string url, const std::vector<std::string>* head
     if ((flags & RequestToFile) != 0) {
         const auto abandoned = [&](std::int32_t status) {
             session.Abandon();
-            list.Abandon();
+            static_cast<void>(list.release());
             return status;
         };
         if (body == nullptr) {
@@ -217,14 +202,14 @@ std::int32_t NURL::Request(std::string url, const std::vector<std::string>* head
         std::setvbuf(file.get(), nullptr, _IONBF, 0);
         session.Set(CURLOPT_WRITEFUNCTION, &std::fwrite);
         session.Set(CURLOPT_WRITEDATA, file.get());
-        list.Append("Content-Type: application/binary");
+        _append(&list, "Content-Type: application/binary");
     } else {
         session.Set(CURLOPT_WRITEFUNCTION, &NURL::_receive);
         session.Set(CURLOPT_WRITEDATA, this);
-        list.Append("Expect:");
+        _append(&list, "Expect:");
     }
-    if (list.Get() != nullptr) {
-        session.Set(CURLOPT_HTTPHEADER, list.Get());
+    if (list != nullptr) {
+        session.Set(CURLOPT_HTTPHEADER, list.get());
     }
     Remainder remainder{static_cast<const char*>(body), bodySize};
     if (body != nullptr && bodySize != 0) {

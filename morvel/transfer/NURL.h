@@ -23,15 +23,13 @@ enum NRequestFlag : std::uint32_t {
 /// send secrets or trust replies over a network that isn't yours.
 ///
 ///     NURL url;
-///     if (url.Request("https://localhost/orders", order.data(), order.size(), 30, nullptr,
-///     nullptr,
-///                     nullptr, nullptr, 0) == 0) {
-///         std::string reply(url.Data(), url.Size());
+///     if (url.Get("https://localhost/orders", 30, nullptr, nullptr, nullptr, nullptr) == 0) {
+///         std::string orders(url.Data(), url.Size());
 ///     }
 ///
 /// An object is reusable, and only its buffer lasts from one request to the next: no connection, no
 /// cookie, no option does. A URL goes out as it is, so escape its values first. Redirects are
-/// followed by Request alone, without a limit to their number.
+/// followed by Request alone, as many in a row as libcurl follows by default.
 ///
 /// Each request returns a status: 0; 100 if libcurl can't be started; -2 if the cancel callback
 /// ended it; -3 or -4 from RequestToFile; else the number of libcurl's error (CURLcode): 7 refused,
