@@ -62,7 +62,7 @@ TEST(Exchange, EveryFailureEndsWithASentence) {
         const char* sentence;
     } rows[] = {
         {"refused", nobody, "was refused. Check that the server runs"},
-        {"time-out", server.Url("/silence"), "within 1 s. Try again later"},
+        {"time-out", server.Url("/stall/0"), "within 1 s. Try again later"},
         {"HTTP error", server.Url("/status/404"), "with an HTTP error. Check that"},
         {"no XML", server.Url("/bytes/100"), "is no XML document (Could not determine tag type)"},
         {"another document", server.Url("/echo"), "The reply is no confirmation of an order."},

@@ -50,7 +50,7 @@ TEST(Fetch, EveryEndHasItsCodeAndSentence) {
         {{server.Url("/status/404")}, 1, "The server answered with an HTTP error."},
         {{server.Url("/status/404"), "--keep-errors"}, 0, "status 404"},
         {{server.Url("/cut/500")}, 1, "closed the connection before the end."},
-        {{server.Url("/silence"), "--timeout", "1"}, 1, "No end within 1 s."},
+        {{server.Url("/stall/0"), "--timeout", "1"}, 1, "No end within 1 s."},
         {{"gopherish://x"}, 1, "The kind of address is not known."},
         {{server.Url("/echo"), "-o", folder.File("no/such/folder")}, 2, "cannot be written."},
         {{server.Url("/echo"), "-o", folder.File("no/such/folder"), "--direct"},

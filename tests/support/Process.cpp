@@ -19,55 +19,28 @@ ProcessResult RunProcess(const std::string& program, const std::vector<std::stri
     return result;
 }
 
-struct BackgroundProcess::Handle {
-    Poco::ProcessHandle process;
-    bool ended = false;
-    int exitCode = 0;
-};
-
 BackgroundProcess::BackgroundProcess(const std::string& program,
-                                     const std::vector<std::string>& arguments,
-                                     const std::map<std::string, std::string>& environment)
-    : _handle(new Handle{
-          Poco::Process::launch(program, arguments, nullptr, nullptr, nullptr, environment)}) {}
+                                     const std::vector<std::string>& arguments)
+    : _process(new Poco::ProcessHandle(Poco::Process::launch(program, arguments))) {}
 
 BackgroundProcess::~BackgroundProcess() {
     try {
-        if (!_handle->ended) {
+        if (!_ended) {
             Kill();
             Wait();
         }
     } catch (...) {
-        // it ended between the question and the kill
+        // it ended by itself in front of the kill
     }
-    delete _handle;
-}
-
-int BackgroundProcess::Id() const {
-    return static_cast<int>(_handle->process.id());
-}
-
-bool BackgroundProcess::IsRunning() {
-    if (!_handle->ended) {
-        // Not Poco::Process::isRunning, which counts an ended child that nobody waited for as
-        // running.
-        const int exitCode = Poco::Process::tryWait(_handle->process);
-        _handle->ended = exitCode != -1;
-        _handle->exitCode = exitCode;
-    }
-    return !_handle->ended;
 }
 
 void BackgroundProcess::Kill() {
-    Poco::Process::kill(_handle->process);
+    Poco::Process::kill(*_process);
 }
 
 int BackgroundProcess::Wait() {
-    if (!_handle->ended) {
-        _handle->exitCode = _handle->process.wait();
-        _handle->ended = true;
-    }
-    return _handle->exitCode;
+    _ended = true;
+    return _process->wait();
 }
 
 }  // namespace morvel::test

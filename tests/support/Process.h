@@ -1,8 +1,13 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
+
+namespace Poco {
+class ProcessHandle;
+}
 
 namespace morvel::test {
 
@@ -18,23 +23,22 @@ struct ProcessResult {
 ProcessResult RunProcess(const std::string& program, const std::vector<std::string>& arguments,
                          const std::map<std::string, std::string>& environment = {});
 
-/// A program that runs beside the test; killed, if it hasn't ended by then, with the object.
+/// A program that runs beside the test; killed, if nobody has waited for its end, with the object.
 class BackgroundProcess {
 public:
-    BackgroundProcess(const std::string& program, const std::vector<std::string>& arguments,
-                      const std::map<std::string, std::string>& environment = {});
+    BackgroundProcess(const std::string& program, const std::vector<std::string>& arguments);
     BackgroundProcess(const BackgroundProcess&) = delete;
     BackgroundProcess& operator=(const BackgroundProcess&) = delete;
     ~BackgroundProcess();
 
-    int Id() const;
-    bool IsRunning();
     void Kill();
-    int Wait();  ///< Until it has ended; its exit code as in ProcessResult.
+
+    /// Until it has ended; its exit code as in ProcessResult. REQUIRES: the first call.
+    int Wait();
 
 private:
-    struct Handle;
-    Handle* _handle;
+    std::unique_ptr<Poco::ProcessHandle> _process;
+    bool _ended = false;
 };
 
 }  // namespace morvel::test

@@ -8,7 +8,7 @@
 #include <Poco/Net/SocketAddress.h>
 #include <openssl/evp.h>
 #include <openssl/ssl.h>
-#include <openssl/x509v3.h>
+#include <openssl/x509.h>
 
 namespace morvel::test {
 
@@ -17,28 +17,23 @@ namespace {
 struct Free {
     void operator()(EVP_PKEY* key) const { EVP_PKEY_free(key); }
     void operator()(X509* certificate) const { X509_free(certificate); }
-    void operator()(X509_EXTENSION* extension) const { X509_EXTENSION_free(extension); }
 };
 
 // Gives `context` a key and a certificate for "localhost" that vouches for itself.
 bool _useOwnCertificate(SSL_CTX* context) {
     const std::unique_ptr<EVP_PKEY, Free> key(EVP_EC_gen("P-256"));
     const std::unique_ptr<X509, Free> certificate(X509_new());
-    const std::unique_ptr<X509_EXTENSION, Free> names(
-        X509V3_EXT_conf_nid(nullptr, nullptr, NID_subject_alt_name, "DNS:localhost"));
-    if (key == nullptr || certificate == nullptr || names == nullptr) {
+    if (key == nullptr || certificate == nullptr) {
         return false;
     }
     X509* const it = certificate.get();
     X509_NAME* const name = X509_get_subject_name(it);
-    return X509_set_version(it, 2) != 0 && ASN1_INTEGER_set(X509_get_serialNumber(it), 1) != 0 &&
-           X509_gmtime_adj(X509_getm_notBefore(it), -3600) != nullptr &&
+    const auto* const host = reinterpret_cast<const unsigned char*>("localhost");
+    return X509_gmtime_adj(X509_getm_notBefore(it), -3600) != nullptr &&
            X509_gmtime_adj(X509_getm_notAfter(it), 86400) != nullptr &&
-           X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC,
-                                      reinterpret_cast<const unsigned char*>("localhost"), -1, -1,
-                                      0) != 0 &&
-           X509_set_issuer_name(it, name) != 0 && X509_add_ext(it, names.get(), -1) != 0 &&
-           X509_set_pubkey(it, key.get()) != 0 && X509_sign(it, key.get(), EVP_sha256()) != 0 &&
+           X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC, host, -1, -1, 0) != 0 &&
+           X509_set_issuer_name(it, name) != 0 && X509_set_pubkey(it, key.get()) != 0 &&
+           X509_sign(it, key.get(), EVP_sha256()) != 0 &&
            SSL_CTX_use_certificate(context, it) == 1 &&
            SSL_CTX_use_PrivateKey(context, key.get()) == 1;
 }

@@ -5,8 +5,8 @@
 namespace morvel::test {
 
 /// As TestServer, but over TLS, under the name "localhost" and with a certificate of that name
-/// which is made at construction and which nobody has signed. Url() begins with
-/// "https://localhost". Throws std::runtime_error if the command `openssl` isn't there to make it.
+/// which is made at construction and which nobody else has signed. Url() begins with
+/// "https://localhost".
 class TlsTestServer : public TestServer {
 public:
     TlsTestServer();
