@@ -19,6 +19,7 @@
 #include <Poco/UTF8Encoding.h>
 
 #include <morvel/platform/platform.h>
+#include <morvel/text/Conversion.h>
 #include <morvel/text/Normalization.h>
 #include <morvel/text/RawText.h>
 
@@ -132,11 +133,17 @@ bool NString::ConvertTo(NStringEncoding encoding) {
         return true;
     }
 
+    std::string result;
+    if (morvel::ConvertWellFormed(_data, _encoding, encoding, &result)) {
+        _data = std::move(result);
+        _encoding = encoding;
+        return true;
+    }
+    result.clear();
     const std::unique_ptr<Poco::TextEncoding> source = _pocoEncoding(_encoding);
     const std::unique_ptr<Poco::TextEncoding> target = _pocoEncoding(encoding);
     if (!source || !target) return false;
 
-    std::string result;
     Poco::TextConverter converter(*source, *target, '?');
     if (_encoding == EncodingSystem) {
         // As a string of bytes: the converter counts a pointer's bytes in an int.
@@ -167,6 +174,15 @@ void NString::SwapBytes() {
 }
 
 const std::string& NString::Converted(NStringEncoding encoding) const {
+    // What ConvertTo would do to a copy, without the copy where that can be.
+    if (_encoding != EncodingUTF8 || morvel::IsPlainlyNfc(_data)) {
+        if (encoding == _encoding ||
+            (_isOfBytes(_encoding) && _isOfBytes(encoding) && morvel::IsAsciiText(_data))) {
+            _cache = _data;
+            return _cache;
+        }
+        if (morvel::ConvertWellFormed(_data, _encoding, encoding, &_cache)) return _cache;
+    }
     NString copy(*this);
     copy.ConvertTo(encoding);
     _cache = std::move(copy._data);

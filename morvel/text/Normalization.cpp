@@ -37,16 +37,20 @@ const unsigned char* _bytes(const char* text) {
     return reinterpret_cast<const unsigned char*>(text);
 }
 
-// Whether eight bytes are all from 01 to 7F: only then neither they nor they less one have a high
-// bit.
+// Whether a block of bytes are all from 01 to 7F: only then neither they nor they less one have a
+// high bit.
+template <std::size_t Words>
 bool _isAsciiBlock(const unsigned char* bytes) {
-    std::uint64_t block;
-    std::memcpy(&block, bytes, sizeof block);
-    return (((block - 0x0101010101010101) | block) & 0x8080808080808080) == 0;
+    std::uint64_t words[Words];
+    std::memcpy(words, bytes, sizeof words);
+    std::uint64_t high = 0;
+    for (const std::uint64_t word : words) high |= (word - 0x0101010101010101) | word;
+    return (high & 0x8080808080808080) == 0;
 }
 
 const unsigned char* _skipAscii(const unsigned char* p, const unsigned char* end) {
-    while (end - p >= 8 && _isAsciiBlock(p)) p += 8;
+    while (end - p >= 64 && _isAsciiBlock<8>(p)) p += 64;
+    while (end - p >= 8 && _isAsciiBlock<1>(p)) p += 8;
     while (p != end && *p >= 0x01 && *p <= 0x7F) ++p;
     return p;
 }
@@ -120,6 +124,113 @@ int _plainCharacter(const unsigned char* p, std::ptrdiff_t left) {
         default:
             return 0;
     }
+}
+
+// The common part of what _plainCharacter knows, as automata over bytes: a state is the place of
+// its six bits in a row, and a step shifts the row of the byte down by the state. One lookup and
+// one shift a byte, and no branch to mispredict, whatever scripts are mixed. What one doesn't know
+// is the state Unknown for good: characters that are rare, or not plain, or malformed.
+//
+// A row has room for ten states, so there are two automata. Both know most scripts; East has what
+// stands in Chinese and Japanese text, West has Hangul and the punctuation at E2 80.
+enum State : unsigned {
+    Between = 0,
+    Unknown = 6,
+    OneMore = 12,
+    TwoMore = 18,
+    AfterCE = 24,
+    AfterED = 30,
+    AfterEF = 36,
+    AfterE3 = 42,    // East
+    AfterE380 = 48,  // East
+    AfterE382 = 54,  // East
+    AfterE2 = 42,    // West
+    AfterE280 = 48,  // West
+    AfterEA = 54,    // West
+};
+
+constexpr State _firstByte(bool east, unsigned b) {
+    if (b >= 0x01 && b <= 0x7F) return Between;
+    if (b >= 0xC2 && b <= 0xCB) return OneMore;
+    if (b >= 0xCF && b <= 0xD5 && b != 0xD2) return OneMore;
+    if (b == 0xDA || b == 0xDE) return OneMore;
+    if (b == 0xCE) return AfterCE;
+    if (b == 0xE2 && !east) return AfterE2;
+    if (b == 0xE3 && east) return AfterE3;
+    if ((b >= 0xE4 && b <= 0xE9) || b == 0xEB || b == 0xEC || b == 0xEE) return TwoMore;
+    if (b == 0xEA && !east) return AfterEA;
+    if (b == 0xED) return AfterED;
+    if (b == 0xEF) return AfterEF;
+    return Unknown;
+}
+
+constexpr State _laterByte(bool east, unsigned state, unsigned b) {
+    if ((b & 0xC0) != 0x80) return Unknown;
+    if (state == OneMore) return Between;
+    if (state == TwoMore) return OneMore;
+    if (state == AfterCE) return b != 0x87 ? Between : Unknown;
+    if (state == AfterED) return b < 0xA0 ? OneMore : Unknown;
+    if (state == AfterEF) return b < 0xA4 || (b > 0xAD && b != 0xB8) ? OneMore : Unknown;
+    if (east) {
+        if (state == AfterE3) return b == 0x80 ? AfterE380 : b == 0x82 ? AfterE382 : OneMore;
+        if (state == AfterE380) return b < 0xAA || b > 0xAF ? Between : Unknown;
+        if (state == AfterE382) return b != 0x99 && b != 0x9A ? Between : Unknown;
+    } else {
+        if (state == AfterE2) return b == 0x80 ? AfterE280 : b == 0x82 ? OneMore : Unknown;
+        if (state == AfterE280) return b >= 0x82 ? Between : Unknown;
+        if (state == AfterEA) return b >= 0xB0 ? OneMore : Unknown;
+    }
+    return Unknown;
+}
+
+struct Automaton {
+    constexpr explicit Automaton(bool east) : rows() {
+        for (unsigned b = 0; b < 256; ++b) {
+            for (unsigned state = 0; state < 60; state += 6) {
+                const unsigned next =
+                    state == Between ? _firstByte(east, b) : _laterByte(east, state, b);
+                rows[b] |= std::uint64_t{next} << state;
+            }
+        }
+    }
+    std::uint64_t rows[256];
+};
+constexpr Automaton automata[2] = {Automaton(false), Automaton(true)};
+
+// Four stretches of a text go through the automaton side by side, so that the processor need not
+// wait for one step before it begins another.
+constexpr std::ptrdiff_t Lanes = 4;
+constexpr std::ptrdiff_t LaneLength = 64;
+constexpr std::ptrdiff_t LongestCharacter = 4;
+
+// The start of the character that the byte at `p` belongs to. REQUIRES: there are three bytes in
+// front, or it is near: the caller's text begins with a whole character.
+const unsigned char* _startOf(const unsigned char* p) {
+    for (int i = 0; i < 3 && _isContinuation(*p); ++i) --p;
+    return p;
+}
+
+// Moves `*p`, the start of a character, on over Lanes * LaneLength bytes, to the start of another,
+// if `automaton` knows all characters between them to be plain; else false. Each lane goes on by
+// the length of a character into the next one, which begins in front of its nominal place if that
+// lies within a character: so each character is whole in one of them.
+// REQUIRES: a character's length more of text behind those bytes.
+bool _skipKnown(const Automaton& automaton, const unsigned char** p) {
+    const unsigned char* lanes[Lanes];
+    std::uint64_t states[Lanes] = {};
+    for (std::ptrdiff_t lane = 0; lane < Lanes; ++lane) {
+        lanes[lane] = lane == 0 ? *p : _startOf(*p + lane * LaneLength);
+    }
+    for (std::ptrdiff_t i = 0; i < LaneLength + LongestCharacter; ++i) {
+        for (std::ptrdiff_t lane = 0; lane < Lanes; ++lane) {
+            states[lane] = automaton.rows[lanes[lane][i]] >> (states[lane] & 63);
+        }
+    }
+    for (const std::uint64_t state : states) {
+        if ((state & 63) == Unknown) return false;
+    }
+    *p = _startOf(*p + Lanes * LaneLength);
+    return true;
 }
 
 // Marks in a row that utf8proc may put in order by itself. Text that is written for reading stays
@@ -254,12 +365,23 @@ bool morvel::IsAsciiText(std::string_view text) {
 }
 
 bool morvel::IsPlainlyNfc(std::string_view text) {
+    constexpr std::ptrdiff_t Stretch = Lanes * LaneLength;
     const unsigned char* p = _bytes(text.data());
     const unsigned char* const end = p + text.size();
+    bool east = false;
     while ((p = _skipAscii(p, end)) != end) {
-        const int length = _plainCharacter(p, end - p);
-        if (length == 0) return false;
-        p += length;
+        while (end - p >= Stretch + LongestCharacter && !_isAsciiBlock<4>(p)) {
+            if (_skipKnown(automata[east], &p)) continue;
+            if (!_skipKnown(automata[!east], &p)) break;
+            east = !east;  // the next stretch is likely to be of the same kind
+        }
+        // A stretch by single characters: one that the automaton doesn't know, or the end.
+        const unsigned char* const stretch = end - p > Stretch ? p + Stretch : end;
+        while (p < stretch) {
+            const int length = *p >= 0x01 && *p <= 0x7F ? 1 : _plainCharacter(p, end - p);
+            if (length == 0) return false;
+            p += length;
+        }
     }
     return true;
 }
@@ -267,6 +389,7 @@ bool morvel::IsPlainlyNfc(std::string_view text) {
 bool morvel::NormalizeText(std::string* text, NStringForm form) {
     const Normalizer normalizer = _normalizer(form);
     if (normalizer == nullptr) return false;
+    if (form == FormNFC ? IsPlainlyNfc(*text) : IsAsciiText(*text)) return true;
     const std::string_view head(text->c_str());  // up to the first NUL
     if (form == FormNFC ? IsPlainlyNfc(head) : IsAsciiText(head)) {
         text->resize(head.size());

@@ -144,6 +144,35 @@ TEST(Normalization, RandomBytesAndTextAroundTheSkip) {
     }
 }
 
+// Long text is looked at in stretches, by other code than a few characters are: one character or a
+// piece of junk in the middle must get the same answer there as alone.
+TEST(Normalization, LongTextIsPlainIfEachCharacterIs) {
+    const std::string fillers[] = {
+        "\u3042\u30AB\u3000\u4E2D\uFF0C",  // Japanese and Chinese
+        "\uAC00\uD7A3 \u2019\u20AC",       // Hangul, typographic punctuation
+        "d\u00E9j\u00E0 \u03C9\u044F",     // Latin, Greek, Cyrillic
+    };
+    const auto expectSame = [&](const std::string& piece, std::size_t turn) {
+        const bool alone = morvel::IsPlainlyNfc(piece + 'y');
+        for (const std::string& filler : fillers) {
+            const std::string text =
+                repeated(filler, 1 + turn % 20) + piece + 'y' + repeated(filler, 25);
+            if (morvel::IsPlainlyNfc(text) != alone) return false;
+        }
+        return true;
+    };
+    for (utf8proc_int32_t c = 1; c < 0x30000; c += c < 0x11000 ? 1 : 7) {
+        if (c >= 0xD800 && c < 0xE000) continue;
+        ASSERT_TRUE(expectSame(utf8(c), static_cast<std::size_t>(c))) << c;
+    }
+    std::mt19937 random(7);
+    for (std::size_t turn = 0; turn < 20000; ++turn) {
+        std::string junk(1 + random() % 5, '\0');
+        for (char& byte : junk) byte = static_cast<char>(0x80 | (random() & 0x7F));
+        ASSERT_TRUE(expectSame(junk, turn)) << hex(junk);
+    }
+}
+
 // Without the guard each row takes minutes: utf8proc moves every second mark past half of the
 // others.
 TEST(Normalization, HalfAMillionMarksInDisorder) {

@@ -1,0 +1,131 @@
+#include <morvel/text/Conversion.h>
+
+#include <Poco/Latin1Encoding.h>
+#include <Poco/TextConverter.h>
+#include <Poco/UTF16Encoding.h>
+#include <Poco/UTF8Encoding.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+std::unique_ptr<Poco::TextEncoding> pocoEncoding(NStringEncoding encoding) {
+    if (encoding == EncodingLatin1) return std::make_unique<Poco::Latin1Encoding>();
+    if (encoding == EncodingUTF8) return std::make_unique<Poco::UTF8Encoding>();
+    return std::make_unique<Poco::UTF16Encoding>(Poco::UTF16Encoding::NATIVE_BYTE_ORDER);
+}
+
+// POCO's result, and its count of malformed pieces.
+std::string byPoco(const std::string& text, NStringEncoding from, NStringEncoding to, int* errors) {
+    std::string result;
+    const auto source = pocoEncoding(from), target = pocoEncoding(to);
+    *errors = Poco::TextConverter(*source, *target, '?').convert(text, result);
+    return result;
+}
+
+const struct {
+    NStringEncoding from, to;
+} ways[] = {
+    {EncodingLatin1, EncodingUTF8}, {EncodingUTF8, EncodingUTF16}, {EncodingUTF16, EncodingUTF8}};
+
+// The quick way may refuse a text, but not one that is well formed; what it gives is POCO's.
+void expectAsByPoco(const std::string& text) {
+    std::string quick = "left from the last conversion";
+    for (const auto& way : ways) {
+        int errors = 0;
+        const std::string expected = byPoco(text, way.from, way.to, &errors);
+        if (morvel::ConvertWellFormed(text, way.from, way.to, &quick)) {
+            ASSERT_EQ(quick, expected) << way.from << " to " << way.to;
+            ASSERT_EQ(errors, 0) << "what is malformed is left to POCO";
+        } else if (way.from == EncodingLatin1) {
+            FAIL() << "there is no malformed Latin-1";
+        }
+    }
+}
+
+std::string utf8(char32_t c) {
+    const int low = static_cast<int>(c);
+    unsigned char bytes[4];
+    const int count = Poco::UTF8Encoding().convert(low, bytes, 4);
+    return std::string(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(count));
+}
+
+}  // namespace
+
+// Each alone, in front of and behind ASCII of all lengths that a block is looked at in.
+TEST(Conversion, TakesEveryCodePointThereAndBack) {
+    const std::string ascii(40, 'a');
+    std::string wide, back;
+    for (char32_t c = 0; c <= 0x10FFFF; c += c < 0x3000 ? 1 : 7) {
+        if (c >= 0xD800 && c <= 0xDFFF) continue;
+        const std::size_t around = c % 41;
+        const std::string text = ascii.substr(0, around) + utf8(c) + ascii.substr(around);
+        int errors = 0;
+        ASSERT_TRUE(morvel::ConvertWellFormed(text, EncodingUTF8, EncodingUTF16, &wide)) << c;
+        ASSERT_EQ(wide, byPoco(text, EncodingUTF8, EncodingUTF16, &errors)) << c;
+        ASSERT_TRUE(morvel::ConvertWellFormed(wide, EncodingUTF16, EncodingUTF8, &back)) << c;
+        ASSERT_EQ(back, text) << c;
+    }
+}
+
+TEST(Conversion, GivesWhatPocoGivesOrNothing) {
+    // Whole characters of each length, their pieces, and what lies beside the borders.
+    const std::vector<std::string> pieces = {"a",
+                                             "plain text ",
+                                             std::string(33, 'x'),
+                                             std::string(1, '\0'),
+                                             "\x7F",
+                                             "\x80",
+                                             "\xBF",
+                                             "\xC0",
+                                             "\xC1\xBF",
+                                             "\xC2",
+                                             "\xC3\xA9",
+                                             "\xDF\xBF",
+                                             "\xE0\x80\x80",
+                                             "\xE0\xA0\x80",
+                                             "\xE2\x82",
+                                             "\xE2\x82\xAC",
+                                             "\xED\x9F\xBF",
+                                             "\xED\xA0\x80",
+                                             "\xEE\x80\x80",
+                                             "\xEF\xBB\xBF",
+                                             "\xEF\xBF\xBF",
+                                             "\xF0\x8F\xBF\xBF",
+                                             "\xF0\x90\x80\x80",
+                                             "\xF0\x9F\x98",
+                                             "\xF4\x8F\xBF\xBF",
+                                             "\xF4\x90\x80\x80",
+                                             "\xF5",
+                                             "\xFF",
+                                             "\x3D\xD8\x00\xDE",
+                                             "\x3D\xD8",
+                                             "\x00\xDE",
+                                             std::string("w\0i\0d\0e\0", 8),
+                                             std::string("\xE9\0", 2)};
+    std::mt19937 engine(1);
+    for (int turn = 0; turn < 40000; ++turn) {
+        std::string text;
+        for (unsigned count = engine() % 12; count > 0; --count) {
+            text += pieces[engine() % pieces.size()];
+        }
+        expectAsByPoco(text);
+        if (HasFatalFailure()) return;
+    }
+    for (int turn = 0; turn < 40000; ++turn) {
+        std::string text(engine() % 10, '\0');
+        for (char& c : text) c = static_cast<char>(engine());
+        expectAsByPoco(text);
+        if (HasFatalFailure()) return;
+    }
+}
+
+TEST(Conversion, RefusesOtherWays) {
+    std::string result;
+    EXPECT_FALSE(morvel::ConvertWellFormed("a", EncodingUTF8, EncodingLatin1, &result));
+    EXPECT_FALSE(morvel::ConvertWellFormed("a", EncodingLatin9, EncodingUTF8, &result));
+}
