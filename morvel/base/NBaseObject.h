@@ -20,6 +20,8 @@ public:
     /// keeps one of these with a factory and returns it from ClassRecord().
     NClassRecord(std::string name, std::uint32_t objectSize, Factory createInstance,
                  BaseRecord baseRecord);
+    NClassRecord(const NClassRecord&) = delete;
+    NClassRecord& operator=(const NClassRecord&) = delete;
 
     /// A new instance of the class, which the caller owns; null if the class has no factory or the
     /// factory throws, whatever it throws.

@@ -55,5 +55,5 @@ private:
 using NReportCallback = int (*)(std::int32_t code, const char* text, void* user);
 
 /// The NReportCallback of callers that gave none: writes one line at level "WARNING" to the log, if
-/// one is in force, and returns 0. `user` is ignored.
+/// one is in force, and returns 0. `user` is ignored. REQUIRES: `text` is not null.
 MORVEL_API int _errorHandler_fn(std::int32_t code, const char* text, void* user = nullptr);
