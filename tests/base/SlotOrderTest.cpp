@@ -8,7 +8,6 @@
 
 #include <cstdint>
 #include <cstring>
-#include <initializer_list>
 #include <istream>
 #include <ostream>
 #include <random>
@@ -20,8 +19,24 @@
 
 namespace {
 
+using Size = std::size_t;
+using U8 = std::uint8_t;
+using U16 = std::uint16_t;
+using U32 = std::uint32_t;
+using I32 = std::int32_t;
+using U64 = unsigned long long;
+using Chars = const char*;
+using Counted = const unsigned char*;
+using Wide = const NWideChar*;
+using Bytes = const std::string&;
+using Encoding = NStringEncoding;
+using Text = const NString&;
+using List = NDataContainerArray;
+using Attributes = NAttributeList;
+using Cancel = bool (*)(void*);
+using Progress = void (*)(std::uint64_t, std::uint64_t, void*);
+
 constexpr std::size_t NotVirtual = ~std::size_t{0};
-constexpr std::size_t Destructor = ~std::size_t{1};
 
 // The place in the table that a pointer to a virtual operation refers to.
 template <class Class, class Signature>
@@ -29,8 +44,8 @@ std::size_t place(Signature Class::*operation) {
     std::uintptr_t words[2];
     static_assert(sizeof operation == sizeof words);
     std::memcpy(words, &operation, sizeof words);
-#if defined(__aarch64__) || \
-    defined(__arm__)  // the mark of a virtual one is in the other word there
+    // The mark of a virtual one is in the other word on ARM.
+#if defined(__aarch64__) || defined(__arm__)
     const bool isVirtual = words[1] & 1;
     const std::uintptr_t offset = words[0];
 #else
@@ -40,10 +55,18 @@ std::size_t place(Signature Class::*operation) {
     return isVirtual ? offset / sizeof(void*) : NotVirtual;
 }
 
-struct Slot {
+// The places of operations of one name that stand side by side.
+struct Slots {
     const char* name;
-    std::size_t place;
+    std::vector<std::size_t> places;
 };
+
+const Slots destructor = {"destructor", {}};  // no pointer refers to it
+
+template <class Class, class... Signatures, class PlaceOf>
+Slots slots(const char* name, PlaceOf placeOf) {
+    return {name, {placeOf(static_cast<Signatures Class::*>(nullptr))...}};
+}
 
 // Adds an operation of its own: its place tells how many there are in front of it.
 template <class Class>
@@ -52,367 +75,235 @@ struct Extended : Class {
     virtual void behindTheLast() = 0;
 };
 
-// Expects `slots` behind the first `inherited` places, and nothing behind them.
+// Expects `rows` behind the first `inherited` places, and nothing behind them; returns how many
+// places there are.
 template <class Class>
-void expectTable(std::size_t inherited, std::initializer_list<Slot> slots) {
+std::size_t expectTable(const std::vector<Slots>& rows, std::size_t inherited = 0) {
     std::size_t expected = inherited;
-    for (const Slot& slot : slots) {
-        if (slot.place == Destructor) {
+    for (const Slots& row : rows) {
+        for (const std::size_t place : row.places) {
+            EXPECT_EQ(place, expected++) << row.name;
+        }
+        if (row.places.empty()) {
             expected += 2;  // of a whole object, and of one that is to be freed as well
-        } else {
-            EXPECT_EQ(slot.place, expected) << slot.name;
-            ++expected;
         }
     }
-    EXPECT_EQ((place<Extended<Class>, void()>(&Extended<Class>::behindTheLast)), expected)
-        << "operations in the table";
+    EXPECT_EQ((place<Extended<Class>, void()>(&Extended<Class>::behindTheLast)), expected);
+    return expected;
 }
-
-template <class Class>
-void expectTable(std::initializer_list<Slot> slots) {
-    expectTable<Class>(0, slots);
-}
-
-struct ProtectedOfNString : NString {
-    using NString::operator=;
-    static std::size_t SetNumber64Place() {
-        return place<NString, void(long long)>(&ProtectedOfNString::SetNumber64);
-    }
-};
-
-// Whether the class leaves the operations at the head of the table as it inherits them.
-template <class... Classes>
-constexpr bool inheritsTheHead =
-    (std::is_same_v<decltype(&Classes::ClassRecord), decltype(&NBaseObject::ClassRecord)> && ...) &&
-    (std::is_same_v<decltype(&Classes::Reserved), decltype(&NBaseObject::Reserved)> && ...);
 
 }  // namespace
 
-// The operation `name` of the Class of the test, with the signature behind it.
-#define SLOT(name, ...)                                                   \
-    Slot {                                                                \
-#name " " #__VA_ARGS__, place < Class, __VA_ARGS__>(&Class::name) \
-    }
-#define DESTRUCTOR               \
-    Slot {                       \
-        "destructor", Destructor \
-    }
-#define HEAD SLOT(ClassRecord, const NClassRecord*() const), DESTRUCTOR, SLOT(Reserved, void())
+// The operations `name` of the Class at hand, one for each signature behind it.
+#define SLOTS(name, ...) \
+    slots<Class, __VA_ARGS__>(#name, [](auto overload) { return place(overload = &Class::name); })
 
-TEST(SlotOrder, HeadIsInherited) {
-    static_assert(inheritsTheHead<NErrorHandler, NString, NPath, NStringTokenizer, NFile,
-                                  NFileStream, NDataContainer, NTimestamp, NDateTime, NURL, NLog,
-                                  NLogMessage, NMutex, NNamedMutex>);
+namespace {
+
+// The same for a class of the family that leaves the operations at the head as it inherits them.
+template <class Class>
+std::size_t expectFamily(std::vector<Slots> rows = {}) {
     static_assert(
-        std::is_same_v<decltype(&NXML::ClassRecord), const NClassRecord* (NXML::*)() const>);
-    static_assert(std::is_same_v<decltype(&NXML::Reserved), decltype(&NBaseObject::Reserved)>);
+        std::is_same_v<decltype(&Class::ClassRecord), decltype(&NBaseObject::ClassRecord)>);
+    static_assert(std::is_same_v<decltype(&Class::Reserved), decltype(&NBaseObject::Reserved)>);
+    const std::vector<Slots> head = {SLOTS(ClassRecord, const NClassRecord*() const), destructor,
+                                     SLOTS(Reserved, void())};
+    rows.insert(rows.begin(), head.begin(), head.end());
+    return expectTable<Class>(rows);
 }
 
-// Those that have nothing but the head or a destructor.
+template <class... Classes>
+void expectHeadAlone() {
+    (expectFamily<Classes>(), ...);
+}
+
+}  // namespace
+
 TEST(SlotOrder, ClassesWithoutOperationsOfTheirOwn) {
-    {
-        using Class = NBaseObject;
-        expectTable<Class>({HEAD});
-    }
-    {
-        using Class = NFile;
-        expectTable<Class>({HEAD});
-    }
-    {
-        using Class = NFileStream;
-        expectTable<Class>({HEAD});
-    }
-    {
-        using Class = NTimestamp;
-        expectTable<Class>({HEAD});
-    }
-    {
-        using Class = NDateTime;
-        expectTable<Class>({HEAD});
-    }
-    {
-        using Class = NLog;
-        expectTable<Class>({HEAD});
-    }
-    {
-        using Class = NLogMessage;
-        expectTable<Class>({HEAD});
-    }
-    {
-        using Class = NMutex;
-        expectTable<Class>({HEAD});
-    }
-    {
-        using Class = NNamedMutex;
-        expectTable<Class>({HEAD});
-    }
-    expectTable<NAutoMutexLock>({DESTRUCTOR});
-    expectTable<NAutoNamedMutexLock>({DESTRUCTOR});
-    expectTable<NUUID>({DESTRUCTOR});
-    expectTable<NChecksum>({DESTRUCTOR});
+    expectHeadAlone<NBaseObject, NFile, NFileStream, NTimestamp, NDateTime, NLog, NLogMessage,
+                    NMutex, NNamedMutex>();
+    expectTable<NAutoMutexLock>({destructor});
+    expectTable<NAutoNamedMutexLock>({destructor});
+    expectTable<NUUID>({destructor});
+    expectTable<NChecksum>({destructor});
 }
 
 TEST(SlotOrder, Exceptions) {
     using Class = NException;
-    const auto table = {
-        DESTRUCTOR,
-        SLOT(what, const char*() const noexcept),
-        SLOT(Name, const char*() const noexcept),
-        SLOT(ClassName, const char*() const noexcept),
-        SLOT(Clone, NException * () const),
-        SLOT(Rethrow, void() const),
-        SLOT(Reserved, void()),
+    const std::vector<Slots> rows = {
+        destructor,
+        SLOTS(what, Chars() const noexcept),
+        SLOTS(Name, Chars() const noexcept),
+        SLOTS(ClassName, Chars() const noexcept),
+        SLOTS(Clone, NException * () const),
+        SLOTS(Rethrow, void() const),
+        SLOTS(Reserved, void()),
     };
-    expectTable<NException>(table);
+    expectTable<NException>(rows);
     // What a class returns from Clone may not cost a slot of its own.
-    expectTable<KelRuntimeException>(table);
-    expectTable<KelFileNotFoundException>(table);
+    expectTable<KelRuntimeException>(rows);
+    expectTable<KelFileNotFoundException>(rows);
 }
 
 TEST(SlotOrder, ErrorHandler) {
     using Class = NErrorHandler;
-    expectTable<Class>({
-        HEAD,
-        SLOT(Exception, void()),
-        SLOT(Exception, void(const NException&)),
-        SLOT(Exception, void(const std::exception&)),
-    });
+    expectFamily<Class>(
+        {SLOTS(Exception, void(), void(const NException&), void(const std::exception&))});
 }
 
 TEST(SlotOrder, String) {
     using Class = NString;
-    using Size = std::size_t;
-    using U8 = unsigned char;
-    using U16 = std::uint16_t;
-    using U32 = std::uint32_t;
-    using I32 = std::int32_t;
-    using Counted = const unsigned char*;
-    using Chars = const char*;
-    using Wide = const NWideChar*;
-    using Bytes = const std::string&;
-    using Encoding = NStringEncoding;
-    const auto table = {
-        HEAD,
-        SLOT(operator==, bool(const NString&) const),
-        SLOT(operator==, bool(Bytes) const),
-        SLOT(operator==, bool(Counted) const),
-        SLOT(operator==, bool(Chars) const),
-        SLOT(operator=, NString & (const NString&)),
-        SLOT(operator=, NString & (Bytes)),
-        SLOT(operator=, NString & (Counted)),
-        SLOT(operator=, NString & (Chars)),
-        SLOT(operator+=, NString & (const NString&)),
-        SLOT(operator+=, NString & (Bytes)),
-        SLOT(operator+=, NString & (Counted)),
-        SLOT(operator+=, NString & (Chars)),
-        SLOT(operator+=, NString & (char)),
-        SLOT(SetData, void(Counted, Encoding)),
-        SLOT(SetData, void(Chars, Encoding)),
-        SLOT(SetData, void(Bytes, Encoding)),
-        SLOT(SetData, void(Counted)),
-        SLOT(SetData, void(Wide)),
-        SLOT(SetData, void(Chars)),
-        SLOT(SetData, void(const NWideString&)),
-        SLOT(SetData, void(Bytes)),
-        SLOT(SetBytes, void(Chars, Size, Encoding)),
-        SLOT(SetBytes, void(Wide, Size)),
-        SLOT(SetBytes, void(Chars, Size)),
-        SLOT(ConvertTo, bool(Encoding)),
-        SLOT(SwapBytes, void()),
-        SLOT(Normalize, void(NStringForm)),
-        SLOT(KeepNumeric, void()),
-        SLOT(ToUpper, void()),
-        SLOT(ToLower, void()),
-        SLOT(Capitalize, void()),
-        SLOT(Trim, void(char)),
-        SLOT(TrimLeft, void(char)),
-        SLOT(TrimRight, void(char)),
-        SLOT(Mid, std::string(Size, Size) const),
-        SLOT(Left, std::string(Size) const),
-        SLOT(Right, std::string(Size) const),
-        SLOT(Find, long long(Chars, Size) const),
-        SLOT(Find, long long(Bytes, Size) const),
-        SLOT(ReverseFind, U32(Chars, Size) const),
-        SLOT(ReverseFind, U32(Bytes, Size) const),
-        SLOT(Replace, std::string(Size, Size, Chars)),
-        SLOT(Replace, std::string(Size, Size, Bytes)),
-        SLOT(ReplaceAll, void(Chars, Chars)),
-        SLOT(ReplaceAll, void(const NString&, const NString&)),
-        SLOT(ReplaceAll, void(Bytes, Bytes)),
-        SLOT(UrlEncode, void()),
-        SLOT(UrlDecode, void()),
-        SLOT(Compare, int(Chars, Encoding) const),
-        SLOT(Compare, int(Chars) const),
-        SLOT(Compare, int(Bytes, Encoding) const),
-        SLOT(Compare, int(Bytes) const),
-        SLOT(Compare, int(const NString&) const),
-        SLOT(CompareN, int(Chars, Encoding, U32) const),
-        SLOT(CompareN, int(Chars, U32) const),
-        SLOT(CompareN, int(Bytes, Encoding, U32) const),
-        SLOT(CompareN, int(Bytes, U32) const),
-        SLOT(CompareN, int(const NString&, U32) const),
-        SLOT(CompareNoCase, int(Chars, Encoding) const),
-        SLOT(CompareNoCase, int(Chars) const),
-        SLOT(CompareNoCase, int(Bytes, Encoding) const),
-        SLOT(CompareNoCase, int(Bytes) const),
-        SLOT(CompareNoCase, int(const NString&) const),
-        SLOT(CompareNoCaseN, int(Chars, Encoding, Size) const),
-        SLOT(CompareNoCaseN, int(Chars, Size) const),
-        SLOT(CompareNoCaseN, int(Bytes, Encoding, Size) const),
-        SLOT(CompareNoCaseN, int(Bytes, Size) const),
-        SLOT(CompareNoCaseN, int(const NString&, Size) const),
-        SLOT(SetNumber, void(double)),
-        SLOT(SetNumber, void(double, int)),
-        SLOT(SetNumber, void(float)),
-        SLOT(SetNumber, void(float, int)),
-        SLOT(SetNumber, void(int)),
-        SLOT(SetNumber, void(unsigned int)),
-        SLOT(SetNumber, void(long)),
-        SLOT(SetNumber, void(unsigned long)),
-        SLOT(SetNumber, void(long long)),
-        Slot{"SetNumber64", ProtectedOfNString::SetNumber64Place()},
-        SLOT(SetFourCC, void(U32)),
-        SLOT(SetVersion, void(U32)),
-        SLOT(SetHex, void(const U8*, U32)),
-        SLOT(SetHex, void(U8, U8, U8, U8)),
-        SLOT(SetHex, void(U32)),
-        SLOT(SetNumber, void(unsigned long long)),
-        SLOT(SetPair, void(NPair16)),
-        SLOT(SetPair, void(I32, I32)),
-        SLOT(SetPair, void(NPair32)),
-        SLOT(ToDouble, double() const),
-        SLOT(ToFloat, float() const),
-        SLOT(ToInt, I32() const),
-        SLOT(ToFourCC, U32() const),
-        SLOT(ToVersion, U32() const),
-        SLOT(HexValue, U32() const),
-        SLOT(HexByte, U32(U32) const),
-        SLOT(HexBytes, I32(U8*, U32) const),
-        SLOT(ToUInt64, unsigned long long() const),
-        SLOT(ToPair16, NPair16() const),
-        SLOT(ToPair32, NPair32() const),
-        SLOT(SetList, void(const float*, std::uint8_t)),
-        SLOT(SetList, void(const U16*, std::uint8_t)),
-        SLOT(SetList, void(const std::int16_t*, std::uint8_t)),
-        SLOT(SetList, void(const U8*, std::uint8_t)),
-        SLOT(ToList, U32(float*) const),
-        SLOT(ToList, U32(U16*) const),
-        SLOT(ToList, U32(U8*) const),
-        SLOT(ToList, std::vector<I32>() const),
-        SLOT(Format, NString(Chars, ...) const),
-        SLOT(ToUInt, U32() const),
-        SLOT(ToSize, unsigned long long() const),
-        SLOT(EncodeBase64, void(const U8*, U32)),
-        SLOT(EncodeBase64, void()),
-        SLOT(DecodeBase64, void(U8*, U32*) const),
-        SLOT(DecodeBase64, void()),
+    struct Opened : NString {
+        using NString::operator=;
+        using NString::SetNumber64;
     };
-    expectTable<NString>(table);
-    expectTable<NPath>(table);  // has none of its own
+    const std::vector<Slots> rows = {
+        SLOTS(operator==, bool(Text) const, bool(Bytes) const, bool(Counted) const,
+              bool(Chars) const),
+        SLOTS(operator=, NString & (Text), NString & (Bytes), NString & (Counted),
+              NString & (Chars)),
+        SLOTS(operator+=, NString & (Text), NString & (Bytes), NString & (Counted),
+              NString & (Chars), NString & (char)),
+        SLOTS(SetData, void(Counted, Encoding), void(Chars, Encoding), void(Bytes, Encoding),
+              void(Counted), void(Wide), void(Chars), void(const NWideString&), void(Bytes)),
+        SLOTS(SetBytes, void(Chars, Size, Encoding), void(Wide, Size), void(Chars, Size)),
+        SLOTS(ConvertTo, bool(Encoding)),
+        SLOTS(SwapBytes, void()),
+        SLOTS(Normalize, void(NStringForm)),
+        SLOTS(KeepNumeric, void()),
+        SLOTS(ToUpper, void()),
+        SLOTS(ToLower, void()),
+        SLOTS(Capitalize, void()),
+        SLOTS(Trim, void(char)),
+        SLOTS(TrimLeft, void(char)),
+        SLOTS(TrimRight, void(char)),
+        SLOTS(Mid, std::string(Size, Size) const),
+        SLOTS(Left, std::string(Size) const),
+        SLOTS(Right, std::string(Size) const),
+        SLOTS(Find, long long(Chars, Size) const, long long(Bytes, Size) const),
+        SLOTS(ReverseFind, U32(Chars, Size) const, U32(Bytes, Size) const),
+        SLOTS(Replace, std::string(Size, Size, Chars), std::string(Size, Size, Bytes)),
+        SLOTS(ReplaceAll, void(Chars, Chars), void(Text, Text), void(Bytes, Bytes)),
+        SLOTS(UrlEncode, void()),
+        SLOTS(UrlDecode, void()),
+        SLOTS(Compare, int(Chars, Encoding) const, int(Chars) const, int(Bytes, Encoding) const,
+              int(Bytes) const, int(Text) const),
+        SLOTS(CompareN, int(Chars, Encoding, U32) const, int(Chars, U32) const,
+              int(Bytes, Encoding, U32) const, int(Bytes, U32) const, int(Text, U32) const),
+        SLOTS(CompareNoCase, int(Chars, Encoding) const, int(Chars) const,
+              int(Bytes, Encoding) const, int(Bytes) const, int(Text) const),
+        SLOTS(CompareNoCaseN, int(Chars, Encoding, Size) const, int(Chars, Size) const,
+              int(Bytes, Encoding, Size) const, int(Bytes, Size) const, int(Text, Size) const),
+        SLOTS(SetNumber, void(double), void(double, int), void(float), void(float, int), void(int),
+              void(unsigned), void(long), void(unsigned long), void(long long)),
+        {"SetNumber64", {place<NString, void(long long)>(&Opened::SetNumber64)}},
+        SLOTS(SetFourCC, void(U32)),
+        SLOTS(SetVersion, void(U32)),
+        SLOTS(SetHex, void(Counted, U32), void(U8, U8, U8, U8), void(U32)),
+        SLOTS(SetNumber, void(U64)),
+        SLOTS(SetPair, void(NPair16), void(I32, I32), void(NPair32)),
+        SLOTS(ToDouble, double() const),
+        SLOTS(ToFloat, float() const),
+        SLOTS(ToInt, I32() const),
+        SLOTS(ToFourCC, U32() const),
+        SLOTS(ToVersion, U32() const),
+        SLOTS(HexValue, U32() const),
+        SLOTS(HexByte, U32(U32) const),
+        SLOTS(HexBytes, I32(U8*, U32) const),
+        SLOTS(ToUInt64, U64() const),
+        SLOTS(ToPair16, NPair16() const),
+        SLOTS(ToPair32, NPair32() const),
+        SLOTS(SetList, void(const float*, U8), void(const U16*, U8), void(const std::int16_t*, U8),
+              void(Counted, U8)),
+        SLOTS(ToList, U32(float*) const, U32(U16*) const, U32(U8*) const, std::vector<I32>() const),
+        SLOTS(Format, NString(Chars, ...) const),
+        SLOTS(ToUInt, U32() const),
+        SLOTS(ToSize, U64() const),
+        SLOTS(EncodeBase64, void(Counted, U32), void()),
+        SLOTS(DecodeBase64, void(U8*, U32*) const, void()),
+    };
+    expectFamily<NString>(rows);
+    expectFamily<NPath>(rows);  // has none of its own
 }
 
 TEST(SlotOrder, StringTokenizer) {
     using Class = NStringTokenizer;
-    expectTable<Class>({
-        HEAD,
-        SLOT(operator=, NStringTokenizer & (const NStringTokenizer&)),
+    expectFamily<Class>({SLOTS(operator=, Class & (const Class&))});
+}
+
+TEST(SlotOrder, DataContainerArray) {
+    using Class = NDataContainerArray;
+    expectTable<Class>({destructor, SLOTS(Assign, void(const Class&)), SLOTS(Clear, void())});
+}
+
+std::size_t expectContainer() {
+    using Class = NDataContainer;
+    return expectFamily<Class>({
+        SLOTS(LoadFile, bool(Bytes, bool)),
+        SLOTS(LoadStream, bool(std::istream&, bool)),
+        SLOTS(CreateRoot, I32(Bytes)),
+        SLOTS(SaveFile, bool(Bytes)),
+        SLOTS(SaveStream, bool(std::ostream&, U32)),
+        SLOTS(GetElement, bool(Bytes, Class*, I32) const),
+        SLOTS(GetElements, bool(Bytes, List&) const),
+        SLOTS(AppendElements, bool(Bytes, const List&)),
+        SLOTS(ReplaceElement, bool(Bytes, const Class*)),
+        SLOTS(SetValue, bool(Bytes, Text), bool(Bytes, Chars), bool(Bytes, Bytes)),
+        SLOTS(SetAttributes, bool(Bytes, const Attributes&)),
+        SLOTS(GetAttributes, bool(Bytes, Attributes&) const),
+        SLOTS(SetAttribute, bool(Bytes, Bytes, Bytes)),
+        SLOTS(RemoveAttribute, bool(Bytes, Bytes)),
+        SLOTS(RemoveAttributes, bool(Bytes)),
+        SLOTS(RemoveElementsByName, bool(Bytes, NNameList)),
+        SLOTS(RemoveElement, bool(Bytes, I32)),
+        SLOTS(ForEachElement, bool(Bytes, NElementCallback) const),
+        SLOTS(CountNodes, I32() const),
+        SLOTS(operator=, Class & (const Class&)),
+        SLOTS(Assign, void(const Class&, I32)),
+        SLOTS(IsEmpty, bool() const),
+        SLOTS(Clear, void()),
+        SLOTS(RootName, std::string() const),
+        SLOTS(RootValue, std::string() const),
+        SLOTS(RootAttributes, const Attributes&() const),
+        SLOTS(GetRootAttribute, bool(Bytes, NString&) const, bool(Bytes, std::string&) const),
+        SLOTS(ToText, std::string(U32)),
+        SLOTS(FromText, bool(Bytes)),
     });
 }
 
-TEST(SlotOrder, DataContainers) {
-    using U32 = std::uint32_t;
-    using I32 = std::int32_t;
-    using Bytes = const std::string&;
-    {
-        using Class = NDataContainerArray;
-        expectTable<Class>({
-            DESTRUCTOR,
-            SLOT(Assign, void(const NDataContainerArray&)),
-            SLOT(Clear, void()),
-        });
-    }
-    std::size_t inContainer = 0;
-    {
-        using Class = NDataContainer;
-        const auto table = {
-            HEAD,
-            SLOT(LoadFile, bool(Bytes, bool)),
-            SLOT(LoadStream, bool(std::istream&, bool)),
-            SLOT(CreateRoot, I32(Bytes)),
-            SLOT(SaveFile, bool(Bytes)),
-            SLOT(SaveStream, bool(std::ostream&, U32)),
-            SLOT(GetElement, bool(Bytes, NDataContainer*, I32) const),
-            SLOT(GetElements, bool(Bytes, NDataContainerArray&) const),
-            SLOT(AppendElements, bool(Bytes, const NDataContainerArray&)),
-            SLOT(ReplaceElement, bool(Bytes, const NDataContainer*)),
-            SLOT(SetValue, bool(Bytes, const NString&)),
-            SLOT(SetValue, bool(Bytes, const char*)),
-            SLOT(SetValue, bool(Bytes, Bytes)),
-            SLOT(SetAttributes, bool(Bytes, const NAttributeList&)),
-            SLOT(GetAttributes, bool(Bytes, NAttributeList&) const),
-            SLOT(SetAttribute, bool(Bytes, Bytes, Bytes)),
-            SLOT(RemoveAttribute, bool(Bytes, Bytes)),
-            SLOT(RemoveAttributes, bool(Bytes)),
-            SLOT(RemoveElementsByName, bool(Bytes, NNameList)),
-            SLOT(RemoveElement, bool(Bytes, I32)),
-            SLOT(ForEachElement, bool(Bytes, NElementCallback) const),
-            SLOT(CountNodes, I32() const),
-            SLOT(operator=, NDataContainer & (const NDataContainer&)),
-            SLOT(Assign, void(const NDataContainer&, I32)),
-            SLOT(IsEmpty, bool() const),
-            SLOT(Clear, void()),
-            SLOT(RootName, std::string() const),
-            SLOT(RootValue, std::string() const),
-            SLOT(RootAttributes, const NAttributeList&() const),
-            SLOT(GetRootAttribute, bool(Bytes, NString&) const),
-            SLOT(GetRootAttribute, bool(Bytes, std::string&) const),
-            SLOT(ToText, std::string(U32)),
-            SLOT(FromText, bool(Bytes)),
-        };
-        expectTable<Class>(table);
-        inContainer = table.size() + 1;
-    }
-    {
-        using Class = NXML;
-        expectTable<Class>(
-            inContainer,
-            {
-                SLOT(FindElements, bool(Bytes, NDataContainerArray&, const NAttributeList&) const),
-                SLOT(GetRootName, bool(std::string&) const),
-                SLOT(operator=, NXML & (const NXML&)),
-                SLOT(SetValueCData, bool(Bytes, Bytes)),
-            });
-    }
+TEST(SlotOrder, Containers) {
+    using Class = NXML;
+    static_assert(
+        std::is_same_v<decltype(&Class::ClassRecord), const NClassRecord* (Class::*)() const>);
+    static_assert(std::is_same_v<decltype(&Class::Reserved), decltype(&NBaseObject::Reserved)>);
+    const std::vector<Slots> rows = {
+        SLOTS(FindElements, bool(Bytes, List&, const Attributes&) const),
+        SLOTS(GetRootName, bool(std::string&) const),
+        SLOTS(operator=, Class & (const Class&)),
+        SLOTS(SetValueCData, bool(Bytes, Bytes)),
+    };
+    expectTable<Class>(rows, expectContainer());
 }
 
 TEST(SlotOrder, Url) {
     using Class = NURL;
-    using U32 = std::uint32_t;
-    using U64 = unsigned long long;
-    using Cancel = bool (*)(void*);
-    using Progress = void (*)(std::uint64_t, std::uint64_t, void*);
-    expectTable<Class>({
-        HEAD,
-        SLOT(Get, std::int32_t(std::string, U32, Cancel, void*, Progress, void*)),
-        SLOT(Upload,
-             std::int32_t(std::string, const void*, U64, U32, Cancel, void*, Progress, void*)),
-        SLOT(Request, std::int32_t(std::string, const std::vector<std::string>*, const void*, U64,
-                                   U32, Cancel, void*, Progress, void*, U32)),
-        SLOT(Request, std::int32_t(std::string, const char*, U64, const void*, U64, U32, Cancel,
-                                   void*, Progress, void*, U32)),
-        SLOT(Request,
-             std::int32_t(std::string, const void*, U64, U32, Cancel, void*, Progress, void*, U32)),
-        SLOT(Data, const char*() const),
-        SLOT(Size, U64() const),
+    using To = void*;
+    expectFamily<Class>({
+        SLOTS(Get, I32(std::string, U32, Cancel, To, Progress, To)),
+        SLOTS(Upload, I32(std::string, const void*, U64, U32, Cancel, To, Progress, To)),
+        SLOTS(Request,
+              I32(std::string, const std::vector<std::string>*, const void*, U64, U32, Cancel, To,
+                  Progress, To, U32),
+              I32(std::string, Chars, U64, const void*, U64, U32, Cancel, To, Progress, To, U32),
+              I32(std::string, const void*, U64, U32, Cancel, To, Progress, To, U32)),
+        SLOTS(Data, Chars() const),
+        SLOTS(Size, U64() const),
     });
 }
 
 TEST(SlotOrder, RandomSources) {
     using Class = nanoid::crypto_random_base;
-    const auto table = {
-        SLOT(next_bytes, void(unsigned char*, unsigned long long)),
-        DESTRUCTOR,
-    };
-    expectTable<Class>(table);
-    expectTable<nanoid::crypto_random<std::mt19937>>(table);
+    const std::vector<Slots> rows = {SLOTS(next_bytes, void(unsigned char*, U64)), destructor};
+    expectTable<Class>(rows);
+    expectTable<nanoid::crypto_random<std::mt19937>>(rows);
 }

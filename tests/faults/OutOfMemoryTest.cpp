@@ -12,6 +12,7 @@
 
 #include <morvel/morvel.h>
 #include <tests/faults/FailingMemory.h>
+#include <tests/support/Expose.h>
 #include <tests/support/TemporaryFolder.h>
 #include <tests/support/TestServer.h>
 
@@ -21,6 +22,8 @@ using morvel::test::TemporaryFolder;
 using morvel::test::TestServer;
 
 namespace {
+
+NException* NException::*nested;
 
 // All texts are too long for any place but the heap.
 std::string _repeated(const std::string& piece, int times) {
@@ -64,6 +67,22 @@ Maker _maker(const Arguments&... arguments) {
 }
 
 }  // namespace
+
+template struct morvel::test::Expose<nested, &NException::_nested>;
+
+// Memory that lacks for an object makes a null pointer, for a text an exception.
+TEST(OutOfMemory, CloneOfAnException) {
+    KelFileException original(digits, 1);
+    original.*nested = new KelOpenFileException(digits, 2);
+    std::string outcomes;
+    outcomes.reserve(20);
+    ForEachFailingAllocation("Clone", [&](Attempt& attempt) {
+        std::unique_ptr<NException> clone;
+        const bool done = attempt.Run([&] { clone.reset(original.Clone()); });
+        outcomes += !done ? 'x' : clone == nullptr ? '0' : clone->Nested() == nullptr ? '1' : '2';
+    });
+    EXPECT_EQ(outcomes, "20x1x20x1x2");  // none fails, one fails, all fail
+}
 
 TEST(OutOfMemory, ConstructorsOfText) {
     const std::string marked = mark + decomposed;
