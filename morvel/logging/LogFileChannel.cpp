@@ -1,7 +1,8 @@
 #include <morvel/logging/LogFileChannel.h>
 
+#include <cstdio>
+
 #include <Poco/ArchiveStrategy.h>
-#include <Poco/Ascii.h>
 #include <Poco/File.h>
 #include <Poco/FileStream.h>
 #include <Poco/Message.h>
@@ -9,25 +10,14 @@
 
 #include <morvel/platform/platform.h>
 
-#include <morvel/platform/platform.h>
-
 namespace morvel {
 namespace {
-// The bytes that a value of the property `rotation` stands for; 0 if it isn't a size.
+// The bytes that a value of the property `rotation` stands for.
 std::uint64_t sizeOf(const std::string& rotation) {
-    std::uint64_t size = 0;
-    std::string unit;
-    for (const char c : rotation) {
-        if (Poco::Ascii::isDigit(c)) {
-            size = size * 10 + static_cast<std::uint64_t>(c - '0');
-        } else if (!Poco::Ascii::isSpace(c)) {
-            unit += c;
-        }
-    }
-    if (unit.empty()) return size;
-    if (unit == "K") return size * 1024;
-    if (unit == "M") return size * 1024 * 1024;
-    return 0;
+    unsigned long long number = 0;
+    char unit = 0;
+    std::sscanf(rotation.c_str(), "%llu %c", &number, &unit);
+    return number << (unit == 'M' ? 20 : unit == 'K' ? 10 : 0);
 }
 
 bool endsInMidLine(const std::string& path) {
