@@ -8,22 +8,35 @@
 
 namespace {
 constexpr int BufferSize = 2048;
+constexpr std::size_t UsualSize = 240;  // of a line: most need no second allocation
+
+bool isSeparator(char c) {
+    return c == '/' || c == '\\' || c == '(';
 }
+}  // namespace
 
 NLogMessage::NLogMessage(const std::string& file, std::int32_t line, const std::string& function,
                          const std::string& level)
-    : _file(file), _line(line), _function(function), _level(level) {}
+    : _level(level) {
+    std::size_t name = file.size();
+    while (name > 0 && !isSeparator(file[name - 1])) {
+        --name;
+    }
+    _text.reserve(UsualSize);
+    _text.append(level).append(" [File: ");
+    _text.append(file, name, std::string::npos);
+    if (level == "FATAL") {
+        _text.append(" at: ").append(function);
+    }
+    _text.append(" Line: ").append(std::to_string(line)).append("]\t\"");
+    _headSize = _text.size();
+}
 
 NLogMessage::~NLogMessage() {
-    const std::size_t separator = _file.find_last_of("(/\\");
-    _text.append(_level).append(" [File: ");
-    _text.append(_file, separator == std::string::npos ? 0 : separator + 1, std::string::npos);
-    if (_level == "FATAL") {
-        _text.append(" at: ").append(_function);
-    }
-    _text.append(" Line: ").append(std::to_string(_line)).append("]\t");
-    if (!_message.empty()) {
-        _text.append(1, '"').append(_message).append(1, '"');
+    if (_text.size() == _headSize) {
+        _text.pop_back();
+    } else {
+        _text += '"';
     }
     NLog::Write(_level, _text);
 }
@@ -35,14 +48,13 @@ void NLogMessage::Format(const char* format, ...) {
     const int length = std::vsnprintf(buffer, sizeof buffer, format, arguments);
     va_end(arguments);
     if (length <= 0) {
-        _message.append(
-            "\n\tERROR LOG MSG NOTIFICATION: Failure to parse successfully the message\"");
-        _message.append(format).append("\"\n");
+        _text.append("\n\tERROR LOG MSG NOTIFICATION: Failure to parse successfully the message\"");
+        _text.append(format).append("\"\n");
         return;
     }
-    _message.append(buffer);
+    _text.append(buffer);
     if (length > BufferSize) {
-        _message.append(std::to_string(BufferSize));
+        _text.append(std::to_string(BufferSize));
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -23,7 +24,7 @@ public:
     NLogMessage(const NLogMessage&) = delete;
     NLogMessage& operator=(const NLogMessage&) = delete;
 
-    /// Composes the line and hands it to NLog::Write; ends the process if that throws.
+    /// Hands the line to NLog::Write; ends the process if that throws.
     ~NLogMessage() override;
 
     /// Adds text as std::printf would print it. Of more than 2,048 characters the first 2,047 are
@@ -32,12 +33,9 @@ public:
     void Format(const char* format, ...) MORVEL_PRINTF_LIKE(2, 3);
 
 private:
-    std::string _file;
-    std::int32_t _line;
-    std::string _function;
     std::string _level;
-    std::string _message;  // the caller's text
-    std::string _text;     // the whole line
+    std::string _text;      // the line as far as it goes, with the opening quote
+    std::size_t _headSize;  // of the text in front of the caller's
 };
 
 /// Writes one line from here: NLOG("WARNING", "morvel - %s: %d", name, code). Level and format are
