@@ -40,7 +40,10 @@ void LogAsyncChannel::close() {
 }
 
 void LogAsyncChannel::log(const Poco::Message& message) {
-    std::string line = message.getText();
+    Queue(message.getText());
+}
+
+void LogAsyncChannel::Queue(std::string line) {
     _worker.Lock();
     try {
         _queue.push_back(std::move(line));

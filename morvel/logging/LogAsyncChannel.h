@@ -25,6 +25,7 @@ public:
     void open() override;   ///< Does nothing.
     void close() override;  ///< Writes what is queued and ends the thread.
     void log(const Poco::Message& message) override;
+    void Queue(std::string line);  ///< As log with a message of this text.
 
     /// Writes what is queued in any channel. REQUIRES: there is no other thread.
     static void WriteAllQueued();

@@ -5,7 +5,6 @@
 #include <string_view>
 
 #include <Poco/AutoPtr.h>
-#include <Poco/FormattingChannel.h>
 #include <Poco/LocalDateTime.h>
 #include <Poco/Logger.h>
 #include <Poco/Message.h>
@@ -14,11 +13,13 @@
 #include <morvel/files/NFile.h>
 #include <morvel/logging/LogAsyncChannel.h>
 #include <morvel/logging/LogFileChannel.h>
+#include <morvel/logging/LogFormattingChannel.h>
 #include <morvel/logging/LogGate.h>
 #include <morvel/platform/platform.h>
 
 using morvel::LogAsyncChannel;
 using morvel::LogFileChannel;
+using morvel::LogFormattingChannel;
 using morvel::LogGate;
 
 namespace {
@@ -108,6 +109,9 @@ NLog* NLog::DefaultLog() {
 }
 
 void NLog::Write(const std::string& level, const std::string& text) {
+    if (_instance == nullptr) {
+        return;
+    }
     for (const auto& row : Levels) {
         if (level == row.word) {
             if (row.priority != Dropped) {
@@ -132,8 +136,15 @@ void NLog::_write(int priority, const std::string& text) {
             }
             if (log->_configured) {
                 const std::string& name = log->_name.Data();
-                Poco::Logger::get(name).log(
-                    Poco::Message(name, text, static_cast<Poco::Message::Priority>(priority)));
+                Poco::Logger& logger = Poco::Logger::get(name);
+                Poco::Channel::Ptr channel = logger.getChannel();
+                auto* const chain = dynamic_cast<LogFormattingChannel*>(channel.get());
+                if (chain != nullptr && logger.is(priority)) {
+                    chain->Write(text);
+                } else {
+                    logger.log(
+                        Poco::Message(name, text, static_cast<Poco::Message::Priority>(priority)));
+                }
                 return;
             }
         }
@@ -175,7 +186,7 @@ void NLog::_configure() {
 
     Poco::AutoPtr<Poco::PatternFormatter> formatter(new Poco::PatternFormatter);
     formatter->setProperty(Poco::PatternFormatter::PROP_PATTERN, "%t");
-    Poco::AutoPtr<Poco::FormattingChannel> chain(new Poco::FormattingChannel(formatter, writer));
+    Poco::AutoPtr<LogFormattingChannel> chain(new LogFormattingChannel(formatter, writer));
     const Poco::LocalDateTime now;
 
     // Ahead of the logger's first use, because a new logger takes over the root's channel.

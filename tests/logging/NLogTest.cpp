@@ -8,8 +8,11 @@
 #include <fstream>
 #include <map>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include <Poco/DateTime.h>
+#include <Poco/DateTimeFormatter.h>
 #include <Poco/RegularExpression.h>
 #include <gmock/gmock.h>
 
@@ -24,6 +27,7 @@ using morvel::test::LogHome;
 using morvel::test::ReadLog;
 using morvel::test::WholeLogOf;
 using morvel::test::WrittenLines;
+using testing::AnyOf;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -79,6 +83,21 @@ TEST(NLog, BeginsWithTheBannerAndDatesEachLine) {
     std::mktime(&day);
     const char* const names[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
     EXPECT_EQ(match[4], names[day.tm_wday]);
+}
+
+TEST(NLog, StampsEachLineWithItsOwnSecond) {
+    const auto stamp = [] {
+        return Poco::DateTimeFormatter::format(Poco::DateTime(), "%Y/%n/%e - [%w] - %H:%M:%S - ");
+    };
+    std::string before, after;
+    const std::string log = WholeLogOf([&] {
+        NLog::Information("first");
+        std::this_thread::sleep_for(std::chrono::milliseconds(1100));
+        before = stamp();
+        NLog::Information("second");
+        after = stamp();
+    });
+    EXPECT_THAT(log, AnyOf(HasSubstr(before + "second\n"), HasSubstr(after + "second\n")));
 }
 
 TEST(NLog, RoutesExactLevelWordsOnly) {
