@@ -9,7 +9,6 @@ void Close(void* library);
 
 int CountThreads();      ///< Of this process.
 bool IsLibraryMapped();  ///< Whether the library under test is in this process.
-bool IsLogOpen();        ///< Whether this process holds a log open.
 
 /// Makes a child that ends at once: "child-ended ", "child-failed ", or "no-forks ".
 const char* Fork();

@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
 #include <string>
 
@@ -39,18 +38,6 @@ bool IsLibraryMapped() {
     std::string line;
     while (std::getline(maps, line)) {
         if (line.find("libmorvel") != std::string::npos) return true;
-    }
-    return false;
-}
-
-bool IsLogOpen() {
-    for (int descriptor = 0; descriptor < 256; ++descriptor) {
-        char target[4096] = "";
-        const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
-        if (readlink(link.c_str(), target, sizeof target - 1) > 0 &&
-            std::strstr(target, "morvel.log") != nullptr) {
-            return true;
-        }
     }
     return false;
 }

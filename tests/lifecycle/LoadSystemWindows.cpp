@@ -2,9 +2,6 @@
 //
 #include <tlhelp32.h>
 
-#include <cstdlib>
-#include <string>
-
 #include <tests/lifecycle/LoadSystem.h>
 
 namespace system_calls {
@@ -35,17 +32,6 @@ int CountThreads() {
 
 bool IsLibraryMapped() {
     return GetModuleHandleA("morvel.dll") != nullptr;
-}
-
-bool IsLogOpen() {
-    // Opened for exclusive use, which is refused as long as anybody has it open.
-    const std::string log =
-        std::string(std::getenv("XDG_DATA_HOME")) + "\\Tarnwick Software\\morvel.log";
-    const HANDLE file =
-        CreateFileA(log.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
-    if (file == INVALID_HANDLE_VALUE) return GetLastError() == ERROR_SHARING_VIOLATION;
-    CloseHandle(file);
-    return false;
 }
 
 const char* Fork() {

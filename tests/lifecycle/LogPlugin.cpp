@@ -1,5 +1,8 @@
 // A module as an application loads it: linked to the library, and through it to POCO.
 
+#include <atomic>
+#include <thread>
+
 #include <morvel/logging/NLog.h>
 #include <morvel/logging/NLogMessage.h>
 
@@ -23,6 +26,22 @@ bool plugin_log_in_force() {
 void plugin_write(int lines) {
     for (int i = 0; i < lines; ++i) {
         NLOG("NOTICE", "writer 0 line %d", i);
+    }
+}
+
+// Threads that nobody joins log on until the process is gone.
+void plugin_write_on() {
+    static std::atomic<int> written{0};
+    for (int writer = 0; writer < 4; ++writer) {
+        std::thread([writer] {
+            for (int i = 0;; ++i) {
+                NLOG("NOTICE", "writer %d line %d", writer, i);
+                ++written;
+            }
+        }).detach();
+    }
+    while (written < 2000) {
+        std::this_thread::yield();
     }
 }
 

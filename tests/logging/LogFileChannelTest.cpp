@@ -5,7 +5,8 @@
 #include <Poco/AutoPtr.h>
 #include <gtest/gtest.h>
 
-#include <tests/logging/LogHome.h>
+#include <tests/logging/LogReader.h>
+#include <tests/support/TemporaryFolder.h>
 
 using morvel::LogFileChannel;
 using morvel::test::ReadLog;

@@ -12,13 +12,6 @@ using testing::EndsWith;
 using testing::StartsWith;
 
 namespace {
-std::string FormattedLine(const std::string& text) {
-    return LineOf([&] {
-        NLogMessage message("f", 1, "g", "INFO");
-        message.Format("%s", text.c_str());
-    });
-}
-
 // The format is no constant here: compilers object to an empty one.
 std::string LineOfFormat(const char* format, const char* argument = "") {
     return LineOf([&] {
@@ -30,34 +23,28 @@ std::string LineOfFormat(const char* format, const char* argument = "") {
 
 TEST(NLogMessage, ComposesFileLineFunctionAndLevel) {
     const struct {
-        const char* why;
         const char* file;
         std::int32_t line;
         const char* level;
         const char* expected;
     } rows[] = {
-        {"full path", "/home/a/Foo.cpp", 42, "NOTICE", "NOTICE [File: Foo.cpp Line: 42]\t\"x\"\n"},
-        {"the other separator", "c:\\src\\Foo.cpp", 7, "INFO",
-         "INFO [File: Foo.cpp Line: 7]\t\"x\"\n"},
-        {"both", "c:\\src/a\\b", 7, "INFO", "INFO [File: b Line: 7]\t\"x\"\n"},
-        {"no separator", "Foo.cpp", 1, "ERROR", "ERROR [File: Foo.cpp Line: 1]\t\"x\"\n"},
-        {"ends in a separator", "/a/b/", 1, "TRACE", "TRACE [File:  Line: 1]\t\"x\"\n"},
-        {"no file", "", -5, "CRITICAL", "CRITICAL [File:  Line: -5]\t\"x\"\n"},
-        {"parenthesis behind the last separator", "/a/b.cpp(inner)", 1, "WARNING",
-         "WARNING [File: inner) Line: 1]\t\"x\"\n"},
-        {"parenthesis before it", "/a(1)/b.cpp", 1, "WARNING",
-         "WARNING [File: b.cpp Line: 1]\t\"x\"\n"},
-        {"no digits grouped", "a", 1234567, "INFORMATION",
-         "INFORMATION [File: a Line: 1234567]\t\"x\"\n"},
-        {"function shown", "/a/b.cpp", 3, "FATAL", "FATAL [File: b.cpp at: run Line: 3]\t\"x\"\n"},
+        {"/home/a/Foo.cpp", 42, "NOTICE", "NOTICE [File: Foo.cpp Line: 42]"},
+        {"c:\\src\\Foo.cpp", 7, "INFO", "INFO [File: Foo.cpp Line: 7]"},
+        {"c:\\src/a\\b", 7, "INFO", "INFO [File: b Line: 7]"},
+        {"/b", 1234567, "INFORMATION", "INFORMATION [File: b Line: 1234567]"},
+        {"Foo.cpp", 1, "ERROR", "ERROR [File: Foo.cpp Line: 1]"},
+        {"/a/b/", 1, "TRACE", "TRACE [File:  Line: 1]"},
+        {"", -5, "CRITICAL", "CRITICAL [File:  Line: -5]"},
+        {"/a/b.cpp(inner)", 1, "WARNING", "WARNING [File: inner) Line: 1]"},
+        {"/a(1)/b.cpp", 1, "WARNING", "WARNING [File: b.cpp Line: 1]"},
+        {"/a/b.cpp", 3, "FATAL", "FATAL [File: b.cpp at: run Line: 3]"},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.why);
         const std::string line = LineOf([&] {
             NLogMessage message(row.file, row.line, "run", row.level);
             message.Format("%c", 'x');
         });
-        EXPECT_EQ(line, row.expected);
+        EXPECT_EQ(line, row.expected + std::string("\t\"x\"\n"));
     }
 }
 
@@ -68,8 +55,10 @@ TEST(NLogMessage, KeepsTextsUpTo2047CharactersAndMarksLongerOnesFrom2049) {
         std::size_t kept;
         const char* mark;
     } rows[] = {
-        {1, 1, ""},           {2046, 2046, ""},     {2047, 2047, ""},       {2048, 2047, ""},
-        {2049, 2047, "2048"}, {3000, 2047, "2048"}, {100000, 2047, "2048"},
+        {2047, 2047, ""},
+        {2048, 2047, ""},
+        {2049, 2047, "2048"},
+        {100000, 2047, "2048"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.length);
@@ -77,7 +66,8 @@ TEST(NLogMessage, KeepsTextsUpTo2047CharactersAndMarksLongerOnesFrom2049) {
         for (std::size_t i = 0; i < row.length; ++i) {
             text += static_cast<char>('a' + i % 26);
         }
-        EXPECT_EQ(FormattedLine(text), head + text.substr(0, row.kept) + row.mark + "\"\n");
+        EXPECT_EQ(LineOfFormat("%s", text.c_str()),
+                  head + text.substr(0, row.kept) + row.mark + "\"\n");
     }
 }
 
@@ -129,7 +119,6 @@ TEST(NLogMessage, ErrorHandlerFunctionWritesAWarningAndReturns0) {
     EXPECT_THAT(line, StartsWith("WARNING [File: NLogMessage.cpp Line: "));
     EXPECT_THAT(line, EndsWith("]\t\"morvel - no such thing. error: -17\n\"\n"));
 
-    int user = 0;
     const NReportCallback callback = _errorHandler_fn;
-    EXPECT_EQ(callback(1, "nobody listens", &user), 0);  // no log is in force here
+    EXPECT_EQ(callback(1, "nobody listens", &result), 0);  // no log is in force here
 }
