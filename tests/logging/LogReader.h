@@ -27,7 +27,7 @@ inline std::string ReadLog(const std::filesystem::path& file) {
 inline std::map<int, std::vector<int>> WrittenLines(const std::filesystem::path& file) {
     std::string text = ReadLog(file);
     for (int archive = 0;; ++archive) {
-        const std::filesystem::path name = file.u8string() + "." + std::to_string(archive);
+        const std::filesystem::path name = file.string() + "." + std::to_string(archive);
         if (!std::filesystem::exists(name)) break;
         text.insert(0, ReadLog(name));
     }

@@ -39,7 +39,7 @@ const std::string Title = "* - Log System -\t\t\t\t\t\t\t\t\t \n";
 std::filesystem::path AlmostFull(std::uintmax_t missing) {
     const std::filesystem::path file = InLogFolder("LogInForce.log");
     for (const char* archive : {".0", ".1"}) {
-        std::filesystem::remove(file.u8string() + archive);
+        std::filesystem::remove(file.string() + archive);
     }
     std::ofstream(file, std::ios::trunc).close();
     std::filesystem::resize_file(file, 10485760 - missing);
@@ -214,11 +214,11 @@ TEST(NLog, RotatesAtTenMegabytes) {
         SCOPED_TRACE(row.why);
         const std::filesystem::path file = AlmostFull(row.missing);
         WithLog([] { NLog::Information("x"); });
-        const std::string archive = ReadLog(file.u8string() + ".0");
+        const std::string archive = ReadLog(file.string() + ".0");
         ASSERT_GE(archive.size(), 10485760 - row.missing);
         EXPECT_EQ(archive.substr(10485760 - row.missing), row.added);
         EXPECT_THAT(ReadLog(file), HasSubstr("* Name: LogInForce\n"));
-        EXPECT_FALSE(std::filesystem::exists(file.u8string() + ".1"));
+        EXPECT_FALSE(std::filesystem::exists(file.string() + ".1"));
     }
 }
 
@@ -228,7 +228,7 @@ TEST(NLog, NumbersArchivesAndRemovesThoseOlderThanADay) {
     const struct {
         std::string name;
         std::chrono::minutes age;
-    } archives[] = {{file.u8string() + ".0", 23h + 50min}, {file.u8string() + ".1", 24h + 10min}};
+    } archives[] = {{file.string() + ".0", 23h + 50min}, {file.string() + ".1", 24h + 10min}};
     for (const auto& archive : archives) {
         std::ofstream(archive.name) << archive.age.count();
         std::filesystem::last_write_time(archive.name, now - archive.age);
@@ -236,7 +236,7 @@ TEST(NLog, NumbersArchivesAndRemovesThoseOlderThanADay) {
     WithLog([] { NLog::Information("x"); });
     EXPECT_EQ(std::filesystem::file_size(archives[0].name), 10485760u);
     EXPECT_EQ(ReadLog(archives[1].name), "1430");
-    EXPECT_FALSE(std::filesystem::exists(file.u8string() + ".2"));
+    EXPECT_FALSE(std::filesystem::exists(file.string() + ".2"));
 }
 
 TEST(NLog, LosesLinesAndNothingElseWhereItCannotOpenItsFile) {
