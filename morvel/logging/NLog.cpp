@@ -96,6 +96,9 @@ NLog* NLog::Get() {
 }
 
 NLog* NLog::Set(NLog* log) {
+    if (log != nullptr) {
+        LogGate::GuardForks();  // ahead of the first line: a fork may meet that one too
+    }
     return _instance.exchange(log);
 }
 
@@ -162,7 +165,6 @@ void NLog::_configure() {
         return;
     }
     _configured = true;
-    LogGate::GuardForks();
 
     Poco::AutoPtr<LogFileChannel> file(new LogFileChannel);
     Poco::AutoPtr<LogAsyncChannel> writer(new LogAsyncChannel(file));
