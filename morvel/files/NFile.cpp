@@ -1,5 +1,7 @@
 #include <morvel/files/NFile.h>
 
+#include <utility>
+
 #include <Poco/File.h>
 
 #include <morvel/files/translation.h>
@@ -42,8 +44,9 @@ bool NFile::CreateDirectory() const {
 }
 
 void NFile::CreateDirectories() const {
+    NString path(_path);  // ahead of the guard: want of memory for it is std::bad_alloc
     try {
-        _pocoFile(_path).createDirectories();
+        _pocoFile(std::move(path)).createDirectories();
     } catch (...) {
         morvel::ThrowTranslated();
     }
@@ -75,8 +78,9 @@ void NFile::Remove(bool recursive) const {
     if (_path.IsEmpty()) {
         return;
     }
+    NString path(_path);  // ahead of the guard, as above
     try {
-        _pocoFile(_path).remove(recursive);
+        _pocoFile(std::move(path)).remove(recursive);
     } catch (...) {
         morvel::ThrowTranslated();
     }

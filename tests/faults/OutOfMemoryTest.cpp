@@ -412,6 +412,14 @@ TEST(OutOfMemory, DatesFallBackOnNow) {
     });
 }
 
+// Later failures, in POCO, become members of the NException family.
+TEST(OutOfMemory, FileCopiesItsPathBeforeItTranslates) {
+    const NFile file{NString(path)};
+    EXPECT_FALSE(Attempt(0, false).Run([&] { file.CreateDirectories(); }));
+    EXPECT_FALSE(Attempt(0, false).Run([&] { file.Remove(true); }));
+    EXPECT_THROW(Attempt(1, false).Run([&] { file.Remove(true); }), KelRuntimeException);
+}
+
 TEST(OutOfMemory, FileStreamStaysClosed) {
     const TemporaryFolder folder;
     const std::string name = folder.Write("a file with a name that is long enough", "text");
