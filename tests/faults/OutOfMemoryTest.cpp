@@ -412,6 +412,24 @@ TEST(OutOfMemory, DatesFallBackOnNow) {
     });
 }
 
+// What they throw then is no exception object. The name isn't looked at.
+TEST(OutOfMemory, LocksThrowMinusOne) {
+    std::optional<NMutex> mutex;
+    std::optional<NNamedMutex> named;
+    EXPECT_TRUE(Attempt(0, false).Run([&] { mutex.emplace(); }));
+    EXPECT_TRUE(Attempt(0, false).Run([&] { named.emplace(nullptr); }));
+    const std::function<void()> operations[] = {[&] { mutex->Lock(); }, [&] { mutex->Unlock(); },
+                                                [&] { named->Lock(); }, [&] { named->Unlock(); }};
+    for (const auto& operation : operations) {
+        try {
+            operation();
+            ADD_FAILURE() << "nothing thrown";
+        } catch (int value) {
+            EXPECT_EQ(value, -1);
+        }
+    }
+}
+
 // Later failures, in POCO, become members of the NException family.
 TEST(OutOfMemory, FileCopiesItsPathBeforeItTranslates) {
     const NFile file{NString(path)};

@@ -1,7 +1,6 @@
 #include <morvel/sync/NMutex.h>
 
 #include <atomic>
-#include <new>
 #include <stdexcept>
 #include <thread>
 
@@ -12,42 +11,9 @@
 
 namespace {
 
-bool nothingLeft = false;  // makes the allocations fail that may return null
-bool asked = false;
-
 const bool onWindows = Poco::Path::separator() == '\\';
 
-// What an operation throws that isn't an exception object.
-template <class Operation>
-int thrown(Operation operation) {
-    try {
-        operation();
-    } catch (int value) {
-        return value;
-    }
-    return 0;
-}
-
 }  // namespace
-
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    asked = true;
-    return nothingLeft ? nullptr : ::operator new(size);
-}
-
-TEST(NMutex, ThrowsMinusOneWithoutALock) {
-    nothingLeft = true;
-    NMutex mutex;
-    NNamedMutex named(nullptr);  // the name isn't looked at
-    nothingLeft = false;
-    if (!asked) {
-        GTEST_SKIP() << "the library has an allocator of its own here";
-    }
-    EXPECT_EQ(thrown([&] { mutex.Lock(); }), -1);
-    EXPECT_EQ(thrown([&] { mutex.Unlock(); }), -1);
-    EXPECT_EQ(thrown([&] { named.Lock(); }), -1);
-    EXPECT_EQ(thrown([&] { named.Unlock(); }), -1);
-}
 
 TEST(NMutex, IsHeldUntilUnlockedAsOftenAsLocked) {
     NMutex& mutex = NMutex::Process();
