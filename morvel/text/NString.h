@@ -153,7 +153,7 @@ public:
 
     /// Brings UTF-8 text to `form`; ends it at its first NUL. Malformed text stays as it is. In
     /// every case, text that isn't UTF-8 included, Form() tells `form` afterwards, and a second
-    /// call with the same form does nothing.
+    /// call with the same form does nothing. std::bad_alloc leaves text and form as they were.
     virtual void Normalize(NStringForm form);
 
     virtual void KeepNumeric();  ///< Drops all bytes but + - . and the digits.

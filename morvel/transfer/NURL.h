@@ -10,9 +10,10 @@
 
 /// What NURL::Request can be told with its `flags`.
 enum NRequestFlag : std::uint32_t {
-    RequestKeepHttpErrors =
-        1,              ///< A reply of status 400 and up is a success; its body is delivered.
-    RequestToFile = 2,  ///< The reply goes to a file, and `body` tells its name.
+    /// A reply of status 400 and up is a success, and its body is delivered.
+    RequestKeepHttpErrors = 1,
+    /// The reply goes to a file, whose name `body` tells.
+    RequestToFile = 2,
 };
 
 /// One blocking HTTP or HTTPS transfer at a time, the reply kept in memory or written to a file.
