@@ -148,8 +148,8 @@ int main(int argc, char** argv) {
         return Done;
     }
     try {
-        NFile(file).Remove(false);  // the open modes of NFileStream do not empty a file
-    } catch (const KelFileNotFoundException&) {
+        const NFile former(file);  // the open modes of NFileStream do not empty it
+        if (former.Exists()) former.Remove(false);
     } catch (const NException& e) {
         std::cerr << "The file " << output << " cannot be replaced. " << e.what() << ": "
                   << e.Message() << '\n';

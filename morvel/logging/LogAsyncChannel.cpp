@@ -74,7 +74,7 @@ bool LogAsyncChannel::_writeOne() {
         }
     }
     // Where a thread is cut off in here, the next step comes with the same line and number.
-    _file->WriteLine(_batch[_written], _before + _written + 1);
+    _file->WriteLine(_batch[_written], _before + _written + 1, _written + 1 < _batch.size());
     _batch[_written] = std::string();
     ++_written;
     return true;

@@ -21,9 +21,18 @@ std::uint64_t sizeOf(const std::string& rotation) {
 }
 
 bool endsInMidLine(const std::string& path) {
-    Poco::FileInputStream in(path);
-    in.seekg(-1, std::ios::end);
-    return in && in.get() != '\n';
+    try {
+        Poco::FileInputStream in(path);
+        in.seekg(-1, std::ios::end);
+        return in && in.get() != '\n';
+    } catch (const Poco::Exception&) {
+        return false;  // there is no such file yet
+    }
+}
+
+std::uint64_t sizeOfFile(const std::string& path) {
+    const Poco::File file(path);
+    return file.exists() ? file.getSize() : 0;
 }
 }  // namespace
 
@@ -48,9 +57,9 @@ void LogFileChannel::setProperty(const std::string& name, const std::string& val
     }
 }
 
-void LogFileChannel::WriteLine(const std::string& text, std::uint64_t number) {
+void LogFileChannel::WriteLine(const std::string& text, std::uint64_t number, bool more) {
     try {
-        if (number != 0 && number == _number && _file && _file->size() > _sizeBefore) {
+        if (number != 0 && number == _number && _hasComeThrough()) {
             return;
         }
         if (!_file) {
@@ -63,24 +72,25 @@ void LogFileChannel::WriteLine(const std::string& text, std::uint64_t number) {
         }
         _sizeBefore = size;
         _number = number;
-        _file->write(text);
+        _file->write(text, !more || platform::FlushMakesVisible());
     } catch (...) {
         _file.reset();  // its stream stays failed; the next line starts with a fresh one
         _torn = true;
     }
 }
 
+// Of the line begun last, whose writer was cut off anywhere: on opening the file for it too, which
+// POCO may put off until the first line. Begins afresh with the file.
+bool LogFileChannel::_hasComeThrough() {
+    _file.reset();
+    platform::CloseLeftOpen(platform::WideFromNarrow(path().c_str(), platform::CodePageUtf8));
+    return sizeOfFile(path()) > _sizeBefore;
+}
+
 void LogFileChannel::_open() {
-    try {
-        _file = std::make_unique<Poco::LogFile>(path());
-    } catch (const Poco::Exception&) {
-        const NWideString name = platform::WideFromNarrow(path().c_str(), platform::CodePageUtf8);
-        if (!platform::CloseLeftOpen(name)) {
-            throw;
-        }
-        _file = std::make_unique<Poco::LogFile>(path());
-    }
-    if (_torn && endsInMidLine(path())) {
+    const bool torn = _torn && endsInMidLine(path());  // before it is open, and maybe locked
+    _file = std::make_unique<Poco::LogFile>(path());
+    if (torn) {
         _file->write("");
     }
     _torn = false;

@@ -27,13 +27,15 @@ public:
 
     /// Writes one line; never throws. `number` tells lines apart: one that comes again, because the
     /// thread was cut off in it, is written only if it hasn't reached the file yet. A line of
-    /// number 0 doesn't come again.
-    void WriteLine(const std::string& text, std::uint64_t number = 0);
+    /// number 0 doesn't come again. With `more`, another line follows at once, and the disk need
+    /// not be waited for behind this one.
+    void WriteLine(const std::string& text, std::uint64_t number = 0, bool more = false);
 
 protected:
     ~LogFileChannel() override;
 
 private:
+    bool _hasComeThrough();
     void _open();
     void _rotate();
 

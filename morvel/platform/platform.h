@@ -60,6 +60,10 @@ bool CreationTime(const NWideString& name, std::int64_t* seconds);
 /// advisory there). Null if it can't be opened. The caller closes it with std::fclose.
 std::FILE* OpenForWriting(const NWideString& name);
 
+/// Whether what is written to a file by POCO is visible to others, and outlives the process, only
+/// when it has been flushed. Where it isn't so, on Windows, flushing waits for the disk.
+bool FlushMakesVisible();
+
 /// Whether the process is ending and the system has cut off all other threads, each wherever it
 /// was: what they held stays held. So Windows ends a process; elsewhere it never is so.
 bool OtherThreadsAreGone();

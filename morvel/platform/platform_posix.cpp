@@ -277,6 +277,10 @@ std::FILE* OpenForWriting(const NWideString& name) {
     return stream;
 }
 
+bool FlushMakesVisible() {
+    return true;
+}
+
 bool OtherThreadsAreGone() {
     return false;
 }

@@ -104,6 +104,10 @@ std::FILE* OpenForWriting(const NWideString& name) {
     return _wfsopen(name.c_str(), L"wb", _SH_DENYWR);
 }
 
+bool FlushMakesVisible() {
+    return false;
+}
+
 bool OtherThreadsAreGone() {
     return RtlDllShutdownInProgress() != FALSE;
 }

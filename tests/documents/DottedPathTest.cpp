@@ -16,8 +16,8 @@ TEST(DottedPath, IsTheTokenizerThatItStandsFor) {
     std::mt19937 random(20240501);
     for (std::size_t round = 0; round < 100000; ++round) {
         std::string path(round % 13, '\0');
-        for (char& byte : path) {
-            byte = bytes[random() % bytes.size()];
+        for (char& c : path) {
+            c = bytes[random() % bytes.size()];
         }
         std::vector<std::string> names;
         morvel::DottedPath walk(path);

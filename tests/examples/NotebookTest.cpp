@@ -2,6 +2,8 @@
 #include <thread>
 #include <vector>
 
+#include <Poco/Path.h>
+#include <Poco/String.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -32,32 +34,34 @@ protected:
 
 // One session of a user: each step with what it prints and how it ends.
 TEST_F(Notebook, AddsFindsChangesAndRemoves) {
+    // On Windows a program gets its arguments in the ANSI code page, and what that lacks is lost.
+    const bool onWindows = Poco::Path::separator() == '\\';
+    const std::string second = onWindows ? "Ægir" : "Ярослав";
+    const std::string decomposed = onWindows ? "Zoë Ångström" : "Zoe\xCC\x88 Ångström";
     const struct {
         std::vector<std::string> arguments;
         int exitCode;
-        const char* output;
+        std::string output;
     } steps[] = {
         {{"list"}, 0, ""},
         {{"add", "Zoë Ångström", "--phone", "123", "--town", "Malmö"}, 0, ""},
-        {{"add", "Ярослав", "--mail", "y@example.org"}, 0, ""},
-        {{"add", "Zoe\xCC\x88 Ångström"},
-         1,
-         "already. Use change, or another name."},  // decomposed
-        {{"list"}, 0, "Zoë Ångström, 123, Malmö\nЯрослав, y@example.org\n"},
+        {{"add", second, "--mail", "y@example.org"}, 0, ""},
+        {{"add", decomposed}, 1, "already. Use change, or another name."},
+        {{"list"}, 0, "Zoë Ångström, 123, Malmö\n" + second + ", y@example.org\n"},
         {{"find", "MALM"}, 0, "Zoë Ångström, 123, Malmö\n"},
         {{"find", "nowhere"}, 1, "Nothing found.\n"},
         {{"change", "Zoë Ångström", "--phone", "456"}, 0, ""},
         {{"find", "456"}, 0, "Zoë Ångström, 456, Malmö\n"},
         {{"change", "Nobody", "--phone", "1"}, 1, "There is no entry \"Nobody\"."},
-        {{"remove", "Ярослав"}, 0, ""},
-        {{"remove", "Ярослав"}, 1, "There is no entry"},
+        {{"remove", second}, 0, ""},
+        {{"remove", second}, 1, "There is no entry"},
         {{"list"}, 0, "Zoë Ångström, 456, Malmö\n"},
     };
     for (const auto& step : steps) {
         SCOPED_TRACE(testing::PrintToString(step.arguments));
         const ProcessResult result = RunProcess(PROGRAM, step.arguments);
         EXPECT_EQ(result.exitCode, step.exitCode);
-        EXPECT_THAT(result.output, HasSubstr(step.output));
+        EXPECT_THAT(Poco::replace(result.output, "\r\n", "\n"), HasSubstr(step.output));
     }
 }
 

@@ -146,6 +146,9 @@ TEST_F(Load, ModulesOfTheApplicationLogInTheirOwnCleanUp) {
 }
 
 TEST_F(Load, LineBehindTheEndOfTheLogIsDropped) {
+    if (onWindows) {
+        GTEST_SKIP() << "the application's exit list runs ahead of every library's there";
+    }
     arm();
     answers({"late-write", "load", "arm-late-write", "write", "3"});
     EXPECT_EQ(Gap(WrittenLines(file())[0], 3), "");

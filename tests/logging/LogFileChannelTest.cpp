@@ -28,6 +28,14 @@ TEST(LogFileChannel, ALineThatComesAgainIsWrittenOnce) {
     }
     EXPECT_EQ(ReadLog(folder.File("a.log")), "one\ntwo\ntwo\nof no number\nof no number\n");
 
+    // Cut off on opening the file: where it is written to matters then.
+    folder.Write("old.log", "old\n");
+    channel->close();
+    channel->setProperty("path", folder.File("old.log"));
+    channel->WriteLine("new", 20);
+    channel->WriteLine("new", 20);
+    EXPECT_EQ(ReadLog(folder.File("old.log")), "old\nnew\n");
+
     // One that failed wasn't written and may come again.
     channel->setProperty("path", folder.File("missing/b.log"));
     channel->close();

@@ -35,7 +35,8 @@ BackgroundProcess::~BackgroundProcess() {
 }
 
 void BackgroundProcess::Kill() {
-    Poco::Process::kill(*_process);
+    // By its number: POCO closes the handle that it kills by, and nothing could be waited for.
+    Poco::Process::kill(_process->id());
 }
 
 int BackgroundProcess::Wait() {

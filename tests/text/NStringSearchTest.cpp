@@ -2,6 +2,7 @@
 #include <random>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -27,10 +28,15 @@ std::string _made(std::mt19937& random, std::size_t most, const std::string (&pi
     return made;
 }
 
+/// Wine's C runtime, unlike that of Windows, takes bytes for signed where it folds.
+const bool foldsSigned = std::is_same<NWideChar, wchar_t>::value &&
+                         Raw("\x80", EncodingLatin1).CompareNoCase(Raw("a", EncodingLatin1)) < 0;
+
 /// The sign of a comparison of unsigned bytes up to a NUL or `count` of them.
 int _compared(const std::string& a, const std::string& b, std::size_t count, bool fold) {
     const auto at = [fold](const std::string& text, std::size_t i) {
         const int byte = static_cast<unsigned char>(text.c_str()[i]);
+        if (fold && foldsSigned && byte > 127) return byte - 256;
         return fold && byte >= 'A' && byte <= 'Z' ? byte + 32 : byte;
     };
     for (std::size_t i = 0; i < count; ++i) {
