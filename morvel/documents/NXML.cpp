@@ -12,6 +12,7 @@
 
 #include <morvel/base/NErrorHandler.h>
 #include <morvel/base/NException.h>
+#include <morvel/documents/NameIndex.h>
 #include <morvel/documents/WholeCopy.h>
 #include <morvel/files/NFile.h>
 #include <morvel/files/NPath.h>
@@ -103,6 +104,7 @@ std::int32_t NXML::CreateRoot(const std::string& name) {
             return -1;
         }
     }
+    _forget();
     _document->reset();
     if (_document->append_child(pugi::node_element).set_name(name.c_str())) {
         return 0;
@@ -155,6 +157,7 @@ void NXML::Assign(const NDataContainer& source, std::int32_t /*reserved*/) {
     if (_document) {
         Clear();  // only now: `source` may be this object
     }
+    _forget();
     _document = std::move(copy);
 }
 
@@ -164,6 +167,7 @@ bool NXML::IsEmpty() const {
 }
 
 void NXML::Clear() {
+    _forget();
     _document.reset();
 }
 
@@ -193,6 +197,7 @@ pugi::xml_node NXML::_root() const {
 // Goes in front of the document and of earlier ones, and stays in it. pugixml passes over a name or
 // a value that it has no memory for, hence the look at what came of it.
 void NXML::_addDeclaration() {
+    _forget();
     pugi::xml_node declaration = _document->prepend_child(pugi::node_declaration);
     declaration.append_attribute("version") = "1.0";
     declaration.append_attribute("encoding") = "UTF-8";
@@ -207,5 +212,11 @@ void NXML::_newDocument() {
     if (_document) {
         Clear();
     }
+    _forget();  // also where a derived class has a Clear of its own
     _document = std::make_unique<pugi::xml_document>();
+}
+
+// Before the tree changes in any other way than by a node at the end.
+void NXML::_forget() const noexcept {
+    _index.reset();
 }

@@ -14,6 +14,10 @@ class xml_document;
 class xml_node;
 }  // namespace pugi
 
+namespace morvel {
+class NameIndex;
+}
+
 /// A document stored as XML. What its operations do is told in NDataContainer; here stands what XML
 /// adds to it.
 ///
@@ -35,6 +39,9 @@ class xml_node;
 /// container throws std::bad_alloc. Names and values end at their first NUL. Depth of a document
 /// costs no stack. An indented text of a deep document is long, though: it grows with the square of
 /// the depth.
+///
+/// Looking a path up may write to the object, const though the operation is: where an element has
+/// many children, an index of their names is kept, of 32 to 64 bytes a name.
 ///
 /// Another container given to an operation must be an NXML; any other counts as one without a
 /// document, and as a target is refused with false. It may be the object itself.
@@ -134,6 +141,10 @@ private:
     MORVEL_LOCAL void _addDeclaration();
     MORVEL_LOCAL void _newDocument();
 
+    MORVEL_LOCAL pugi::xml_node _findChild(pugi::xml_node node, std::string_view name) const;
+    MORVEL_LOCAL void _forget() const noexcept;
+
     std::unique_ptr<pugi::xml_document> _document;
-    mutable NAttributeList _attributes;  // behind RootAttributes
+    mutable std::unique_ptr<morvel::NameIndex> _index;  // of _document, made by a search
+    mutable NAttributeList _attributes;                 // behind RootAttributes
 };

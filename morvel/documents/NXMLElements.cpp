@@ -11,40 +11,19 @@
 #include <pugixml.hpp>
 
 #include <morvel/documents/DottedPath.h>
+#include <morvel/documents/ElementName.h>
+#include <morvel/documents/NameIndex.h>
 #include <morvel/documents/WholeCopy.h>
 
 namespace {
 
-char _lower(char c) {
-    return static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-}
-
-// Whether the names are equal but for case, as the C library's locale has it.
-bool _sameName(std::string_view name, const char* other) {
-    for (const char c : name) {
-        if (*other == '\0' || (c != *other && _lower(c) != _lower(*other))) {
-            return false;
-        }
-        ++other;
-    }
-    return *other == '\0';
-}
-
 void _fold(std::string& name) {
-    std::transform(name.begin(), name.end(), name.begin(), _lower);
-}
-
-pugi::xml_node _findChild(std::string_view name, pugi::xml_node node) {
-    pugi::xml_node child = node.first_child();
-    while (child && !_sameName(name, child.name())) {
-        child = child.next_sibling();
-    }
-    return child;
+    std::transform(name.begin(), name.end(), name.begin(), morvel::LowerCase);
 }
 
 pugi::xml_attribute _findAttribute(std::string_view name, pugi::xml_node node) {
     pugi::xml_attribute attribute = node.first_attribute();
-    while (attribute && !_sameName(name, attribute.name())) {
+    while (attribute && !morvel::IsSameName(name, attribute.name())) {
         attribute = attribute.next_attribute();
     }
     return attribute;
@@ -81,7 +60,7 @@ NNameList _elementNames(pugi::xml_node parent) {
 bool _passes(pugi::xml_node node, const NAttributeList& filter) {
     for (const pugi::xml_attribute attribute : node.attributes()) {
         for (const auto& [name, value] : filter) {
-            if (_sameName(name, attribute.name()) && value == attribute.value()) {
+            if (morvel::IsSameName(name, attribute.name()) && value == attribute.value()) {
                 return true;
             }
         }
@@ -170,9 +149,28 @@ pugi::xml_node NXML::_findElement(std::string_view path, pugi::xml_node* parent)
             dotted[bar] = '.';
             name = dotted;
         }
-        current = _findChild(name, current ? current : *_document);
+        current = _findChild(current ? current : *_document, name);
     }
     return current;
+}
+
+pugi::xml_node NXML::_findChild(pugi::xml_node node, std::string_view name) const {
+    pugi::xml_node child = node.first_child();
+    for (int i = 0; child; ++i) {
+        if (morvel::IsSameName(name, child.name())) {
+            return child;
+        }
+        child = child.next_sibling();
+        if (i == 8 && child) {  // few children take longer to look up than to walk
+            if (!_index) {
+                _index.reset(new (std::nothrow) morvel::NameIndex);
+            }
+            if (_index) {
+                return _index->Find(node, name, child);
+            }
+        }
+    }
+    return child;
 }
 
 bool NXML::GetElement(const std::string& path, NDataContainer* out, std::int32_t index) const {
@@ -197,6 +195,7 @@ bool NXML::GetElement(const std::string& path, NDataContainer* out, std::int32_t
     if (target->_document) {
         target->Clear();  // only now: it may be this object
     }
+    target->_forget();
     target->_document = std::move(copy);
     return true;
 }
@@ -213,6 +212,7 @@ bool NXML::AppendElements(const std::string& path, const NDataContainerArray& ar
     if (!node || !std::all_of(array.begin(), array.end(), isXml)) {
         return false;
     }
+    _forget();
     for (const NDataContainer* source : array) {
         // The node of a source without a root element is null and can't be copied.
         if (!_appendCopy(node, static_cast<const NXML*>(source)->_root())) {
@@ -229,6 +229,7 @@ bool NXML::ReplaceElement(const std::string& path, const NDataContainer* source)
         parent = node.parent();
     }
     const auto* xml = dynamic_cast<const NXML*>(source);
+    _forget();
     // The copy comes first: what is replaced may be all or part of the source.
     if (!parent || xml == nullptr || !_appendCopy(parent, xml->_root())) {
         return false;
@@ -287,7 +288,9 @@ bool NXML::RemoveElementsByName(const std::string& path, NNameList names) {
     std::sort(names.begin(), names.end());
     bool removed = false;
     std::string name;
-    for (pugi::xml_node child = _findElement(path).first_child(); child;) {
+    const pugi::xml_node parent = _findElement(path);
+    _forget();
+    for (pugi::xml_node child = parent.first_child(); child;) {
         const pugi::xml_node next = child.next_sibling();
         name = child.name();
         _fold(name);
@@ -301,6 +304,7 @@ bool NXML::RemoveElementsByName(const std::string& path, NNameList names) {
 
 bool NXML::RemoveElement(const std::string& path, std::int32_t index) {
     const pugi::xml_node node = _findElement(path);
+    _forget();
     if (index != -1) {
         return _remove(_childAt(node, index));
     }
@@ -385,7 +389,8 @@ bool NXML::_setValue(const std::string& path, const std::string& value, bool cda
     pugi::xml_node node = _findElement(path, &parent);
     if (node) {
         const pugi::xml_node text = node.first_child();
-        if (text.type() != pugi::node_pcdata || text.next_sibling()) {
+        if (text && (text.type() != pugi::node_pcdata || text.next_sibling())) {
+            _forget();
             _removeChildren(node);
         }  // else there is just the one text node that would be made anew
         return node.text().set(value.data(), value.size());
@@ -400,6 +405,9 @@ bool NXML::_setValue(const std::string& path, const std::string& value, bool cda
     if (node.set_name(name.c_str()) &&
         node.append_child(cdata ? pugi::node_cdata : pugi::node_pcdata)
             .set_value(value.data(), value.size())) {
+        if (_index) {
+            _index->Added(parent, node);
+        }
         return true;
     }
     parent.remove_child(node);  // memory ran out: no half-made element stays

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cctype>
+#include <string_view>
+
+// Internal: when two names of a document are the same.
+namespace morvel {
+
+inline char LowerCase(char c) {
+    return static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+}
+
+/// Whether the names are equal but for case, as the C library's locale has it.
+inline bool IsSameName(std::string_view name, const char* other) {
+    for (const char c : name) {
+        if (*other == '\0') {
+            return false;
+        }
+        if (c != *other) {
+            // No locale has a case for digits.
+            const bool digit = (c >= '0' && c <= '9') || (*other >= '0' && *other <= '9');
+            if (digit || LowerCase(c) != LowerCase(*other)) {
+                return false;
+            }
+        }
+        ++other;
+    }
+    return *other == '\0';
+}
+
+}  // namespace morvel

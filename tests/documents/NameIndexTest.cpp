@@ -1,0 +1,131 @@
+#include <morvel/documents/NameIndex.h>
+
+#include <random>
+#include <sstream>
+#include <string>
+
+#include <gtest/gtest.h>
+#include <pugixml.hpp>
+
+#include <morvel/documents/ElementName.h>
+#include <morvel/documents/NXML.h>
+
+namespace {
+
+// What NXML promises, walked child by child: the first of a name whatever its case, and a name that
+// isn't found leads back to the top.
+pugi::xml_node walk(const pugi::xml_document& document, const std::string& path) {
+    pugi::xml_node current;
+    std::istringstream names(path);
+    for (std::string name; std::getline(names, name, '.');) {
+        pugi::xml_node child = current ? current.first_child() : document.first_child();
+        while (child && !morvel::IsSameName(name, child.name())) child = child.next_sibling();
+        current = child;
+    }
+    return current;
+}
+
+std::string text(pugi::xml_node node) {
+    std::ostringstream out;
+    node.print(out, "", pugi::format_raw);
+    return out.str();
+}
+
+class Names {
+public:
+    explicit Names(unsigned seed) : random(seed) {}
+
+    std::string Name() {
+        std::string name = "Item" + std::to_string(random() % 60);
+        for (char& c : name)
+            c = static_cast<char>(random() % 2 ? std::toupper(c) : std::tolower(c));
+        return name;
+    }
+    std::string Path() { return "list." + Name() + (random() % 4 ? "" : "." + Name()); }
+
+    std::mt19937 random;
+};
+
+}  // namespace
+
+// Every kind of edit between look-ups, so that an index that an edit forgets to tell shows.
+TEST(NameIndex, FindsWhatAWalkFindsAfterEveryEdit) {
+    for (unsigned seed = 0; seed < 60; ++seed) {
+        Names names(seed);
+        NXML document;
+        document.CreateRoot("list");
+        for (int turn = 0; turn < 400; ++turn) {
+            const std::string path = names.Path();
+            const std::string value = std::to_string(turn);
+            NXML other;
+            other.CreateRoot(names.Name());
+            other.SetValue(other.RootName(), value);
+            NXML copy;
+            NDataContainerArray array;
+            switch (names.random() % 64) {
+                case 0:
+                    document.RemoveElement(path, -1);
+                    break;
+                case 1:
+                    document.RemoveElement("list", static_cast<std::int32_t>(names.random() % 30));
+                    break;
+                case 2:
+                    document.RemoveElementsByName("list", {names.Name(), names.Name()});
+                    break;
+                case 3:
+                    document.ReplaceElement(path, &other);
+                    break;
+                case 4:
+                    array.push_back(new NXML);
+                    array.back()->Assign(other, 0);
+                    document.AppendElements("list", array);
+                    break;
+                case 5:
+                    copy.Assign(document, 0);
+                    document.Assign(copy, 0);
+                    break;
+                case 6:
+                    document.GetElement("list", &document, -1);
+                    break;
+                case 7:
+                    document.ToText(2);
+                    break;
+                case 8:
+                    if (seed % 4 == 0) document.SetValue("list", value);
+                    break;
+                case 9:
+                    document.FromText(document.ToText(0));
+                    break;
+                default:
+                    document.SetValue(path, value);
+            }
+            for (int look = 0; look < 6; ++look) {
+                const std::string sought = names.Path();
+                const pugi::xml_node expected = walk(*document.HasRoot(), sought);
+                ASSERT_EQ(document.GetElement(sought, &copy, -1), !expected.empty())
+                    << sought << ", seed " << seed << ", turn " << turn;
+                if (!expected) continue;
+                ASSERT_EQ(copy.ToText(0), text(expected)) << sought;
+            }
+        }
+    }
+}
+
+// Names of one hash are possible; they must not make a table of quadratic cost, or hide each other.
+TEST(NameIndex, FindsNamesOfOneHash) {
+    pugi::xml_document document;
+    pugi::xml_node list = document.append_child("list");
+    // In a hash that takes all bytes above 7F for one, names of as many of them are the same.
+    for (int i = 0; i < 4000; ++i) {
+        const char name[] = {'n', static_cast<char>(0x80 + i / 64),
+                             static_cast<char>(0x80 + i % 64), '\0'};
+        list.append_child(name).append_attribute("i") = i;
+    }
+    morvel::NameIndex index;
+    for (int i = 0; i < 4000; i += 7) {
+        const char name[] = {'n', static_cast<char>(0x80 + i / 64),
+                             static_cast<char>(0x80 + i % 64), '\0'};
+        ASSERT_EQ(index.Find(list, name, list.first_child()).attribute("i").as_int(-1), i);
+    }
+    EXPECT_TRUE(index.Find(list, "missing", list.first_child()).empty());
+}
