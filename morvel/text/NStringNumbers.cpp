@@ -3,6 +3,7 @@
 #include <morvel/text/NString.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cstdarg>
 #include <cstdio>
 #include <limits>
@@ -43,6 +44,46 @@ int _digitValue(char digit) {
     return -1;
 }
 
+// The digits of an integer are the same whoever writes them.
+template <class Integer>
+std::string _decimal(Integer value) {
+    char digits[24];
+    const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+    return std::string(digits, static_cast<std::size_t>(end - digits));
+}
+
+// Quick readers of plain numbers, which all readers agree on: digits alone, no more than always
+// fit, and for a double at most one point between them. False for all else, which is POCO's.
+bool _readPlain(const std::string& text, unsigned long long* value) {
+    if (text.empty() || text.size() > 19) return false;
+    unsigned long long sum = 0;
+    for (const char c : text) {
+        if (c < '0' || c > '9') return false;
+        sum = sum * 10 + static_cast<unsigned>(c - '0');
+    }
+    *value = sum;
+    return true;
+}
+
+bool _readPlain(const std::string& text, double* value) {
+#if defined(__cpp_lib_to_chars)
+    bool point = false;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == Point) {
+            if (point || i == 0 || i + 1 == text.size()) return false;
+            point = true;
+        } else if (text[i] < '0' || text[i] > '9') {
+            return false;
+        }
+    }
+    if (text.empty() || text.size() > 40) return false;
+    return std::from_chars(text.data(), text.data() + text.size(), *value).ec == std::errc();
+#else
+    static_cast<void>(text), static_cast<void>(value);
+    return false;
+#endif
+}
+
 std::string _pair(int first, int second) {
     return NumberFormatter::format(first) + Comma + NumberFormatter::format(second);
 }
@@ -78,11 +119,15 @@ Number _orZero(TryRead tryRead) {
 
 // POCO leaves a NaN or an infinity in the value that it refuses; that is not handed on.
 double _doubleOrZero(const std::string& text) {
+    double plain = 0;
+    if (_readPlain(text, &plain)) return plain;
     return _orZero<double>(
         [&text](double& value) { return NumberParser::tryParseFloat(text, value, Point, Comma); });
 }
 
 unsigned long long _uint64OrZero(const std::string& text) {
+    unsigned long long plain = 0;
+    if (_readPlain(text, &plain)) return plain;
     return _orZero<Poco::UInt64>([&text](Poco::UInt64& value) {
         return NumberParser::tryParseUnsigned64(text, value, Comma);
     });
@@ -136,31 +181,31 @@ void NString::SetNumber(float value, int precision) {
 }
 
 void NString::SetNumber(int value) {
-    _setSystemText(NumberFormatter::format(value));
+    _setSystemText(_decimal(value));
 }
 
 void NString::SetNumber(unsigned int value) {
-    _setSystemText(NumberFormatter::format(value));
+    _setSystemText(_decimal(value));
 }
 
 void NString::SetNumber(long value) {
-    _setSystemText(NumberFormatter::format(value));
+    _setSystemText(_decimal(value));
 }
 
 void NString::SetNumber(unsigned long value) {
-    _setSystemText(NumberFormatter::format(value));
+    _setSystemText(_decimal(value));
 }
 
 void NString::SetNumber(long long value) {
-    _setSystemText(NumberFormatter::format(value));
+    _setSystemText(_decimal(value));
 }
 
 void NString::SetNumber64(long long value) {
-    _setSystemText(NumberFormatter::format(value));
+    _setSystemText(_decimal(value));
 }
 
 void NString::SetNumber(unsigned long long value) {
-    _setSystemText(NumberFormatter::format(value));
+    _setSystemText(_decimal(value));
 }
 
 void NString::SetFourCC(std::uint32_t code) {
@@ -349,7 +394,7 @@ std::string NString::HexString(const unsigned char* bytes, std::uint32_t count) 
 }
 
 std::string NString::IntToString(std::int32_t value) {
-    return NumberFormatter::format(value);
+    return _decimal(value);
 }
 
 std::int32_t NString::ParseInt(const std::string& text) {

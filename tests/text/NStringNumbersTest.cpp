@@ -3,10 +3,12 @@
 #include <cmath>
 #include <cstdint>
 #include <functional>
+#include <random>
 #include <stdexcept>
 #include <string>
 
 #include <Poco/Exception.h>
+#include <Poco/NumberFormatter.h>
 #include <Poco/NumberParser.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -216,3 +218,29 @@ TEST(NStringNumbers, FormatMakesANewText) {
 }
 
 }  // namespace
+
+// The quick ways against POCO itself: every length of digits, points and zeros in every place.
+TEST(NStringNumbers, PlainNumbersAreReadAndWrittenAsByPoco) {
+    std::mt19937_64 random(3);
+    for (int round = 0; round < 60000; ++round) {
+        std::string digits(random() % 24, '0');
+        for (char& c : digits) c = static_cast<char>('0' + (random() % 3 ? random() % 10 : 0));
+        if (random() % 2) digits.insert(random() % (digits.size() + 1), 1, '.');
+        if (random() % 8 == 0)
+            digits.insert(random() % (digits.size() + 1), 1, "-,. e"[random() % 5]);
+        double number = 0;
+        Poco::UInt64 whole = 0;
+        if (!Poco::NumberParser::tryParseFloat(digits, number, '.', ',')) number = 0;
+        if (!Poco::NumberParser::tryParseUnsigned64(digits, whole, ',')) whole = 0;
+        const NString text(digits);
+        ASSERT_EQ(text.ToDouble(), number) << digits;
+        ASSERT_EQ(text.ToUInt64(), whole) << digits;
+
+        const auto value = static_cast<long long>(random() >> random() % 64);
+        NString written;
+        written.SetNumber(value);
+        ASSERT_EQ(written.Data(), Poco::NumberFormatter::format(value));
+        written.SetNumber(-value);
+        ASSERT_EQ(written.Data(), Poco::NumberFormatter::format(-value));
+    }
+}
