@@ -61,7 +61,10 @@ std::string generate(crypto_random_base& source, const std::string& alphabet,
     // Whatever there was memory for leaves a step far below 2^64, so that the conversion is
     // defined.
     const std::size_t length = static_cast<std::size_t>(_step(mask, size, count));
-    const std::unique_ptr<unsigned char[]> buffer(new unsigned char[length]());
+    unsigned char small[128] = {};  // an identifier of usual length needs no heap
+    const std::unique_ptr<unsigned char[]> large(
+        length <= sizeof small ? nullptr : new unsigned char[length]());
+    unsigned char* const buffer = large ? large.get() : small;
 
     // Something is stored for every byte, and what a rejected one stored is overwritten by the
     // next: so no branch depends on the random bits.
@@ -70,7 +73,7 @@ std::string generate(crypto_random_base& source, const std::string& alphabet,
     char* at = &result[0];
     const char* const end = at + result.size();
     for (;;) {
-        source.next_bytes(buffer.get(), length);
+        source.next_bytes(buffer, length);
         for (std::size_t i = 0; i < length; ++i) {
             const unsigned int index = buffer[i] & mask;
             *at = symbols[index];

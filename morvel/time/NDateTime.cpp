@@ -9,6 +9,7 @@
 #include <Poco/Timestamp.h>
 
 #include <morvel/text/NString.h>
+#include <morvel/text/RawText.h>
 
 namespace {
 
@@ -74,14 +75,15 @@ std::string NDateTime::Format(const NDateTime& dateTime, const std::string& form
 NDateTime NDateTime::Parse(const std::string& format, const std::string& text,
                            std::int32_t& timeZoneDifferential) {
     try {
-        const NString converter(text);
-        const std::string& converted = converter.Converted(EncodingSystem);
+        // Without a mark, text is in the system's encoding already.
+        const NString converter(morvel::MarkOf(text).length != 0 ? text : std::string());
+        const std::string& converted =
+            morvel::MarkOf(text).length == 0 ? text : converter.Converted(EncodingSystem);
         // POCO would read every number of a text without digits as 0 and so find the year 0.
         if (hasDigit(converted) || !asksForNumber(format)) {
             const Poco::DateTime parts =
                 Poco::DateTimeParser::parse(format, converted, timeZoneDifferential);
-            return NDateTime(parts.year(), parts.month(), parts.day(), parts.hour(), parts.minute(),
-                             parts.second(), parts.millisecond(), parts.microsecond());
+            return NDateTime(NTimestamp(parts.timestamp().epochMicroseconds()));
         }
     } catch (...) {
         // Whatever it was, the text could not be read.
