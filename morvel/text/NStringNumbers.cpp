@@ -46,10 +46,10 @@ int _digitValue(char digit) {
 
 // The digits of an integer are the same whoever writes them.
 template <class Integer>
-std::string _decimal(Integer value) {
+void _writeDecimal(Integer value, std::string* text) {
     char digits[24];
     const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
-    return std::string(digits, static_cast<std::size_t>(end - digits));
+    text->assign(digits, static_cast<std::size_t>(end - digits));
 }
 
 // Quick readers of plain numbers, which all readers agree on: digits alone, no more than always
@@ -181,31 +181,38 @@ void NString::SetNumber(float value, int precision) {
 }
 
 void NString::SetNumber(int value) {
-    _setSystemText(_decimal(value));
+    _writeDecimal(value, &_data);
+    _encoding = EncodingSystem;
 }
 
 void NString::SetNumber(unsigned int value) {
-    _setSystemText(_decimal(value));
+    _writeDecimal(value, &_data);
+    _encoding = EncodingSystem;
 }
 
 void NString::SetNumber(long value) {
-    _setSystemText(_decimal(value));
+    _writeDecimal(value, &_data);
+    _encoding = EncodingSystem;
 }
 
 void NString::SetNumber(unsigned long value) {
-    _setSystemText(_decimal(value));
+    _writeDecimal(value, &_data);
+    _encoding = EncodingSystem;
 }
 
 void NString::SetNumber(long long value) {
-    _setSystemText(_decimal(value));
+    _writeDecimal(value, &_data);
+    _encoding = EncodingSystem;
 }
 
 void NString::SetNumber64(long long value) {
-    _setSystemText(_decimal(value));
+    _writeDecimal(value, &_data);
+    _encoding = EncodingSystem;
 }
 
 void NString::SetNumber(unsigned long long value) {
-    _setSystemText(_decimal(value));
+    _writeDecimal(value, &_data);
+    _encoding = EncodingSystem;
 }
 
 void NString::SetFourCC(std::uint32_t code) {
@@ -394,7 +401,9 @@ std::string NString::HexString(const unsigned char* bytes, std::uint32_t count) 
 }
 
 std::string NString::IntToString(std::int32_t value) {
-    return _decimal(value);
+    std::string text;
+    _writeDecimal(value, &text);
+    return text;
 }
 
 std::int32_t NString::ParseInt(const std::string& text) {

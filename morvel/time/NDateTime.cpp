@@ -44,6 +44,32 @@ bool hasDigit(const std::string& text) {
     return text.find_first_of("0123456789") != std::string::npos;
 }
 
+// From 1601-01-01 to the end of 9999 POCO's reading is that of the Gregorian calendar, which can be
+// had without its detour through a Julian day in floating point.
+constexpr std::int64_t microsecondsPerDay = 86400000000;
+constexpr std::int64_t calendarBegin = -134774 * microsecondsPerDay;
+constexpr std::int64_t calendarEnd = 2932897 * microsecondsPerDay;
+
+struct Date {
+    std::int32_t year, month, day;
+};
+
+// `day` counts from 1970-01-01, from calendarBegin on. Years begin in March here, so that a leap
+// day is the last of its year.
+constexpr Date dateOf(std::int64_t day) {
+    const auto days = static_cast<std::uint32_t>(day + 719468);  // from 0000-03-01
+    const std::uint32_t era = days / 146097;                     // of 400 years
+    const std::uint32_t ofEra = days % 146097;
+    const std::uint32_t yearOfEra = (ofEra - ofEra / 1460 + ofEra / 36524 - ofEra / 146096) / 365;
+    const std::uint32_t ofYear = ofEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
+    const std::uint32_t month = (5 * ofYear + 2) / 153;  // from March
+    const std::uint32_t ofMonth = ofYear - (153 * month + 2) / 5;
+    const bool nextYear = month >= 10;
+    return {static_cast<std::int32_t>(yearOfEra + era * 400 + (nextYear ? 1 : 0)),
+            static_cast<std::int32_t>(nextYear ? month - 9 : month + 3),
+            static_cast<std::int32_t>(ofMonth + 1)};
+}
+
 }  // namespace
 
 NDateTime::NDateTime() : NDateTime(localNow()) {}
@@ -92,6 +118,21 @@ NDateTime NDateTime::Parse(const std::string& format, const std::string& text,
 }
 
 void NDateTime::_refresh() {
+    const std::int64_t value = _timestamp.Value();
+    if (value >= calendarBegin && value < calendarEnd) {
+        const std::int64_t since = value - calendarBegin;
+        const Date date = dateOf(since / microsecondsPerDay + calendarBegin / microsecondsPerDay);
+        const std::int64_t ofDay = since % microsecondsPerDay;
+        _year = date.year;
+        _month = date.month;
+        _day = date.day;
+        _hour = static_cast<std::int32_t>(ofDay / 3600000000);
+        _minute = static_cast<std::int32_t>(ofDay / 60000000 % 60);
+        _second = static_cast<std::int32_t>(ofDay / 1000000 % 60);
+        _millisecond = static_cast<std::int32_t>(ofDay / 1000 % 1000);
+        _microsecond = static_cast<std::int32_t>(ofDay % 1000);
+        return;
+    }
     const Poco::DateTime parts{Poco::Timestamp(_timestamp.Value())};
     _year = parts.year();
     _month = parts.month();

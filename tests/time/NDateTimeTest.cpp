@@ -169,3 +169,22 @@ TEST(NDateTime, AndTimestampCompareByTheValue) {
     expectOrder(NTimestamp(-1), NTimestamp(1));
     expectOrder(NDateTime(NTimestamp(-1)), NDateTime(NTimestamp(1)));
 }
+
+// The reading has a short way of its own; POCO's is the measure. Each day's ends, and past both
+// ends of the range.
+TEST(NDateTime, ReadsEveryDayAsPocoDoes) {
+    constexpr std::int64_t day = 86400000000;
+    std::mt19937_64 random(11);
+    for (std::int64_t i = -136000; i < 2933500; ++i) {
+        const std::int64_t within = static_cast<std::int64_t>(random() % day);
+        const std::int64_t value = i * day + (i % 3 == 0 ? 0 : i % 3 == 1 ? -1 : within);
+        const NDateTime own{NTimestamp(value)};
+        const Poco::DateTime expected{Poco::Timestamp(value)};
+        const bool same = own.Year() == expected.year() && own.Month() == expected.month() &&
+                          own.Day() == expected.day() && own.Hour() == expected.hour() &&
+                          own.Minute() == expected.minute() && own.Second() == expected.second() &&
+                          own.Millisecond() == expected.millisecond() &&
+                          own.Microsecond() == expected.microsecond();
+        ASSERT_TRUE(same) << value;
+    }
+}
