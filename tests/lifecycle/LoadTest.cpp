@@ -110,6 +110,10 @@ TEST_F(Load, NormalEndWithoutUnloadWritesWhatIsQueued) {
 }
 
 TEST_F(Load, NormalEndWhileOtherThreadsLog) {
+    if (onWindows) {
+        GTEST_SKIP() << "Wine may cut a thread off that holds one of Wine's own spin locks, and "
+                        "then waits for it for ever";
+    }
     for (int round = 0; round < 10; ++round) {
         arm();
         answers({"load", "write-on"});

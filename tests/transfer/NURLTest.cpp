@@ -97,7 +97,10 @@ TEST_F(NURLTest, GetKeepsTheReplyInABufferThatServesTheNext) {
 TEST_F(NURLTest, UploadPostsInChunksAndPrintsTheReply) {
     ASSERT_EQ(Get("/bytes/10"), 0);
     watch = {};
-    const std::string body = TestServer::Bytes(200000);
+    std::string body = TestServer::Bytes(200000);
+    for (char& c : body) {  // standard output is text, where a byte may end it on Windows
+        c = static_cast<char>('a' + static_cast<unsigned char>(c) % 26);
+    }
     EXPECT_EQ(Upload("/echo", body), 0);
     EXPECT_THAT(printed, AllOf(StartsWith("POST /echo\n"),
                                HasSubstr("\nTransfer-Encoding: chunked\n"), EndsWith(body)));
