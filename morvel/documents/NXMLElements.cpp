@@ -161,7 +161,8 @@ pugi::xml_node NXML::_findChild(pugi::xml_node node, std::string_view name) cons
             return child;
         }
         child = child.next_sibling();
-        if (i == 8 && child) {  // few children take longer to look up than to walk
+        // Few children take longer to look up than to walk, but for those that are known already.
+        if (child && (i == 8 || (i == 1 && _index && _index->Knows(node)))) {
             if (!_index) {
                 _index.reset(new (std::nothrow) morvel::NameIndex);
             }

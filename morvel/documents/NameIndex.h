@@ -23,6 +23,12 @@ public:
     /// REQUIRES: `name` is not empty, and no child in front of `from` has it.
     pugi::xml_node Find(pugi::xml_node parent, std::string_view name, pugi::xml_node from);
 
+    /// Whether there is a table for `parent` already.
+    bool Knows(pugi::xml_node parent) const {
+        const auto place = _tables.find(parent.hash_value());
+        return place != _tables.end() && !place->second.slots.empty();
+    }
+
     void Added(pugi::xml_node parent, pugi::xml_node child);
 
     void Clear() { _tables.clear(); }
