@@ -271,3 +271,31 @@ TEST(NStringEncoding, DecodeBase64AsPocoHasIt) {
 }
 
 }  // namespace
+
+// Converted has short ways of its own. Text that isn't in NFC or has a NUL comes by appending,
+// which takes bytes as they stand.
+TEST(NStringEncoding, ConvertedIsWhatConvertToMakesOfACopy) {
+    const std::string pieces[] = {
+        "plain ASCII",  "e",    "\xCC\x81",           "\xC3\xA9", std::string(1, '\0'),
+        "\xE2\x84\xAB", "\xFF", std::string(300, 'x')};
+    const NStringEncoding encodings[] = {EncodingSystem, EncodingASCII, EncodingLatin1,
+                                         EncodingLatin9, EncodingUTF8,  EncodingUTF16};
+    for (const NStringEncoding own : encodings) {
+        for (std::size_t i = 0; i < std::size(pieces) * std::size(pieces); ++i) {
+            NString text(own);
+            for (const std::string& piece :
+                 {pieces[i % std::size(pieces)], pieces[i / std::size(pieces)]}) {
+                for (const char byte : piece) {
+                    NString one(own);
+                    one.SetBytes(&byte, 1, own);
+                    text += one;
+                }
+            }
+            for (const NStringEncoding to : encodings) {
+                NString copy(text);
+                copy.ConvertTo(to);
+                EXPECT_EQ(text.Converted(to), copy.Data()) << own << " to " << to << ", row " << i;
+            }
+        }
+    }
+}
