@@ -282,15 +282,11 @@ TEST(NStringEncoding, ConvertedIsWhatConvertToMakesOfACopy) {
                                          EncodingLatin9, EncodingUTF8,  EncodingUTF16};
     for (const NStringEncoding own : encodings) {
         for (std::size_t i = 0; i < std::size(pieces) * std::size(pieces); ++i) {
+            const std::string bytes = pieces[i % std::size(pieces)] + pieces[i / std::size(pieces)];
+            const std::string room(bytes.size(), 'a');
             NString text(own);
-            for (const std::string& piece :
-                 {pieces[i % std::size(pieces)], pieces[i / std::size(pieces)]}) {
-                for (const char byte : piece) {
-                    NString one(own);
-                    one.SetBytes(&byte, 1, own);
-                    text += one;
-                }
-            }
+            text.SetBytes(room.data(), room.size(), own);
+            for (std::size_t at = 0; at < bytes.size(); ++at) text[at] = bytes[at];
             for (const NStringEncoding to : encodings) {
                 NString copy(text);
                 copy.ConvertTo(to);
