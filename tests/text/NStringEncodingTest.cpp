@@ -272,8 +272,8 @@ TEST(NStringEncoding, DecodeBase64AsPocoHasIt) {
 
 }  // namespace
 
-// Converted has short ways of its own. Text that isn't in NFC or has a NUL comes by appending,
-// which takes bytes as they stand.
+// Converted has short ways of its own. Text that isn't in NFC or has a NUL is made byte
+// by byte.
 TEST(NStringEncoding, ConvertedIsWhatConvertToMakesOfACopy) {
     const std::string pieces[] = {
         "plain ASCII",  "e",    "\xCC\x81",           "\xC3\xA9", std::string(1, '\0'),
