@@ -33,9 +33,6 @@ NLogMessage::NLogMessage(const std::string& file, std::int32_t line, const std::
 }
 
 NLogMessage::~NLogMessage() {
-    if (NLog::Get() == nullptr) {
-        return;  // nobody would see the line
-    }
     if (_text.size() == _headSize) {
         _text.pop_back();
     } else {

@@ -14,8 +14,7 @@
 ///     if (late) line.Format(", late");
 ///     // NOTICE [File: Client.cpp Line: 42]<tab>"morvel - reply of 512 bytes, late"
 ///
-/// The text is printed even when no log is in force, so its arguments have to be good. An object
-/// belongs to one thread.
+/// The line is composed even when no log is in force. An object belongs to one thread.
 class MORVEL_API NLogMessage : public NBaseObject {
 public:
     /// `file` is shown from behind its last (, / or \. `level` is one of the words of NLog::Write;
