@@ -400,7 +400,11 @@ TEST(OutOfMemory, Identifiers) {
 }
 
 TEST(OutOfMemory, DatesFallBackOnNow) {
-    const std::string text = "2001-02-03 04:05:06" + std::string(40, ' ');
+    // The mark makes it a text to be converted; any other is read where it lies.
+    const std::string text =
+        "\xEF\xBB\xBF"
+        "2001-02-03 04:05:06" +
+        std::string(40, ' ');
     const NDateTime now;
     const std::string format = "%Y-%m-%d %H:%M:%S";
     ForEachFailingAllocation("NDateTime::Parse", [&](Attempt& attempt) {
