@@ -13,7 +13,7 @@ for name in libmorvel1 libmorvel-dev; do
     dpkg-deb -x "$packages/${name}"_*.deb "$work/root"
 done
 libraries=$(dirname "$(find "$work/root" -name 'libmorvel.so.1')")
-cmake -S "$here/consumer" -B "$work/consumer" -DCMAKE_PREFIX_PATH="$work/root/usr" \
+cmake -G Ninja -S "$here/consumer" -B "$work/consumer" -DCMAKE_PREFIX_PATH="$work/root/usr" \
     >"$work/configure.log" 2>&1 || { cat "$work/configure.log"; exit 1; }
 cmake --build "$work/consumer"
 LD_LIBRARY_PATH="$libraries" XDG_DATA_HOME="$work" "$work/consumer/consumer"

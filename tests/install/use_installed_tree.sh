@@ -25,7 +25,7 @@ done
 [ "$headers" -gt 20 ] || { echo "only $headers headers are installed"; exit 1; }
 
 export LD_LIBRARY_PATH="$prefix/$libdir"
-"$cmake" -S "$here/consumer" -B "$work/by_package" -DCMAKE_PREFIX_PATH="$prefix" \
+"$cmake" -G Ninja -S "$here/consumer" -B "$work/by_package" -DCMAKE_PREFIX_PATH="$prefix" \
     -DCMAKE_CXX_COMPILER="$compiler" >"$work/configure.log" 2>&1 || { cat "$work/configure.log"; exit 1; }
 "$cmake" --build "$work/by_package"
 "$work/by_package/consumer"
