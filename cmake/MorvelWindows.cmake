@@ -1,6 +1,6 @@
 # Windows looks for a program's DLLs beside it: there they are for all that is built here, and there
 # the package puts those of them that library and examples need, with their licences.
-file(GLOB runtime_dlls ${CMAKE_FIND_ROOT_PATH}/bin/*.dll ${CMAKE_FIND_ROOT_PATH}/bin/openssl.exe)
+file(GLOB runtime_dlls ${CMAKE_FIND_ROOT_PATH}/bin/*.dll)
 file(COPY ${runtime_dlls} DESTINATION ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
 
 foreach(dll libPocoFoundation libPocoNet libcurl libpugixml libutf8proc
