@@ -16,7 +16,7 @@ for file in bin/morvel.dll lib/libmorvel.dll.a include/morvel/morvel.h README.md
     [ -e "$root/$file" ] || { echo "the package lacks $file"; exit 1; }
 done
 
-cmake -S "$here/consumer" -B consumer --toolchain "$here/../../cmake/mingw-w64.cmake" \
+cmake -G Ninja -S "$here/consumer" -B consumer --toolchain "$here/../../cmake/mingw-w64.cmake" \
     -DCMAKE_FIND_ROOT_PATH="$root" >configure.log 2>&1 || { cat configure.log; exit 1; }
 cmake --build consumer
 mkdir data
