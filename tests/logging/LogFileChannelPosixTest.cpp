@@ -4,6 +4,7 @@
 #include <morvel/logging/LogFileChannel.h>
 
 #include <signal.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -71,6 +72,27 @@ TEST(LogFileChannel, ComesBackOnALineOfItsOwnWhenThereIsSpace) {
     channel->WriteLine("0123456789");
     channel->WriteLine("0123456789");
     EXPECT_EQ(folder.Read("r.log"), "0123456789\nabcd\n0123456789\n0123456789\n");
+}
+
+TEST(LogFileChannel, OutlastsAFullFileSystem) {
+    TemporaryFolder folder;
+    const std::string disk = folder.Path().string();
+    if (mount("tmpfs", disk.c_str(), "tmpfs", 0, "size=64k") != 0) {
+        GTEST_SKIP() << "to mount a file system takes the superuser";
+    }
+    folder.Write("ballast", std::string(32 * 1024, '-'));
+    {
+        Poco::AutoPtr<LogFileChannel> channel = Channel(folder.File("r.log"), "10 M");
+        for (int line = 0; line < 2000; ++line) {
+            channel->WriteLine(std::string(99, 'x'));
+        }
+        EXPECT_LE(folder.Read("r.log").size(), 32u * 1024);
+        std::filesystem::remove(folder.File("ballast"));
+        channel->WriteLine("room again");
+        EXPECT_THAT(folder.Read("r.log"), testing::EndsWith("x\nroom again\n"));
+        EXPECT_FALSE(folder.Has("r.log.0"));
+    }
+    EXPECT_EQ(umount(disk.c_str()), 0);
 }
 
 TEST(LogFileChannel, ArchivesNothingOfADeviceThatIsFull) {
