@@ -4,25 +4,17 @@
 
 #include <limits>
 #include <new>
-#include <utility>
 
 // Lets chosen allocations of a thread fail: those of the program, of every shared library in it and
 // of the C library. Where a sanitizer has taken over malloc, only operator new and pugixml's own
 // allocation fail, and leaks are the sanitizer's to find.
 namespace morvel::test {
 
-/// Counts what this thread has allocated since and nobody has released yet. One at a time.
-class MemoryWatch {
-public:
-    MemoryWatch();
-    MemoryWatch(const MemoryWatch&) = delete;
-    MemoryWatch& operator=(const MemoryWatch&) = delete;
-    ~MemoryWatch();
+/// What this thread has allocated less what it has released; 0 where a sanitizer counts instead.
+long AllocationsAlive();
 
-    long Alive() const;  ///< 0 where a sanitizer counts instead.
-
-    static bool SeesAll();  ///< Whether every allocation can fail, that of C code included.
-};
+/// Whether every allocation can fail, that of C code included.
+extern const bool SeesAllAllocations;
 
 /// From here on `count` allocations of this thread succeed, and then one fails, or all do.
 void FailAllocationsAfter(long count, bool all);
@@ -38,18 +30,17 @@ public:
     /// Runs `operation`; false if std::bad_alloc came out of it. Anything else passes.
     template <class Operation>
     bool Run(Operation operation) {
-        bool done = false;
+        struct Stop {
+            ~Stop() { *failed = StopFailing(); }
+            bool* failed;
+        } const stop{&_failed};
         FailAllocationsAfter(_count, _all);
         try {
             operation();
-            done = true;
+            return true;
         } catch (const std::bad_alloc&) {
-        } catch (...) {
-            _failed = StopFailing();
-            throw;
+            return false;
         }
-        _failed = StopFailing();
-        return done;
     }
 
     bool Failed() const { return _failed; }  ///< Whether an allocation did fail in Run.
@@ -69,24 +60,18 @@ private:
 template <class Body>
 void ForEachFailingAllocation(const char* what, Body body) {
     SCOPED_TRACE(what);
-    {
-        Attempt none(std::numeric_limits<long>::max(), false);
-        body(none);  // what is made once in a process is made here
-    }
+    Attempt none(std::numeric_limits<long>::max(), false);
+    body(none);  // what is made once in a process is made here
     for (const bool all : {false, true}) {
         bool failed = true;
         for (long count = 0; failed && !testing::Test::HasFailure(); ++count) {
             SCOPED_TRACE(testing::Message() << (all ? "all from " : "only ") << count);
-            const MemoryWatch watch;
-            long leaks;
-            {
-                Attempt attempt(count, all);
-                body(attempt);
-                failed = attempt.Failed();
-                leaks = attempt.Leaks();
-            }
-            EXPECT_LE(watch.Alive(), leaks) << "allocations leaked";
-            EXPECT_TRUE(failed || count > 0 || !MemoryWatch::SeesAll()) << "no allocation at all";
+            Attempt attempt(count, all);
+            const long before = AllocationsAlive();
+            body(attempt);
+            EXPECT_LE(AllocationsAlive() - before, attempt.Leaks()) << "allocations leaked";
+            failed = attempt.Failed();
+            EXPECT_TRUE(failed || count > 0 || !SeesAllAllocations) << "no allocation at all";
         }
     }
 }

@@ -22,6 +22,13 @@ inline NWideString Wide(std::initializer_list<int> units) {
     return text;
 }
 
+template <class Text>
+Text Repeated(const Text& piece, std::size_t count) {
+    Text text;
+    while (count-- > 0) text += piece;
+    return text;
+}
+
 /// A counted text: its length in front.
 inline std::vector<unsigned char> Counted(const std::string& bytes) {
     std::vector<unsigned char> counted(1, static_cast<unsigned char>(bytes.size()));
