@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <string>
 
-#include <Poco/Path.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -19,9 +18,9 @@
 #undef CreateDirectory
 #undef CreateFile
 
-namespace {
+using namespace morvel::test;
 
-const bool onWindows = Poco::Path::separator() == '\\';
+namespace {
 
 class NFileTest : public testing::Test {
 protected:
@@ -29,7 +28,7 @@ protected:
         return NFile(NString(folder.File(name), EncodingUTF8));
     }
 
-    morvel::test::TemporaryFolder folder;
+    TemporaryFolder folder;
 };
 
 // The failure of an operation as its reader would report it, the class by its fixed text.
@@ -94,7 +93,7 @@ TEST_F(NFileTest, TellsTheReasonByClassAndMessage) {
     EXPECT_EQ(removing(At("missing"), true), "File not found: " + folder.File("missing"));
     EXPECT_EQ(removing(At("full")), "File access error: " + folder.File("full"));
     EXPECT_TRUE(folder.Has("full/x"));
-    if (onWindows) {
+    if (OnWindows) {
         EXPECT_THAT(creating(At("a*b")), testing::StartsWith("Bad path syntax: "));
     } else {
         EXPECT_THAT(creating(At("file/x")),

@@ -4,12 +4,13 @@
 #include <fstream>
 #include <iterator>
 #include <random>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <system_error>
 
 namespace morvel::test {
+
+inline const bool OnWindows = std::filesystem::path::preferred_separator == '\\';
 
 /// An empty folder of the test's own, which goes with all that is in it at the object's end. Names
 /// are UTF-8 and relative to the folder.
@@ -21,16 +22,9 @@ namespace morvel::test {
 class TemporaryFolder {
 public:
     TemporaryFolder() {
-        std::random_device random;
-        for (int attempt = 0; attempt < 100; ++attempt) {
-            std::ostringstream name;
-            name << "morvel-test-" << std::hex << random() << random();
-            _path = std::filesystem::temp_directory_path() / name.str();
-            if (std::filesystem::create_directory(_path)) {  // false: another one has this name
-                return;
-            }
+        while (!std::filesystem::create_directory(_path)) {  // another one has this name
+            _path += '-';
         }
-        throw std::runtime_error("no free name for a temporary folder");
     }
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
@@ -70,7 +64,8 @@ private:
         return _path / std::filesystem::u8path(name);
     }
 
-    std::filesystem::path _path;
+    std::filesystem::path _path = std::filesystem::temp_directory_path() /
+                                  ("morvel-test-" + std::to_string(std::random_device()()));
 };
 
 }  // namespace morvel::test

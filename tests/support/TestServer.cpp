@@ -1,9 +1,9 @@
 #include <tests/support/TestServer.h>
 
 #include <algorithm>
-#include <condition_variable>
 #include <cstdlib>
-#include <mutex>
+#include <future>
+#include <utility>
 
 #include <Poco/Environment.h>
 #include <Poco/Net/HTTPRequestHandler.h>
@@ -26,28 +26,11 @@ using Poco::Net::HTTPServerResponse;
 
 constexpr std::size_t DeclaredLength = 1000000;
 
-// Whether the server is over.
-class Ending {
-public:
-    void End() {
-        const std::lock_guard<std::mutex> lock(_mutex);
-        _over = true;
-        _end.notify_all();
-    }
-    void WaitForEnd() {
-        std::unique_lock<std::mutex> lock(_mutex);
-        _end.wait(lock, [this] { return _over; });
-    }
-
-private:
-    std::mutex _mutex;
-    std::condition_variable _end;
-    bool _over = false;
-};
+using Ending = std::shared_future<void>;
 
 class Handler : public Poco::Net::HTTPRequestHandler {
 public:
-    explicit Handler(Ending* ending) : _ending(ending) {}
+    explicit Handler(Ending ending) : _ending(std::move(ending)) {}
 
     void handleRequest(HTTPServerRequest& request, HTTPServerResponse& response) override {
         const std::string& target = request.getURI();
@@ -74,7 +57,7 @@ public:
             response.setContentLength(DeclaredLength);
             response.send() << TestServer::Bytes(number) << std::flush;
             if (name == "stall") {
-                _ending->WaitForEnd();
+                _ending.wait();
             }
         }
     }
@@ -92,18 +75,18 @@ private:
         response.sendBuffer(body.data(), body.size());
     }
 
-    Ending* _ending;
+    Ending _ending;
 };
 
 class HandlerFactory : public Poco::Net::HTTPRequestHandlerFactory {
 public:
-    explicit HandlerFactory(Ending* ending) : _ending(ending) {}
+    explicit HandlerFactory(Ending ending) : _ending(std::move(ending)) {}
     Poco::Net::HTTPRequestHandler* createRequestHandler(const HTTPServerRequest&) override {
         return new Handler(_ending);
     }
 
 private:
-    Ending* _ending;
+    Ending _ending;
 };
 
 Poco::Net::HTTPServerParams* _params() {
@@ -124,11 +107,11 @@ struct TestServer::State {
     State(const Poco::Net::ServerSocket& socket, std::string origin_)
         : origin(std::move(origin_)),
           port(socket.address().port()),
-          server(new HandlerFactory(&ending), pool, socket, _params()) {}
+          server(new HandlerFactory(ending.get_future()), pool, socket, _params()) {}
 
     std::string origin;
     std::uint16_t port;
-    Ending ending;
+    std::promise<void> ending;
     Poco::ThreadPool pool{2, 16};
     Poco::Net::HTTPServer server;
 };
@@ -142,7 +125,7 @@ TestServer::TestServer(const Poco::Net::ServerSocket& socket, std::string origin
 }
 
 TestServer::~TestServer() {
-    _state->ending.End();
+    _state->ending.set_value();
     _state->server.stopAll(true);
     _state->pool.joinAll();
 }

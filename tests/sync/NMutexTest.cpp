@@ -4,16 +4,10 @@
 #include <stdexcept>
 #include <thread>
 
-#include <Poco/Path.h>
 #include <gtest/gtest.h>
 
 #include <morvel/sync/NNamedMutex.h>
-
-namespace {
-
-const bool onWindows = Poco::Path::separator() == '\\';
-
-}  // namespace
+#include <tests/support/TemporaryFolder.h>
 
 TEST(NMutex, IsHeldUntilUnlockedAsOftenAsLocked) {
     NMutex& mutex = NMutex::Process();
@@ -44,7 +38,7 @@ TEST(NMutex, GuardLetsGoWhenAnExceptionLeavesItsScope) {
 }
 
 TEST(NMutexDeathTest, GuardThatCannotUnlockEndsTheProcess) {
-    if (onWindows) {
+    if (morvel::test::OnWindows) {
         GTEST_SKIP() << "the system lets anybody unlock";
     }
     EXPECT_DEATH(

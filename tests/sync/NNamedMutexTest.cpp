@@ -10,7 +10,6 @@
 
 #include <atomic>
 #include <cstdio>
-#include <functional>
 #include <memory>
 #include <random>
 #include <set>
@@ -20,7 +19,6 @@
 
 #include <Poco/Exception.h>
 #include <Poco/File.h>
-#include <Poco/Path.h>
 #include <Poco/SharedMemory.h>
 #include <gtest/gtest.h>
 
@@ -28,20 +26,16 @@
 #include <tests/support/Process.h>
 #include <tests/support/TemporaryFolder.h>
 
-using morvel::test::BackgroundProcess;
+using namespace morvel::test;
 
 namespace {
 
-const bool onWindows = Poco::Path::separator() == '\\';
-
 std::string program;
 
-bool waitUntil(const std::function<bool()>& condition) {
-    for (int i = 0; !condition(); ++i) {
-        if (i == 60000) return false;
-        NMutex::Sleep(1);
-    }
-    return true;
+template <class Condition>
+bool waitUntil(Condition condition) {
+    for (int i = 0; i < 60000 && !condition(); ++i) NMutex::Sleep(1);
+    return condition();
 }
 
 // What the processes of a test tell each other by, in memory that they share. The counter is
@@ -78,18 +72,13 @@ int childMain(const std::string& role, const std::string& file, const std::strin
     return rounds > 0 || waitUntil([&] { return board->go.load(); }) ? 0 : 3;
 }
 
-#ifdef _WIN32
-void removeSemaphore(const std::string&) {}
-#else
+#ifndef _WIN32
 key_t keyOf(const std::string& file) {
     return ftok(file.c_str(), 'p');
 }
 int semaphoreOf(const std::string& file) {
     const key_t key = keyOf(file);
     return key == -1 ? -1 : semget(key, 1, 0);
-}
-void removeSemaphore(const std::string& file) {
-    semctl(semaphoreOf(file), 0, IPC_RMID);
 }
 #endif
 
@@ -99,14 +88,20 @@ protected:
     ~NNamedMutexTest() override {
         while (_names > 0) {
             const std::string left = FileOf(_prefix + std::to_string(--_names));
-            removeSemaphore(left);
+#ifndef _WIN32
+            semctl(semaphoreOf(left), 0, IPC_RMID);
+#endif
             std::remove(left.c_str());
         }
     }
 
-    static std::string FileOf(const std::string& name) { return "/tmp/" + name + ".mutex"; }
+    static std::string FileOf(const std::string& name) {
+        return "/tmp/" + name + ".mutex";
+    }
 
-    std::string NewName() { return _prefix + std::to_string(_names++); }
+    std::string NewName() {
+        return _prefix + std::to_string(_names++);
+    }
 
     std::unique_ptr<BackgroundProcess> Start(const std::string& role, int rounds) {
         const std::vector<std::string> arguments = {role, _boardFile, name, std::to_string(rounds)};
@@ -118,7 +113,7 @@ protected:
     }
 
 private:
-    morvel::test::TemporaryFolder _folder;
+    TemporaryFolder _folder;
     std::string _boardFile = _folder.Write("board", std::string(sizeof(Board), '\0'));
     std::string _prefix = "morvel-test-" + std::to_string(std::random_device()()) + "-";
     int _names = 0;
@@ -159,14 +154,14 @@ TEST_F(NNamedMutexTest, IsGivenUpByAHolderThatIsKilled) {
     NNamedMutex mutex(name.c_str());
     holder->Kill();
     holder->Wait();
-    if (onWindows) {
+    if (OnWindows) {
         EXPECT_THROW(mutex.Lock(), Poco::SystemException);
         EXPECT_EQ(Start("count", 1)->Wait(), 0);
     }
     mutex.Lock();
     const int before = board->counter;
     const auto waiting = Start("count", 1000);
-    ASSERT_TRUE(WaitForArrivals(onWindows ? 3 : 2));
+    ASSERT_TRUE(WaitForArrivals(OnWindows ? 3 : 2));
     NMutex::Sleep(50);
     EXPECT_EQ(board->counter, before);
     mutex.Unlock();
@@ -220,10 +215,7 @@ TEST_F(NNamedMutexTest, IsMadeByOneAtATime) {
 TEST_F(NNamedMutexTest, IsLeftAsItStandsByThoseThatComeLater) {
     NNamedMutex first(name.c_str());
     const NAutoNamedMutexLock lock(&first);
-    {
-        NNamedMutex second(name.c_str());
-        EXPECT_EQ(semctl(semaphoreOf(file), 0, GETVAL), 0);
-    }
+    NNamedMutex second(name.c_str());
     EXPECT_EQ(semctl(semaphoreOf(file), 0, GETVAL), 0);
 }
 
