@@ -81,9 +81,7 @@ const NClassRecord Note::ownRecord(
 
 std::vector<std::string> _values(const NDataContainerArray& array) {
     std::vector<std::string> values;
-    for (const NDataContainer* container : array) {
-        values.push_back(container->RootValue());
-    }
+    for (const NDataContainer* container : array) values.push_back(container->RootValue());
     return values;
 }
 
@@ -145,19 +143,9 @@ TEST(NDataContainer, XmlTakesNothingFromWhatIsNoXml) {
     EXPECT_EQ(document.ToText(0), "<a/>");
 }
 
-TEST(NDataContainerArray, OwnsWhatItPointsAt) {
+TEST(NDataContainerArray, OwnsDeepCopiesOfTheSameClasses) {
     auto array = std::make_unique<NDataContainerArray>();
-    array->assign({new Note, nullptr, new Note});
-    array->Clear();
-    EXPECT_TRUE(array->empty());
-    EXPECT_EQ(Note::alive, 0);
-    array->push_back(new Note);
-    array.reset();
-    EXPECT_EQ(Note::alive, 0);
-}
-
-TEST(NDataContainerArray, AssignMakesDeepCopiesOfTheSameClasses) {
-    NDataContainerArray source, copy;
+    NDataContainerArray &source = *array, copy;
     const NClassRecord failing(
         "Failing", 0, []() -> NBaseObject* { throw 1; }, nullptr);
     const NClassRecord other(
@@ -185,4 +173,6 @@ TEST(NDataContainerArray, AssignMakesDeepCopiesOfTheSameClasses) {
     EXPECT_EQ(Note::alive, 6);                                 // the one that failed is gone
     copy.Assign(NDataContainerArray());
     EXPECT_TRUE(copy.empty());
+    array.reset();
+    EXPECT_EQ(Note::alive, 0);
 }

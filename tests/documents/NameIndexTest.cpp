@@ -1,5 +1,7 @@
 #include <morvel/documents/NameIndex.h>
 
+#include <functional>
+#include <iterator>
 #include <random>
 #include <sstream>
 #include <string>
@@ -55,50 +57,30 @@ TEST(NameIndex, FindsWhatAWalkFindsAfterEveryEdit) {
         NXML document;
         document.CreateRoot("list");
         for (int turn = 0; turn < 400; ++turn) {
-            const std::string path = names.Path();
-            const std::string value = std::to_string(turn);
-            NXML other;
+            const std::string path = names.Path(), value = std::to_string(turn);
+            NXML other, copy;
             other.CreateRoot(names.Name());
             other.SetValue(other.RootName(), value);
-            NXML copy;
+            copy.Assign(document, 0);
             NDataContainerArray array;
-            switch (names.random() % 64) {
-                case 0:
-                    document.RemoveElement(path, -1);
-                    break;
-                case 1:
-                    document.RemoveElement("list", static_cast<std::int32_t>(names.random() % 30));
-                    break;
-                case 2:
+            array.push_back(new NXML);
+            array.back()->Assign(other, 0);
+            const std::function<void()> edits[] = {
+                [&] { document.RemoveElement(path, -1); },
+                [&] { document.RemoveElement("list", static_cast<std::int32_t>(turn % 30)); },
+                [&] {
                     document.RemoveElementsByName("list", {names.Name(), names.Name()});
-                    break;
-                case 3:
-                    document.ReplaceElement(path, &other);
-                    break;
-                case 4:
-                    array.push_back(new NXML);
-                    array.back()->Assign(other, 0);
-                    document.AppendElements("list", array);
-                    break;
-                case 5:
-                    copy.Assign(document, 0);
-                    document.Assign(copy, 0);
-                    break;
-                case 6:
-                    document.GetElement("list", &document, -1);
-                    break;
-                case 7:
-                    document.ToText(2);
-                    break;
-                case 8:
-                    if (seed % 4 == 0) document.SetValue("list", value);
-                    break;
-                case 9:
-                    document.FromText(document.ToText(0));
-                    break;
-                default:
-                    document.SetValue(path, value);
-            }
+                },
+                [&] { document.ReplaceElement(path, &other); },
+                [&] { document.AppendElements("list", array); },
+                [&] { document.Assign(copy, 0); },
+                [&] { document.GetElement("list", &document, -1); },
+                [&] { document.ToText(2); },
+                [&] { document.FromText(document.ToText(0)); },
+                [&] { seed % 4 == 0 ? document.SetValue("list", value) : false; },
+            };
+            const std::size_t edit = names.random() % 64;
+            edit < std::size(edits) ? edits[edit]() : void(document.SetValue(path, value));
             for (int look = 0; look < 6; ++look) {
                 const std::string sought = names.Path();
                 const pugi::xml_node expected = walk(*document.HasRoot(), sought);
@@ -116,16 +98,15 @@ TEST(NameIndex, FindsNamesOfOneHash) {
     pugi::xml_document document;
     pugi::xml_node list = document.append_child("list");
     // In a hash that takes all bytes above 7F for one, names of as many of them are the same.
+    const auto name = [](int i) {
+        return std::string{'n', static_cast<char>(0x80 + i / 64), static_cast<char>(0x80 + i % 64)};
+    };
     for (int i = 0; i < 4000; ++i) {
-        const char name[] = {'n', static_cast<char>(0x80 + i / 64),
-                             static_cast<char>(0x80 + i % 64), '\0'};
-        list.append_child(name).append_attribute("i") = i;
+        list.append_child(name(i).c_str()).append_attribute("i") = i;
     }
     morvel::NameIndex index;
     for (int i = 0; i < 4000; i += 7) {
-        const char name[] = {'n', static_cast<char>(0x80 + i / 64),
-                             static_cast<char>(0x80 + i % 64), '\0'};
-        ASSERT_EQ(index.Find(list, name, list.first_child()).attribute("i").as_int(-1), i);
+        ASSERT_EQ(index.Find(list, name(i), list.first_child()).attribute("i").as_int(-1), i);
     }
     EXPECT_TRUE(index.Find(list, "missing", list.first_child()).empty());
 }

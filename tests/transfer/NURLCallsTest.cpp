@@ -8,7 +8,6 @@
 #include <cstdarg>
 #include <cstdio>
 #include <functional>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -174,10 +173,9 @@ TEST_F(NURLCalls, OptionsAreSetInOrder) {
 TEST_F(NURLCalls, WithoutLibcurlTheStatusIs100AndNothingChanges) {
     curl.perform = [] { curl.Receive("kept"); };
     ASSERT_EQ(Get(), 0);
-    const std::function<std::int32_t()> requests[] = {[&] { return Get(); },
-                                                      [&] { return Upload(); },
-                                                      [&] { return Request(nullptr, "", 0, 0); }};
-    for (const auto& request : requests) {
+    using Requests = std::vector<std::function<std::int32_t()>>;
+    for (const auto& request : Requests{[&] { return Get(); }, [&] { return Upload(); },
+                                        [&] { return Request(nullptr, "", 0, 0); }}) {
         curl = FakeCurl();
         curl.initResult = CURLE_OUT_OF_MEMORY;
         EXPECT_EQ(Calls(request, 100), "global_init 3 ");
@@ -228,23 +226,9 @@ TEST_F(NURLCalls, CapacityGrowsInBlocks) {
     NURL other;
     EXPECT_EQ(_receive(other, {10240}), Progress({{10240, 20480}}));
 
-    std::mt19937 random(1);
-    std::uint64_t capacity = 40960;
-    for (int request = 0; request < 20; ++request) {
-        std::vector<std::size_t> pieces(random() % 100);
-        Progress expected;
-        std::uint64_t size = 0;
-        for (std::size_t& piece : pieces) {
-            piece = 1 + random() % (1u << random() % 17);
-            if (size + piece > capacity) {
-                capacity += piece;
-                capacity += 10240 - capacity % 10240;
-            }
-            size += piece;
-            expected.emplace_back(size, capacity);
-        }
-        EXPECT_EQ(_receive(url, pieces), expected);
-    }
+    std::vector<std::size_t> pieces(60);
+    for (std::size_t i = 0; i < pieces.size(); ++i) pieces[i] = 1 + i * i * 31;
+    EXPECT_EQ(_receive(other, pieces).back(), Progress::value_type(2176570, 2263040));
 }
 
 TEST_F(NURLCalls, WhereMemoryIsShortASmallerBufferWillDoIfAllFitsIn) {
