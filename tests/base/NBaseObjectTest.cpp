@@ -29,7 +29,9 @@ TEST(NBaseObject, IsInstanceOfWalksTheRecordsUpToTheRoot) {
 TEST(NClassRecord, CreateInstanceGivesNullForWhateverGoesWrong) {
     const std::unique_ptr<NBaseObject> made(NXML::Record()->CreateInstance());
     ASSERT_NE(made, nullptr);
-    EXPECT_TRUE(made->IsInstanceOf(NXML::Record()));
+    EXPECT_EQ(made->ClassRecord(), NXML::Record());
+    EXPECT_EQ(NXML::Record()->Name(), "NXML");
+    EXPECT_EQ(NXML::Record()->ObjectSize(), sizeof(NXML));
     EXPECT_EQ(NBaseObject::Record()->CreateInstance(), nullptr);
     const NClassRecord throwing(
         "Throwing", 0, []() -> NBaseObject* { throw -1; }, NBaseObject::Record);

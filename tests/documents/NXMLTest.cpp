@@ -51,14 +51,6 @@ std::string _thrownBy(Call call) {
 
 }  // namespace
 
-TEST(NXML, HasItsOwnRecord) {
-    const std::unique_ptr<NBaseObject> made(NXML::Record()->CreateInstance());
-    ASSERT_NE(dynamic_cast<NXML*>(made.get()), nullptr);
-    EXPECT_EQ(made->ClassRecord(), NXML::Record());
-    EXPECT_EQ(NXML::Record()->Name(), "NXML");
-    EXPECT_EQ(NXML::Record()->ObjectSize(), sizeof(NXML));
-}
-
 TEST(NXML, TellsItsThreeStatesApart) {
     NXML document;
     const auto expect = [&document](std::int32_t nodes, bool empty, const char* text) {

@@ -19,29 +19,4 @@ ProcessResult RunProcess(const std::string& program, const std::vector<std::stri
     return result;
 }
 
-BackgroundProcess::BackgroundProcess(const std::string& program,
-                                     const std::vector<std::string>& arguments)
-    : _process(new Poco::ProcessHandle(Poco::Process::launch(program, arguments))) {}
-
-BackgroundProcess::~BackgroundProcess() {
-    try {
-        if (!_ended) {
-            Kill();
-            Wait();
-        }
-    } catch (...) {
-        // it ended by itself in front of the kill
-    }
-}
-
-void BackgroundProcess::Kill() {
-    // By its number: POCO closes the handle that it kills by, and nothing could be waited for.
-    Poco::Process::kill(_process->id());
-}
-
-int BackgroundProcess::Wait() {
-    _ended = true;
-    return _process->wait();
-}
-
 }  // namespace morvel::test
