@@ -13,7 +13,7 @@
 namespace {
 
 using namespace std::string_literals;
-using testing::ElementsAre;
+using namespace testing;
 
 using Bytes = const std::string&;
 

@@ -10,7 +10,7 @@
 namespace {
 
 using namespace std::string_literals;
-using testing::ElementsAre;
+using namespace testing;
 
 class Document : public NXML {
 public:

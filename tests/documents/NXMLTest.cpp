@@ -15,8 +15,8 @@
 namespace {
 
 using namespace std::string_literals;
-using morvel::test::TemporaryFolder;
-using testing::ElementsAre;
+using namespace morvel::test;
+using namespace testing;
 
 const std::string _declaration = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>";
 

@@ -7,10 +7,8 @@
 #include <tests/support/Process.h>
 #include <tests/support/TestServer.h>
 
-using morvel::test::ProcessResult;
-using morvel::test::RunProcess;
-using morvel::test::TestServer;
-using testing::HasSubstr;
+using namespace morvel::test;
+using namespace testing;
 
 namespace {
 
@@ -55,7 +53,7 @@ TEST(Exchange, SaysHowToSwitchTheLogOn) {
 
 TEST(Exchange, EveryFailureEndsWithASentence) {
     TestServer server;
-    const std::string nobody = "http://127.0.0.1:" + std::to_string(morvel::test::FreePort());
+    const std::string nobody = "http://127.0.0.1:" + std::to_string(FreePort());
     const struct {
         const char* why;
         std::string url;

@@ -8,11 +8,8 @@
 #include <tests/support/TemporaryFolder.h>
 #include <tests/support/TestServer.h>
 
-using morvel::test::ProcessResult;
-using morvel::test::RunProcess;
-using morvel::test::TemporaryFolder;
-using morvel::test::TestServer;
-using testing::HasSubstr;
+using namespace morvel::test;
+using namespace testing;
 
 TEST(Fetch, WritesToTheStandardOutputOrToAFile) {
     TestServer server;
@@ -40,7 +37,7 @@ TEST(Fetch, WritesToTheStandardOutputOrToAFile) {
 TEST(Fetch, EveryEndHasItsCodeAndSentence) {
     TestServer server;
     TemporaryFolder folder;
-    const std::string nobody = "http://127.0.0.1:" + std::to_string(morvel::test::FreePort());
+    const std::string nobody = "http://127.0.0.1:" + std::to_string(FreePort());
     const struct {
         std::vector<std::string> arguments;
         int exitCode;
@@ -58,7 +55,7 @@ TEST(Fetch, EveryEndHasItsCodeAndSentence) {
          "cannot be written."},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(testing::PrintToString(row.arguments));
+        SCOPED_TRACE(PrintToString(row.arguments));
         const ProcessResult result = RunProcess(PROGRAM, row.arguments, {{"no_proxy", "*"}});
         EXPECT_EQ(result.exitCode, row.exitCode);
         EXPECT_THAT(result.output, HasSubstr(row.sentence));

@@ -10,9 +10,8 @@
 #include <morvel/morvel.h>
 #include <tests/support/Process.h>
 
-using morvel::test::ProcessResult;
-using morvel::test::RunProcess;
-using testing::HasSubstr;
+using namespace morvel::test;
+using namespace testing;
 
 namespace {
 
@@ -23,7 +22,7 @@ NFile _bookFile() {
     return NFile(path);
 }
 
-class Notebook : public testing::Test {
+class Notebook : public Test {
 protected:
     void SetUp() override {
         if (_bookFile().Exists()) _bookFile().Remove(false);
@@ -58,7 +57,7 @@ TEST_F(Notebook, AddsFindsChangesAndRemoves) {
         {{"list"}, 0, "Zoë Ångström, 456, Malmö\n"},
     };
     for (const auto& step : steps) {
-        SCOPED_TRACE(testing::PrintToString(step.arguments));
+        SCOPED_TRACE(PrintToString(step.arguments));
         const ProcessResult result = RunProcess(PROGRAM, step.arguments);
         EXPECT_EQ(result.exitCode, step.exitCode);
         EXPECT_THAT(Poco::replace(result.output, "\r\n", "\n"), HasSubstr(step.output));

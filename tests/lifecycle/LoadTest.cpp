@@ -13,18 +13,13 @@
 #include <tests/support/Process.h>
 #include <tests/support/TemporaryFolder.h>
 
-using morvel::test::Gap;
-using morvel::test::ProcessResult;
-using morvel::test::ReadLog;
-using morvel::test::RunProcess;
-using morvel::test::TemporaryFolder;
-using morvel::test::WrittenLines;
-using testing::EndsWith;
+using namespace morvel::test;
+using namespace testing;
 
 namespace {
 const bool onWindows = Poco::Path::separator() == '\\';
 
-class Load : public testing::Test {
+class Load : public Test {
 protected:
     Load() { std::filesystem::create_directory(_data.File("data")); }
 

@@ -16,7 +16,7 @@
 
 using morvel::LogAsyncChannel;
 using morvel::LogFileChannel;
-using morvel::test::TemporaryFolder;
+using namespace morvel::test;
 
 namespace {
 Poco::AutoPtr<LogAsyncChannel> Channel(const std::string& path) {

@@ -41,20 +41,18 @@ void LimitFileSize(rlim_t bytes) {
 }  // namespace
 
 TEST(LogFileChannel, RotatesByEachUnitOfSize) {
-    const struct {
-        const char* rotation;
-        std::uintmax_t size;
-    } rows[] = {{"100", 100}, {" 2 K", 2048}, {"1M", 1048576}};
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.rotation);
+    const std::pair<const char*, std::uintmax_t> rows[] = {
+        {"100", 100}, {" 2 K", 2048}, {"1M", 1048576}};
+    for (const auto& [rotation, size] : rows) {
+        SCOPED_TRACE(rotation);
         TemporaryFolder folder;
         const std::string path = folder.Write("r.log", "");
-        Poco::AutoPtr<LogFileChannel> channel = Channel(path, row.rotation);
-        std::filesystem::resize_file(path, row.size - 1);
+        Poco::AutoPtr<LogFileChannel> channel = Channel(path, rotation);
+        std::filesystem::resize_file(path, size - 1);
         channel->WriteLine("old");
         EXPECT_FALSE(folder.Has("r.log.0"));
         channel->WriteLine("new");
-        EXPECT_EQ(std::filesystem::file_size(folder.File("r.log.0")), row.size + 3);
+        EXPECT_EQ(std::filesystem::file_size(folder.File("r.log.0")), size + 3);
         EXPECT_EQ(folder.Read("r.log"), "new\n");
     }
 }
@@ -64,9 +62,7 @@ TEST(LogFileChannel, ComesBackOnALineOfItsOwnWhenThereIsSpace) {
     Poco::AutoPtr<LogFileChannel> channel = Channel(folder.File("r.log"), "10 M");
     channel->WriteLine("0123456789");
     LimitFileSize(15);
-    for (int line = 0; line < 50; ++line) {
-        channel->WriteLine("abcdefghij");
-    }
+    for (int line = 0; line < 50; ++line) channel->WriteLine("abcdefghij");
     EXPECT_EQ(folder.Read("r.log"), "0123456789\nabcd");
     LimitFileSize(RLIM_INFINITY);
     channel->WriteLine("0123456789");
@@ -83,9 +79,7 @@ TEST(LogFileChannel, OutlastsAFullFileSystem) {
     folder.Write("ballast", std::string(32 * 1024, '-'));
     {
         Poco::AutoPtr<LogFileChannel> channel = Channel(folder.File("r.log"), "10 M");
-        for (int line = 0; line < 2000; ++line) {
-            channel->WriteLine(std::string(99, 'x'));
-        }
+        for (int line = 0; line < 2000; ++line) channel->WriteLine(std::string(99, 'x'));
         EXPECT_LE(folder.Read("r.log").size(), 32u * 1024);
         std::filesystem::remove(folder.File("ballast"));
         channel->WriteLine("room again");
@@ -99,9 +93,7 @@ TEST(LogFileChannel, ArchivesNothingOfADeviceThatIsFull) {
     TemporaryFolder folder;
     std::filesystem::create_symlink("/dev/full", folder.File("r.log"));
     Poco::AutoPtr<LogFileChannel> channel = Channel(folder.File("r.log"), "10 M");
-    for (int line = 0; line < 3; ++line) {
-        channel->WriteLine("lost");
-    }
+    for (int line = 0; line < 3; ++line) channel->WriteLine("lost");
     EXPECT_TRUE(std::filesystem::is_symlink(folder.File("r.log")));
     EXPECT_FALSE(folder.Has("r.log.0"));
 }
@@ -131,9 +123,7 @@ TEST(LogFileChannel, GoesOnInTheOldFileWhereItCannotBeArchived) {
     TemporaryFolder folder;
     const std::string name(254, 'r');  // with the number of an archive it is too long
     Poco::AutoPtr<LogFileChannel> channel = Channel(folder.File(name), "2");
-    for (const char* line : {"one", "two", "three"}) {
-        channel->WriteLine(line);
-    }
+    for (const char* line : {"one", "two", "three"}) channel->WriteLine(line);
     EXPECT_EQ(folder.Read(name), "one\ntwo\nthree\n");
 }
 
@@ -146,9 +136,7 @@ TEST(LogFileChannel, RotatesBesideForkedChildrenWithoutLosingAnArchive) {
     channel->WriteLine("parent");
     for (int child = 0; child < Children; ++child) {
         if (fork() == 0) {
-            for (int line = 0; line < Lines; ++line) {
-                channel->WriteLine("child");
-            }
+            for (int line = 0; line < Lines; ++line) channel->WriteLine("child");
             _exit(0);
         }
     }
@@ -160,10 +148,7 @@ TEST(LogFileChannel, RotatesBesideForkedChildrenWithoutLosingAnArchive) {
     std::map<std::string, int> found;
     for (const auto& entry : std::filesystem::directory_iterator(folder.Path())) {
         std::ifstream in(entry.path());
-        for (std::string line; std::getline(in, line);) {
-            ++found[line];
-        }
+        for (std::string line; std::getline(in, line);) ++found[line];
     }
-    const std::map<std::string, int> expected = {{"parent", 1}, {"child", Children * Lines}};
-    EXPECT_EQ(found, expected);
+    EXPECT_EQ(found, (std::map<std::string, int>{{"parent", 1}, {"child", Children * Lines}}));
 }

@@ -9,23 +9,17 @@
 #include <tests/support/TemporaryFolder.h>
 
 using morvel::LogFileChannel;
-using morvel::test::ReadLog;
-using morvel::test::TemporaryFolder;
+using namespace morvel::test;
 
 // A thread that was cut off leaves open whether its line is in the file.
 TEST(LogFileChannel, ALineThatComesAgainIsWrittenOnce) {
     TemporaryFolder folder;
     Poco::AutoPtr<LogFileChannel> channel(new LogFileChannel);
     channel->setProperty("path", folder.File("a.log"));
-    const struct {
-        const char* text;
-        std::uint64_t number;
-    } lines[] = {{"one", 1},          {"one", 1},         {"", 1},
-                 {"two", 2},          {"two", 3},         {"two", 3},
-                 {"of no number", 0}, {"of no number", 0}};
-    for (const auto& line : lines) {
-        channel->WriteLine(line.text, line.number);
-    }
+    const std::pair<const char*, std::uint64_t> lines[] = {
+        {"one", 1},          {"one", 1},         {"", 1}, {"two", 2}, {"two", 3}, {"two", 3},
+        {"of no number", 0}, {"of no number", 0}};
+    for (const auto& [text, number] : lines) channel->WriteLine(text, number);
     EXPECT_EQ(ReadLog(folder.File("a.log")), "one\ntwo\ntwo\nof no number\nof no number\n");
 
     // Cut off on opening the file: where it is written to matters then.

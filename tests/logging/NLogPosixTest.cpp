@@ -12,10 +12,7 @@
 
 #include <tests/logging/LogInForce.h>
 
-using morvel::test::Gap;
-using morvel::test::InLogFolder;
-using morvel::test::WriteLines;
-using morvel::test::WrittenLines;
+using namespace morvel::test;
 
 namespace {
 constexpr int Children = 20;

@@ -19,17 +19,8 @@
 #include <tests/logging/LogInForce.h>
 
 using namespace std::chrono_literals;
-using morvel::test::Gap;
-using morvel::test::InLogFolder;
-using morvel::test::LineOf;
-using morvel::test::ReadLog;
-using morvel::test::WholeLogOf;
-using morvel::test::WithLog;
-using morvel::test::WriteLines;
-using morvel::test::WrittenLines;
-using testing::AnyOf;
-using testing::HasSubstr;
-using testing::StartsWith;
+using namespace morvel::test;
+using namespace testing;
 
 namespace {
 const std::string Stars(53, '*');
@@ -113,22 +104,17 @@ TEST(NLog, SetGivesTheFormerOneAndDeletesNothing) {
 }
 
 TEST(NLog, NamesItsFileByItsName) {
-    const struct {
-        const char* name;
-        const char* file;
-    } rows[] = {{"NLogTest", "NLogTest.log"},  // as the program, which is the name at first
-                {"other.txt", "other.log"},
-                {"caf\xC3\xA9", "caf\xC3\xA9.log"}};
-    for (const auto& row : rows) {
-        const std::filesystem::path file = InLogFolder("") / std::filesystem::u8path(row.file);
+    for (const std::string name : {"NLogTest", "other.txt", "caf\xC3\xA9"}) {
+        const std::filesystem::path file =
+            InLogFolder("") / std::filesystem::u8path(name.substr(0, name.find('.')) + ".log");
         std::filesystem::remove(file);
         {
-            NLog log;
-            if (&row != rows) log.SetName(NString(row.name, EncodingUTF8));
+            NLog log;  // named as the program at first
+            if (name != "NLogTest") log.SetName(NString(name, EncodingUTF8));
             NLog::Set(&log);
             NLog::Information("x");
         }
-        EXPECT_THAT(ReadLog(file), HasSubstr(std::string("* Name: ") + row.name + "\n"));
+        EXPECT_THAT(ReadLog(file), HasSubstr("* Name: " + name + "\n"));
     }
 }
 
@@ -164,13 +150,8 @@ TEST(NLog, ComesAndGoesWhileOtherThreadsLog) {
     std::vector<std::thread> writers;
     for (int writer = 0; writer < 4; ++writer) {
         writers.emplace_back([&, writer] {
-            for (int i = 0; go;) {
-                if (written < due) {
-                    WriteLines(writer, i++, 1);
-                    ++written;
-                } else {
-                    std::this_thread::yield();
-                }
+            for (int i = 0; go; std::this_thread::yield()) {
+                for (; go && written < due; ++written) WriteLines(writer, i++, 1);
             }
         });
     }
@@ -201,22 +182,16 @@ TEST(NLog, ComesAndGoesWhileOtherThreadsLog) {
 }
 
 TEST(NLog, RotatesAtTenMegabytes) {
-    const struct {
-        const char* why;
-        std::uintmax_t missing;
-        std::string added;  // what still goes into the old file
-    } rows[] = {
-        {"exactly full", 0, ""},
-        {"a byte short", 1, Stars + "\n"},
-        {"nearly full behind the first line", 56, Stars + "\n" + Title},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.why);
-        const std::filesystem::path file = AlmostFull(row.missing);
+    // How many bytes are missing, and what still goes into the old file.
+    const std::pair<std::uintmax_t, std::string> rows[] = {
+        {0, ""}, {1, Stars + "\n"}, {56, Stars + "\n" + Title}};
+    for (const auto& [missing, added] : rows) {
+        SCOPED_TRACE(missing);
+        const std::filesystem::path file = AlmostFull(missing);
         WithLog([] { NLog::Information("x"); });
         const std::string archive = ReadLog(file.string() + ".0");
-        ASSERT_GE(archive.size(), 10485760 - row.missing);
-        EXPECT_EQ(archive.substr(10485760 - row.missing), row.added);
+        ASSERT_GE(archive.size(), 10485760 - missing);
+        EXPECT_EQ(archive.substr(10485760 - missing), added);
         EXPECT_THAT(ReadLog(file), HasSubstr("* Name: LogInForce\n"));
         EXPECT_FALSE(std::filesystem::exists(file.string() + ".1"));
     }
@@ -225,17 +200,14 @@ TEST(NLog, RotatesAtTenMegabytes) {
 TEST(NLog, NumbersArchivesAndRemovesThoseOlderThanADay) {
     const std::filesystem::path file = AlmostFull(0);
     const auto now = std::filesystem::file_time_type::clock::now();
-    const struct {
-        std::string name;
-        std::chrono::minutes age;
-    } archives[] = {{file.string() + ".0", 23h + 50min}, {file.string() + ".1", 24h + 10min}};
-    for (const auto& archive : archives) {
-        std::ofstream(archive.name) << archive.age.count();
-        std::filesystem::last_write_time(archive.name, now - archive.age);
-    }
+    const std::string newest = file.string() + ".0", next = file.string() + ".1";
+    std::ofstream(newest) << "a day less ten minutes";
+    std::ofstream(next) << "a day and ten minutes";
+    std::filesystem::last_write_time(newest, now - 23h - 50min);
+    std::filesystem::last_write_time(next, now - 24h - 10min);
     WithLog([] { NLog::Information("x"); });
-    EXPECT_EQ(std::filesystem::file_size(archives[0].name), 10485760u);
-    EXPECT_EQ(ReadLog(archives[1].name), "1430");
+    EXPECT_EQ(std::filesystem::file_size(newest), 10485760u);
+    EXPECT_EQ(ReadLog(next), "a day less ten minutes");
     EXPECT_FALSE(std::filesystem::exists(file.string() + ".2"));
 }
 
