@@ -1,11 +1,16 @@
-// Straight loops in place of POCO's converters, which go through two virtual calls a character.
-// ASCII goes in blocks; the compiler turns the loops over a block into vector code. Covered by
-// ConversionTest, which runs them against POCO.
+// Straight loops in place of POCO's converters, which go through two virtual calls a character, and
+// vector code in place of the loops where the processor has it. Covered by ConversionTest, which
+// runs both against POCO.
 #include <morvel/text/Conversion.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
+
+#include <morvel/platform/processor.h>
+#include <morvel/text/Utf8Blocks.h>
 
 namespace {
 
@@ -47,6 +52,14 @@ void _widen(const unsigned char* p, char* out) {
     std::memcpy(units, p, sizeof units);
     for (std::size_t i = 0; i < Count; ++i) copies[i] = static_cast<To>(units[i]);
     std::memcpy(out, copies, sizeof copies);
+}
+
+bool _isContinuation(unsigned byte) {
+    return (byte & 0xC0) == 0x80;
+}
+
+bool _isSurrogate(unsigned unit) {
+    return (unit & 0xF800) == 0xD800;
 }
 
 // Where a text is read and where the result is written. Handed about by value: what is written
@@ -102,31 +115,6 @@ std::size_t _sum(const unsigned char* p, const unsigned char* end, Weight weight
     return sum;
 }
 
-// A conversion that has got past the ASCII at the head of its text.
-struct Way {
-    Places at;
-    const unsigned char* end;
-    std::size_t length;  // of the whole result; there is room for it and Slack
-};
-
-// `weight` tells how many units of To a unit of From comes to. All-ASCII text is looked at once.
-template <class From, class To, class Weight>
-Way _begin(std::string_view text, std::string* out, Weight weight) {
-    const unsigned char* const begin = _bytes(text);
-    const unsigned char* const end = begin + text.size();
-    Places at{begin, nullptr};
-    std::size_t done = 0;
-    if (text.size() >= Block * sizeof(From) && _isAsciiBlock<From>(begin)) {
-        out->resize(text.size() / sizeof(From) * sizeof(To) + Slack);
-        at = _copyAscii<From, To>({begin, &(*out)[0]}, end);
-        done = static_cast<std::size_t>(at.to - &(*out)[0]);
-    }
-    const std::size_t length = done + sizeof(To) * _sum<From>(at.from, end, weight);
-    out->resize(length + Slack);
-    at.to = &(*out)[done];
-    return {at, end, length};
-}
-
 // Writes one character below U+0800 without asking how long it is: two bytes are always written,
 // the second is overwritten where it isn't needed. REQUIRES: room for both.
 char* _putShort(char* out, unsigned c) {
@@ -136,115 +124,433 @@ char* _putShort(char* out, unsigned c) {
     return out + 1 + two;
 }
 
-bool _latin1ToUtf8(std::string_view text, std::string* out) {
-    const Way way =
-        _begin<unsigned char, char>(text, out, [](unsigned char c) { return 1 + (c >> 7); });
-    const unsigned char* p = way.at.from;
-    char* at = way.at.to;
-    while (p != way.end) {
-        const Places behind = _copyAscii<unsigned char, char>({p, at}, way.end);
-        p = behind.from;
-        at = behind.to;
-        for (bool first = true; p != way.end && (first || *p > 0x7F); first = false) {
-            at = _putShort(at, *p++);
+// Each of these converts from `at.from` to `end` and gives the place behind what is written, or
+// null for a malformed text. REQUIRES: room as for _copyAscii.
+
+char* _latin1ToUtf8(Places at, const unsigned char* end) {
+    while (at.from != end) {
+        at = _copyAscii<unsigned char, char>(at, end);
+        for (bool first = true; at.from != end && (first || *at.from > 0x7F); first = false) {
+            at.to = _putShort(at.to, *at.from++);
         }
     }
-    out->resize(way.length);
-    return true;
+    return at.to;
 }
 
-bool _utf16ToUtf8(std::string_view text, std::string* out) {
-    if (text.size() % 2 != 0) return false;
-    const Way way = _begin<std::uint16_t, char>(text, out, [](std::uint16_t unit) {
-        const bool surrogate = (unit & 0xF800) == 0xD800;  // a pair is four bytes, two for each
-        return 1 + (unit > 0x7F) + ((unit > 0x7FF) & !surrogate);
-    });
-    const unsigned char* const end = way.end;
-    const unsigned char* p = way.at.from;
-    char* at = way.at.to;
-    while (p != end) {
-        const Places behind = _copyAscii<std::uint16_t, char>({p, at}, end);
-        p = behind.from;
-        at = behind.to;
+char* _utf16ToUtf8(Places at, const unsigned char* end) {
+    while (at.from != end) {
+        at = _copyAscii<std::uint16_t, char>(at, end);
+        const unsigned char* p = at.from;
+        char* to = at.to;
         for (bool first = true; p != end; first = false) {
             unsigned c = _load<std::uint16_t>(p);
             if (!first && c < 0x80) break;
             p += 2;
             if (c < 0x800) {
-                at = _putShort(at, c);
+                to = _putShort(to, c);
                 continue;
             }
-            if ((c & 0xF800) == 0xD800) {
-                if (c >= 0xDC00 || p == end) return false;
+            if (_isSurrogate(c)) {
+                if (c >= 0xDC00 || p == end) return nullptr;
                 const unsigned low = _load<std::uint16_t>(p);
-                if ((low & 0xFC00) != 0xDC00) return false;
+                if ((low & 0xFC00) != 0xDC00) return nullptr;
                 p += 2;
                 c = 0x10000 + ((c - 0xD800) << 10) + (low - 0xDC00);
-                *at++ = static_cast<char>(0xF0 | c >> 18);
-                *at++ = static_cast<char>(0x80 | (c >> 12 & 0x3F));
+                *to++ = static_cast<char>(0xF0 | c >> 18);
+                *to++ = static_cast<char>(0x80 | (c >> 12 & 0x3F));
             } else {
-                *at++ = static_cast<char>(0xE0 | c >> 12);
+                *to++ = static_cast<char>(0xE0 | c >> 12);
             }
-            *at++ = static_cast<char>(0x80 | (c >> 6 & 0x3F));
-            *at++ = static_cast<char>(0x80 | (c & 0x3F));
+            *to++ = static_cast<char>(0x80 | (c >> 6 & 0x3F));
+            *to++ = static_cast<char>(0x80 | (c & 0x3F));
         }
+        at = {p, to};
     }
-    out->resize(way.length);
-    return true;
+    return at.to;
 }
 
-bool _isContinuation(unsigned byte) {
-    return (byte & 0xC0) == 0x80;
-}
-
-bool _utf8ToUtf16(std::string_view text, std::string* out) {
-    const Way way = _begin<unsigned char, std::uint16_t>(
-        text, out, [](unsigned char byte) { return ((byte & 0xC0) != 0x80) + (byte >= 0xF0); });
-    const unsigned char* const end = way.end;
-    const unsigned char* p = way.at.from;
-    char* at = way.at.to;
-    while (p != end) {
-        const Places behind = _copyAscii<unsigned char, std::uint16_t>({p, at}, end);
-        p = behind.from;
-        at = behind.to;
+char* _utf8ToUtf16(Places at, const unsigned char* end) {
+    while (at.from != end) {
+        at = _copyAscii<unsigned char, std::uint16_t>(at, end);
+        const unsigned char* p = at.from;
+        char* to = at.to;
         for (bool first = true; p != end; first = false) {
             const unsigned lead = *p;
             if (lead < 0x80) {
                 if (!first) break;
-                _store<std::uint16_t>(at, lead);
-                at += 2;
+                _store<std::uint16_t>(to, lead);
+                to += 2;
                 ++p;
                 continue;
             }
             const std::ptrdiff_t left = end - p;
             if (lead < 0xE0) {
-                if (lead < 0xC2 || left < 2 || !_isContinuation(p[1])) return false;
-                _store<std::uint16_t>(at, (lead & 0x1F) << 6 | (p[1] & 0x3Fu));
-                at += 2;
+                if (lead < 0xC2 || left < 2 || !_isContinuation(p[1])) return nullptr;
+                _store<std::uint16_t>(to, (lead & 0x1F) << 6 | (p[1] & 0x3Fu));
+                to += 2;
                 p += 2;
             } else if (lead < 0xF0) {
-                if (left < 3 || !_isContinuation(p[1]) || !_isContinuation(p[2])) return false;
+                if (left < 3 || !_isContinuation(p[1]) || !_isContinuation(p[2])) return nullptr;
                 const unsigned c = (lead & 0xF) << 12 | (p[1] & 0x3Fu) << 6 | (p[2] & 0x3Fu);
-                if (c < 0x800 || (c & 0xF800) == 0xD800) return false;
-                _store<std::uint16_t>(at, c);
-                at += 2;
+                if (c < 0x800 || _isSurrogate(c)) return nullptr;
+                _store<std::uint16_t>(to, c);
+                to += 2;
                 p += 3;
             } else {
                 if (left < 4 || !_isContinuation(p[1]) || !_isContinuation(p[2]) ||
                     !_isContinuation(p[3])) {
-                    return false;
+                    return nullptr;
                 }
                 const unsigned c = (lead & 0xF) << 18 | (p[1] & 0x3Fu) << 12 | (p[2] & 0x3Fu) << 6 |
                                    (p[3] & 0x3Fu);
-                if (lead > 0xF4 || c < 0x10000 || c > 0x10FFFF) return false;
-                _store<std::uint16_t>(at, 0xD800 + ((c - 0x10000) >> 10));
-                _store<std::uint16_t>(at + 2, 0xDC00 + ((c - 0x10000) & 0x3FF));
-                at += 4;
+                if (lead > 0xF4 || c < 0x10000 || c > 0x10FFFF) return nullptr;
+                _store<std::uint16_t>(to, 0xD800 + ((c - 0x10000) >> 10));
+                _store<std::uint16_t>(to + 2, 0xDC00 + ((c - 0x10000) & 0x3FF));
+                to += 4;
                 p += 4;
             }
         }
+        at = {p, to};
     }
-    out->resize(way.length);
+    return at.to;
+}
+
+// Each of these sets `*length` to the bytes that the result takes: what a well-formed text needs,
+// and at least what is written of another before its fault is met. False for some malformed text.
+
+bool _measureLatin1(const unsigned char* p, const unsigned char* end, std::size_t* length) {
+    *length = _sum<unsigned char>(p, end, [](unsigned char c) { return 1 + (c >> 7); });
+    return true;
+}
+
+bool _measureUtf16(const unsigned char* p, const unsigned char* end, std::size_t* length) {
+    if ((end - p) % 2 != 0) return false;
+    *length = _sum<std::uint16_t>(p, end, [](std::uint16_t unit) {
+        // A pair of surrogates is four bytes, two for each.
+        return 1 + (unit > 0x7F) + ((unit > 0x7FF) & !_isSurrogate(unit));
+    });
+    return true;
+}
+
+bool _measureUtf8(const unsigned char* p, const unsigned char* end, std::size_t* length) {
+    *length = 2 * _sum<unsigned char>(p, end, [](unsigned char byte) {
+                  return !_isContinuation(byte) + (byte >= 0xF0);
+              });
+    return true;
+}
+
+#if MORVEL_HAS_SSE42_CODE
+// The same by vectors of 16 bytes. A block is taken at the same pace whatever stands in it: what
+// each of its places could come to is computed for all of them, and a table then moves together
+// those that there is something at. Surrogates and characters of four bytes are left to the loops
+// above, for the stretch that they stand in, and so is the end of a text.
+
+using morvel::LoadBlock;
+
+// For each set of places out of eight, those in the set, in their order.
+struct Selections {
+    constexpr Selections() : of() {
+        for (unsigned set = 0; set < 256; ++set) {
+            unsigned count = 0;
+            for (unsigned place = 0; place < 8; ++place) {
+                if ((set >> place & 1) != 0) of[set][count++] = static_cast<std::uint8_t>(place);
+            }
+        }
+    }
+    alignas(8) std::uint8_t of[256][8];
+};
+constexpr Selections selections;
+
+MORVEL_SSE42 __m128i _selection(unsigned set) {
+    return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(selections.of[set]));
+}
+
+MORVEL_SSE42 __m128i _bytesOf(unsigned byte) {
+    return _mm_set1_epi8(static_cast<char>(byte));
+}
+
+MORVEL_SSE42 __m128i _unitsOf(unsigned unit) {
+    return _mm_set1_epi16(static_cast<short>(unit));
+}
+
+MORVEL_SSE42 __m128i _bytesFrom(__m128i bytes, unsigned least) {
+    return _mm_cmpeq_epi8(_mm_max_epu8(bytes, _bytesOf(least)), bytes);
+}
+
+MORVEL_SSE42 __m128i _unitsFrom(__m128i units, unsigned least) {
+    return _mm_cmpeq_epi16(_mm_max_epu16(units, _unitsOf(least)), units);
+}
+
+MORVEL_SSE42 __m128i _surrogates(__m128i units) {
+    return _mm_cmpeq_epi16(_mm_and_si128(units, _unitsOf(0xF800)), _unitsOf(0xD800));
+}
+
+MORVEL_SSE42 unsigned _highBits(__m128i bytes) {
+    return static_cast<unsigned>(_mm_movemask_epi8(bytes));
+}
+
+MORVEL_SSE42 std::size_t _count(unsigned set) {
+    return static_cast<std::size_t>(_mm_popcnt_u32(set));
+}
+
+MORVEL_SSE42 void _storeBlock(char* to, __m128i block) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(to), block);
+}
+
+// Writes those of the bytes whose place is in `kept`.
+MORVEL_SSE42 char* _putBytes(char* to, __m128i bytes, unsigned kept) {
+    const __m128i first = _selection(kept & 0xFF);
+    const __m128i second = _mm_or_si128(_selection(kept >> 8), _bytesOf(8));
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(to), _mm_shuffle_epi8(bytes, first));
+    to += _count(kept & 0xFF);
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(to), _mm_shuffle_epi8(bytes, second));
+    return to + _count(kept >> 8);
+}
+
+// Writes eight characters below U+0800.
+MORVEL_SSE42 char* _putShorts(char* to, __m128i units) {
+    const __m128i two = _unitsFrom(units, 0x80);
+    const __m128i first = _mm_or_si128(_mm_srli_epi16(units, 6), _unitsOf(0xC0));
+    const __m128i last = _mm_slli_epi16(_mm_and_si128(units, _unitsOf(0x3F)), 8);
+    const __m128i both = _mm_or_si128(_mm_or_si128(first, last), _unitsOf(0x8000));
+    return _putBytes(to, _mm_blendv_epi8(units, both, two),
+                     _highBits(_mm_or_si128(two, _unitsOf(0x00FF))));
+}
+
+// Writes eight characters, none of them a surrogate.
+MORVEL_SSE42 char* _putUnits(char* to, __m128i units) {
+    const __m128i two = _unitsFrom(units, 0x80), three = _unitsFrom(units, 0x800);
+    const __m128i continuation = _unitsOf(0x80), bits = _unitsOf(0x3F);
+    const __m128i upper = _mm_srli_epi16(units, 6);
+    // What may be three bytes, in the upper half of one unit and in both halves of another.
+    const __m128i first =
+        _mm_or_si128(_mm_and_si128(_mm_srli_epi16(units, 4), _unitsOf(0x0F00)), _unitsOf(0xE000));
+    const __m128i second =
+        _mm_blendv_epi8(_mm_or_si128(upper, _unitsOf(0xC0)),
+                        _mm_or_si128(_mm_and_si128(upper, bits), continuation), three);
+    const __m128i last =
+        _mm_blendv_epi8(units, _mm_or_si128(_mm_and_si128(units, bits), continuation), two);
+    const __m128i rest = _mm_or_si128(second, _mm_slli_epi16(last, 8));
+    const __m128i keptFirst = _mm_and_si128(three, _unitsOf(0xFF00));
+    const __m128i keptRest = _mm_or_si128(two, _unitsOf(0xFF00));
+    to = _putBytes(to, _mm_unpacklo_epi16(first, rest),
+                   _highBits(_mm_unpacklo_epi16(keptFirst, keptRest)));
+    return _putBytes(to, _mm_unpackhi_epi16(first, rest),
+                     _highBits(_mm_unpackhi_epi16(keptFirst, keptRest)));
+}
+
+// Writes the characters that begin in the first 16 of 18 bytes, which have one to three bytes each.
+MORVEL_SSE42 char* _putUtf16(char* to, const unsigned char* p) {
+    const __m128i first = LoadBlock(p), second = LoadBlock(p + 1), third = LoadBlock(p + 2);
+    // What the last two bytes of a character come to, and what the first of three adds to that.
+    const __m128i three = _bytesFrom(first, 0xE0);
+    const __m128i upper = _mm_blendv_epi8(first, second, three);
+    const __m128i lower = _mm_blendv_epi8(second, third, three);
+    const __m128i low = _mm_or_si128(_mm_and_si128(_mm_slli_epi16(upper, 6), _bytesOf(0xC0)),
+                                     _mm_and_si128(lower, _bytesOf(0x3F)));
+    const __m128i high =
+        _mm_or_si128(_mm_and_si128(_mm_srli_epi16(upper, 2), _bytesOf(0x0F)),
+                     _mm_and_si128(_mm_slli_epi16(first, 4), _mm_and_si128(three, _bytesOf(0xF0))));
+    const __m128i lows = _mm_blendv_epi8(first, low, first);  // by the upper bit of `first`
+    const __m128i highs = _mm_blendv_epi8(_mm_setzero_si128(), high, first);
+
+    const unsigned begins = _highBits(_mm_cmpgt_epi8(first, _bytesOf(0xBF)));
+    __m128i places = _selection(begins & 0xFF);
+    _storeBlock(to,
+                _mm_unpacklo_epi8(_mm_shuffle_epi8(lows, places), _mm_shuffle_epi8(highs, places)));
+    to += 2 * _count(begins & 0xFF);
+    places = _mm_or_si128(_selection(begins >> 8), _bytesOf(8));
+    _storeBlock(to,
+                _mm_unpacklo_epi8(_mm_shuffle_epi8(lows, places), _mm_shuffle_epi8(highs, places)));
+    return to + 2 * _count(begins >> 8);
+}
+
+// Four blocks, which are looked at together: a text is more often one kind for as long as that than
+// it is for a block.
+struct Blocks {
+    MORVEL_SSE42 explicit Blocks(const unsigned char* p)
+        : of{LoadBlock(p), LoadBlock(p + 16), LoadBlock(p + 32), LoadBlock(p + 48)} {}
+    static constexpr std::ptrdiff_t Size = 64;
+    __m128i of[4];
+};
+
+MORVEL_SSE42 __m128i _union(const Blocks& blocks) {
+    return _mm_or_si128(_mm_or_si128(blocks.of[0], blocks.of[1]),
+                        _mm_or_si128(blocks.of[2], blocks.of[3]));
+}
+
+MORVEL_SSE42 bool _measureLatin1ByBlocks(const unsigned char* p, const unsigned char* end,
+                                         std::size_t* length) {
+    std::size_t sum = 0;
+    for (; end - p >= Blocks::Size; p += Blocks::Size) {
+        const Blocks blocks(p);
+        sum += Blocks::Size;
+        if (_highBits(_union(blocks)) == 0) continue;
+        for (const __m128i bytes : blocks.of) sum += _count(_highBits(bytes));
+    }
+    _measureLatin1(p, end, length);
+    *length += sum;
+    return true;
+}
+
+MORVEL_SSE42 char* _latin1ToUtf8ByBlocks(Places at, const unsigned char* end) {
+    for (; end - at.from >= Blocks::Size; at.from += Blocks::Size) {
+        const Blocks blocks(at.from);
+        if (_highBits(_union(blocks)) == 0) {
+            for (const __m128i bytes : blocks.of) {
+                _storeBlock(at.to, bytes);
+                at.to += 16;
+            }
+        } else {
+            for (const __m128i bytes : blocks.of) {
+                at.to = _putShorts(at.to, _mm_cvtepu8_epi16(bytes));
+                at.to = _putShorts(at.to, _mm_unpackhi_epi8(bytes, _mm_setzero_si128()));
+            }
+        }
+    }
+    return _latin1ToUtf8(at, end);
+}
+
+MORVEL_SSE42 bool _measureUtf16ByBlocks(const unsigned char* p, const unsigned char* end,
+                                        std::size_t* length) {
+    std::size_t sum = 0;
+    for (; end - p >= Blocks::Size; p += Blocks::Size) {
+        const Blocks blocks(p);
+        sum += Blocks::Size / 2;
+        if (_mm_testz_si128(_union(blocks), _unitsOf(0xFF80)) != 0) continue;
+        for (const __m128i units : blocks.of) {
+            const __m128i three = _mm_andnot_si128(_surrogates(units), _unitsFrom(units, 0x800));
+            sum += _count(_highBits(_mm_packs_epi16(_unitsFrom(units, 0x80), three)));
+        }
+    }
+    if (!_measureUtf16(p, end, length)) return false;
+    *length += sum;
+    return true;
+}
+
+MORVEL_SSE42 char* _utf16ToUtf8ByBlocks(Places at, const unsigned char* end) {
+    while (end - at.from >= Blocks::Size) {
+        const Blocks blocks(at.from);
+        const __m128i all = _union(blocks);
+        if (_mm_testz_si128(all, _unitsOf(0xFF80)) != 0) {
+            _storeBlock(at.to, _mm_packus_epi16(blocks.of[0], blocks.of[1]));
+            _storeBlock(at.to + 16, _mm_packus_epi16(blocks.of[2], blocks.of[3]));
+            at.to += Blocks::Size / 2;
+        } else if (_mm_testz_si128(all, _unitsOf(0xF800)) != 0) {
+            for (const __m128i units : blocks.of) at.to = _putShorts(at.to, units);
+        } else {
+            __m128i surrogates = _mm_setzero_si128();
+            for (const __m128i units : blocks.of) {
+                surrogates = _mm_or_si128(surrogates, _surrogates(units));
+            }
+            if (_highBits(surrogates) != 0) {
+                const unsigned char* stretch = at.from + Blocks::Size / 2;
+                // A pair is not to be parted.
+                if ((_load<std::uint16_t>(stretch - 2) & 0xFC00) == 0xD800) stretch += 2;
+                at.to = _utf16ToUtf8(at, stretch);
+                if (at.to == nullptr) return nullptr;
+                at.from = stretch;
+                continue;
+            }
+            for (const __m128i units : blocks.of) at.to = _putUnits(at.to, units);
+        }
+        at.from += Blocks::Size;
+    }
+    return _utf16ToUtf8(at, end);
+}
+
+// False for all malformed text.
+MORVEL_SSE42 bool _measureUtf8ByBlocks(const unsigned char* p, const unsigned char* end,
+                                       std::size_t* length) {
+    morvel::Utf8Check check;
+    std::size_t units = 0;
+    for (; end - p >= Blocks::Size; p += Blocks::Size) {
+        const Blocks blocks(p);
+        if (_highBits(_union(blocks)) == 0) {
+            check.TakeAscii();
+            units += Blocks::Size;
+            continue;
+        }
+        for (const __m128i bytes : blocks.of) {
+            check.Take(bytes);
+            units += _count(_highBits(_mm_cmpgt_epi8(bytes, _bytesOf(0xBF)))) +
+                     _count(_highBits(_bytesFrom(bytes, 0xF0)));
+        }
+    }
+    _measureUtf8(p, end, length);
+    *length += 2 * units;
+    for (; end - p >= 16; p += 16) check.Take(LoadBlock(p));
+    check.Take(morvel::LoadPartOfBlock(p, static_cast<std::size_t>(end - p)));
+    return check.Holds();
+}
+
+// REQUIRES: the text is well formed.
+MORVEL_SSE42 char* _utf8ToUtf16ByBlocks(Places at, const unsigned char* end) {
+    while (end - at.from >= Blocks::Size + 2) {
+        const Blocks blocks(at.from);
+        if (_highBits(_union(blocks)) == 0) {
+            for (const __m128i bytes : blocks.of) {
+                _storeBlock(at.to, _mm_cvtepu8_epi16(bytes));
+                _storeBlock(at.to + 16, _mm_unpackhi_epi8(bytes, _mm_setzero_si128()));
+                at.to += 32;
+            }
+        } else if (_highBits(_bytesFrom(_mm_max_epu8(_mm_max_epu8(blocks.of[0], blocks.of[1]),
+                                                     _mm_max_epu8(blocks.of[2], blocks.of[3])),
+                                        0xF0)) == 0) {
+            for (std::ptrdiff_t block = 0; block < Blocks::Size; block += 16) {
+                at.to = _putUtf16(at.to, at.from + block);
+            }
+        } else {
+            const unsigned char* stretch = at.from + Blocks::Size / 2;
+            while (_isContinuation(*stretch)) ++stretch;
+            // What stands here of a character that began in front of it is written already.
+            while (_isContinuation(*at.from)) ++at.from;
+            at.to = _utf8ToUtf16(at, stretch);
+            at.from = stretch;
+            continue;
+        }
+        at.from += Blocks::Size;
+    }
+    while (at.from != end && _isContinuation(*at.from)) ++at.from;
+    return _utf8ToUtf16(at, end);
+}
+#endif
+
+// How one of the conversions is done. Either function may find that the text is malformed.
+struct Way {
+    NStringEncoding from, to;
+    bool (*measure)(const unsigned char* p, const unsigned char* end, std::size_t* length);
+    char* (*convert)(Places at, const unsigned char* end);
+};
+
+constexpr Way portableWays[] = {
+    {EncodingLatin1, EncodingUTF8, _measureLatin1, _latin1ToUtf8},
+    {EncodingUTF16, EncodingUTF8, _measureUtf16, _utf16ToUtf8},
+    {EncodingUTF8, EncodingUTF16, _measureUtf8, _utf8ToUtf16},
+};
+
+#if MORVEL_HAS_SSE42_CODE
+constexpr Way waysByBlocks[] = {
+    {EncodingLatin1, EncodingUTF8, _measureLatin1ByBlocks, _latin1ToUtf8ByBlocks},
+    {EncodingUTF16, EncodingUTF8, _measureUtf16ByBlocks, _utf16ToUtf8ByBlocks},
+    {EncodingUTF8, EncodingUTF16, _measureUtf8ByBlocks, _utf8ToUtf16ByBlocks},
+};
+#endif
+
+template <std::size_t Count>
+bool _convert(const Way (&ways)[Count], std::string_view text, NStringEncoding from,
+              NStringEncoding to, std::string* out) {
+    const auto way = std::find_if(std::begin(ways), std::end(ways), [&](const Way& candidate) {
+        return candidate.from == from && candidate.to == to;
+    });
+    if (way == std::end(ways)) return false;
+    const unsigned char* const begin = _bytes(text);
+    const unsigned char* const end = begin + text.size();
+    std::size_t length = 0;
+    if (!way->measure(begin, end, &length)) return false;
+    out->resize(length + Slack);
+    if (way->convert({begin, &(*out)[0]}, end) == nullptr) return false;
+    out->resize(length);
     return true;
 }
 
@@ -252,8 +558,15 @@ bool _utf8ToUtf16(std::string_view text, std::string* out) {
 
 bool morvel::ConvertWellFormed(std::string_view text, NStringEncoding from, NStringEncoding to,
                                std::string* out) {
-    if (from == EncodingLatin1 && to == EncodingUTF8) return _latin1ToUtf8(text, out);
-    if (from == EncodingUTF16 && to == EncodingUTF8) return _utf16ToUtf8(text, out);
-    if (from == EncodingUTF8 && to == EncodingUTF16) return _utf8ToUtf16(text, out);
-    return false;
+#if MORVEL_HAS_SSE42_CODE
+    if (text.size() >= Blocks::Size && platform::HasSse42()) {
+        return _convert(waysByBlocks, text, from, to, out);
+    }
+#endif
+    return ConvertPortably(text, from, to, out);
+}
+
+bool morvel::ConvertPortably(std::string_view text, NStringEncoding from, NStringEncoding to,
+                             std::string* out) {
+    return _convert(portableWays, text, from, to, out);
 }

@@ -15,4 +15,8 @@ namespace morvel {
 bool ConvertWellFormed(std::string_view text, NStringEncoding from, NStringEncoding to,
                        std::string* out);
 
+/// The same without vector code.
+bool ConvertPortably(std::string_view text, NStringEncoding from, NStringEncoding to,
+                     std::string* out);
+
 }  // namespace morvel

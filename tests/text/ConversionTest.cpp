@@ -9,6 +9,7 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -32,14 +33,22 @@ const struct {
 } ways[] = {
     {EncodingLatin1, EncodingUTF8}, {EncodingUTF8, EncodingUTF16}, {EncodingUTF16, EncodingUTF8}};
 
-// The quick way may refuse a text, but not one that is well formed; what it gives is POCO's.
-void expectAsByPoco(const std::string& text) {
-    std::string quick = "left from the last conversion";
+// The quick way may refuse a text, but not one that is well formed; what it gives is POCO's. With
+// vector code it is the same as without.
+void expectAsByPoco(const std::string& bytes) {
+    // Ends where its block of memory does, so that the sanitizer sees any byte read behind it.
+    const std::vector<char> exact(bytes.begin(), bytes.end());
+    const std::string_view text(exact.data(), exact.size());
     for (const auto& way : ways) {
+        SCOPED_TRACE(testing::Message() << way.from << " to " << way.to);
         int errors = 0;
-        const std::string expected = byPoco(text, way.from, way.to, &errors);
-        if (morvel::ConvertWellFormed(text, way.from, way.to, &quick)) {
-            ASSERT_EQ(quick, expected) << way.from << " to " << way.to;
+        const std::string expected = byPoco(bytes, way.from, way.to, &errors);
+        std::string quick, portable = "left from the last conversion";
+        const bool taken = morvel::ConvertWellFormed(text, way.from, way.to, &quick);
+        ASSERT_EQ(morvel::ConvertPortably(text, way.from, way.to, &portable), taken);
+        if (taken) {
+            ASSERT_EQ(quick, expected);
+            ASSERT_EQ(portable, expected);
             ASSERT_EQ(errors, 0) << "what is malformed is left to POCO";
         } else if (way.from == EncodingLatin1) {
             FAIL() << "there is no malformed Latin-1";
@@ -54,15 +63,51 @@ std::string utf8(char32_t c) {
     return std::string(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(count));
 }
 
+// Whole characters of each length, and what lies beside the borders.
+const std::vector<std::string> whole = {"a",
+                                        "plain text ",
+                                        std::string(33, 'x'),
+                                        std::string(1, '\0'),
+                                        "\x7F",
+                                        "\xC2\x80",
+                                        "\xC3\xA9",
+                                        "\xDF\xBF",
+                                        "\xE0\xA0\x80",
+                                        "\xE2\x82\xAC",
+                                        "\xED\x9F\xBF",
+                                        "\xEE\x80\x80",
+                                        "\xEF\xBB\xBF",
+                                        "\xEF\xBF\xBF",
+                                        "\xF0\x90\x80\x80",
+                                        "\xF4\x8F\xBF\xBF"};
+const std::vector<std::string> broken = {"\x80",
+                                         "\xBF",
+                                         "\xC0",
+                                         "\xC1\xBF",
+                                         "\xC2",
+                                         "\xE0\x80\x80",
+                                         "\xE0\x9F\xBF",
+                                         "\xE2\x82",
+                                         "\xE2\x82" + std::string(64, 'x') + "\xAC",
+                                         "\xED\xA0\x80",
+                                         "\xF0\x8F\xBF\xBF",
+                                         "\xF0\x9F\x98",
+                                         "\xF4\x90\x80\x80",
+                                         "\xF5\x80\x80\x80",
+                                         "\xFF",
+                                         "\x3D\xD8\x00\xDE",
+                                         "\x3D\xD8",
+                                         std::string("\x00\xDE", 2)};
+
 }  // namespace
 
 // Each alone, in front of and behind ASCII of all lengths that a block is looked at in.
 TEST(Conversion, TakesEveryCodePointThereAndBack) {
-    const std::string ascii(40, 'a');
+    const std::string ascii(70, 'a');
     std::string wide, back;
     for (char32_t c = 0; c <= 0x10FFFF; c += c < 0x3000 ? 1 : 7) {
         if (c >= 0xD800 && c <= 0xDFFF) continue;
-        const std::size_t around = c % 41;
+        const std::size_t around = c % 71;
         const std::string text = ascii.substr(0, around) + utf8(c) + ascii.substr(around);
         int errors = 0;
         ASSERT_TRUE(morvel::ConvertWellFormed(text, EncodingUTF8, EncodingUTF16, &wide)) << c;
@@ -72,48 +117,44 @@ TEST(Conversion, TakesEveryCodePointThereAndBack) {
     }
 }
 
-TEST(Conversion, GivesWhatPocoGivesOrNothing) {
-    // Whole characters of each length, their pieces, and what lies beside the borders.
-    const std::vector<std::string> pieces = {"a",
-                                             "plain text ",
-                                             std::string(33, 'x'),
-                                             std::string(1, '\0'),
-                                             "\x7F",
-                                             "\x80",
-                                             "\xBF",
-                                             "\xC0",
-                                             "\xC1\xBF",
-                                             "\xC2",
-                                             "\xC3\xA9",
-                                             "\xDF\xBF",
-                                             "\xE0\x80\x80",
-                                             "\xE0\xA0\x80",
-                                             "\xE2\x82",
-                                             "\xE2\x82\xAC",
-                                             "\xED\x9F\xBF",
-                                             "\xED\xA0\x80",
-                                             "\xEE\x80\x80",
-                                             "\xEF\xBB\xBF",
-                                             "\xEF\xBF\xBF",
-                                             "\xF0\x8F\xBF\xBF",
-                                             "\xF0\x90\x80\x80",
-                                             "\xF0\x9F\x98",
-                                             "\xF4\x8F\xBF\xBF",
-                                             "\xF4\x90\x80\x80",
-                                             "\xF5",
-                                             "\xFF",
-                                             "\x3D\xD8\x00\xDE",
-                                             "\x3D\xD8",
-                                             "\x00\xDE",
-                                             std::string("w\0i\0d\0e\0", 8),
-                                             std::string("\xE9\0", 2)};
+// At every place of the blocks that are looked at together, among characters of each length.
+TEST(Conversion, GivesWhatPocoGivesOrNothingAtEveryPlaceOfABlock) {
+    const std::string fillers[] = {"a",
+                                   "\xC3\xA9",
+                                   "\xE6\xBC\xA2",
+                                   "\xF0\x9F\x98\x80",
+                                   std::string("w\0", 2),
+                                   std::string("\x3D\xD8\x00\xDE", 4)};
+    for (const std::string& filler : fillers) {
+        for (std::string front; front.size() < 70; front += filler) {
+            for (const auto* pieces : {&whole, &broken}) {
+                for (const std::string& piece : *pieces) {
+                    std::string text = front + piece;
+                    while (text.size() < 200) text += filler;
+                    expectAsByPoco(text);
+                    if (HasFatalFailure()) return;
+                }
+            }
+        }
+    }
+}
+
+TEST(Conversion, GivesWhatPocoGivesOrNothingForAnyMixture) {
     std::mt19937 engine(1);
-    for (int turn = 0; turn < 40000; ++turn) {
+    const auto any = [&](const std::vector<std::string>& pieces) {
+        return pieces[engine() % pieces.size()];
+    };
+    for (int turn = 0; turn < 20000; ++turn) {
+        const unsigned oneIn = 1u << engine() % 8;
         std::string text;
-        for (unsigned count = engine() % 12; count > 0; --count) {
-            text += pieces[engine() % pieces.size()];
+        for (unsigned count = engine() % 60; count > 0; --count) {
+            text += engine() % 128 < oneIn ? any(broken) : any(whole);
         }
         expectAsByPoco(text);
+        int errors = 0;
+        std::string wide = byPoco(text, EncodingUTF8, EncodingUTF16, &errors);
+        if (turn % 2 != 0 && !wide.empty()) wide.erase(engine() % wide.size() & ~std::size_t{1}, 2);
+        expectAsByPoco(wide);
         if (HasFatalFailure()) return;
     }
     for (int turn = 0; turn < 40000; ++turn) {
