@@ -6,6 +6,7 @@
 #include <random>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 
 #include <Poco/Exception.h>
 #include <Poco/NumberFormatter.h>
@@ -82,13 +83,9 @@ TEST(NStringNumbers, WritersReplaceTheText) {
 }
 
 TEST(NStringNumbers, PlainReadersGiveTheNumberOrZero) {
-    const struct {
-        const char* text;
-        std::int32_t toInt;
-        std::uint32_t toUInt, hexValue;
-        unsigned long long toUInt64;
-        double toDouble;
-    } rows[] = {
+    using Row = std::tuple<const char*, std::int32_t, std::uint32_t, std::uint32_t,
+                           unsigned long long, double>;
+    const Row rows[] = {
         {"-5", -5, 0, 0, 0, -5},
         {"1,234,567", 1234567, 1234567, 0, 1234567, 1234567},
         {"", 0, 0, 0, 0, 0},
@@ -107,17 +104,17 @@ TEST(NStringNumbers, PlainReadersGiveTheNumberOrZero) {
         {"1e400", 0, 0, 0x1E400, 0, 0},
         {"inf", 0, 0, 0, 0, 0},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.text);
-        const NString text = _text(row.text);
-        EXPECT_EQ(text.ToInt(), row.toInt);
-        EXPECT_EQ(NString::ParseInt(row.text), row.toInt);
-        EXPECT_EQ(text.ToUInt(), row.toUInt);
-        EXPECT_EQ(text.HexValue(), row.hexValue);
-        EXPECT_EQ(text.ToUInt64(), row.toUInt64);
-        EXPECT_EQ(text.ToSize(), row.toUInt64);
-        EXPECT_EQ(text.ToDouble(), row.toDouble);
-        EXPECT_EQ(text.ToFloat(), static_cast<float>(row.toDouble));
+    for (const auto& [bytes, toInt, toUInt, hexValue, toUInt64, toDouble] : rows) {
+        SCOPED_TRACE(bytes);
+        const NString text = _text(bytes);
+        EXPECT_EQ(text.ToInt(), toInt);
+        EXPECT_EQ(NString::ParseInt(bytes), toInt);
+        EXPECT_EQ(text.ToUInt(), toUInt);
+        EXPECT_EQ(text.HexValue(), hexValue);
+        EXPECT_EQ(text.ToUInt64(), toUInt64);
+        EXPECT_EQ(text.ToSize(), toUInt64);
+        EXPECT_EQ(text.ToDouble(), toDouble);
+        EXPECT_EQ(text.ToFloat(), static_cast<float>(toDouble));
     }
     EXPECT_EQ(_text("-1e39").ToFloat(), -HUGE_VALF) << "a double out of float's range";
 }

@@ -1,6 +1,7 @@
 #include <morvel/text/NString.h>
 
 #include <string>
+#include <tuple>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -33,12 +34,7 @@ void expectNarrow(const NString& text, const std::string& data, NStringEncoding 
 TEST(NString, ConstructionReadsTheMark) {
     expectNarrow(NString(), "", Sys);
     expectNarrow(NString(static_cast<const char*>(nullptr)), "", Sys);
-    const struct {
-        const char* why;
-        std::string text;
-        NStringEncoding tag;
-        std::string whole, upToNul;
-    } rows[] = {
+    const std::tuple<const char*, std::string, NStringEncoding, std::string, std::string> rows[] = {
         {"no mark", Decomposed, Sys, Decomposed, Decomposed},
         {"UTF-8", Mark + Decomposed, Utf8, Composed, Composed},
         {"mark alone", Mark, Utf8, "", ""},
@@ -50,34 +46,31 @@ TEST(NString, ConstructionReadsTheMark) {
         {"the mark FE FF is text", "\xFE\xFFz", Sys, "\xFE\xFFz", "\xFE\xFFz"},
         {"UTF-16", "\xFF\xFEz\0\0\0"s, Utf16, "z\0\0\0"s, "z"},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.why);
-        expectNarrow(NString(row.text), row.whole, row.tag);
-        expectNarrow(NString(Counted(row.text).data()), row.upToNul, row.tag);
-        const bool becomesUtf8 = row.tag == Utf16;  // from a pointer: see the wide text below
-        if (!becomesUtf8) expectNarrow(NString(row.text.c_str()), row.upToNul, row.tag);
+    for (const auto& [why, text, tag, whole, upToNul] : rows) {
+        SCOPED_TRACE(why);
+        expectNarrow(NString(text), whole, tag);
+        expectNarrow(NString(Counted(text).data()), upToNul, tag);
+        const bool becomesUtf8 = tag == Utf16;  // from a pointer: see the wide text below
+        if (!becomesUtf8) expectNarrow(NString(text.c_str()), upToNul, tag);
     }
 }
 
 // A mark wins over the encoding that is given with a byte string, and with nothing else.
 TEST(NString, ConstructionUnderAnEncoding) {
-    const struct {
-        const char* why;
-        std::string text;
-        NStringEncoding given, tag;
-        std::string whole, upToNul;
-    } rows[] = {
+    using Row = std::tuple<const char*, std::string, NStringEncoding, NStringEncoding, std::string,
+                           std::string>;
+    const Row rows[] = {
         {"UTF-8 comes out composed", Decomposed, Utf8, Utf8, Composed, Composed},
         {"UTF-8 mark", Mark + Decomposed, Latin1, Utf8, Composed, Decomposed},
         {"UTF-16 mark", "\xFF\xFEzz", Utf8, Utf16, "zz", "zz"},
         {"NUL", "a\0b"s, Ascii, Ascii, "a\0b"s, "a"},
         {"any tag is kept", "\xE9", NoTag, NoTag, "\xE9", "\xE9"},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.why);
-        expectNarrow(NString(row.text, row.given), row.whole, row.tag);
-        expectNarrow(NString(row.text.c_str(), row.given), row.upToNul, row.given);
-        expectNarrow(NString(Counted(row.text).data(), row.given), row.upToNul, row.given);
+    for (const auto& [why, text, given, tag, whole, upToNul] : rows) {
+        SCOPED_TRACE(why);
+        expectNarrow(NString(text, given), whole, tag);
+        expectNarrow(NString(text.c_str(), given), upToNul, given);
+        expectNarrow(NString(Counted(text).data(), given), upToNul, given);
     }
     expectNarrow(NString(Counted("ab").data(), Utf16), "ab", Utf16);  // a pointer would be wide
     const std::string longest(255, 'x');
@@ -85,11 +78,7 @@ TEST(NString, ConstructionUnderAnEncoding) {
 }
 
 TEST(NString, WideTextBecomesUtf8AsItIs) {
-    const struct {
-        const char* why;
-        NWideString text;
-        std::string fromString, fromPointer;
-    } rows[] = {
+    const std::tuple<const char*, NWideString, std::string, std::string> rows[] = {
         {"not composed", Wide({'e', 0x301}), Decomposed, Decomposed},
         {"surrogates", Wide({0xD83D, 0xDE00}), "\xF0\x9F\x98\x80", "\xF0\x9F\x98\x80"},
         {"the mark stays", Wide({0xFEFF, 'z'}), Mark + "z", Mark + "z"},
@@ -98,15 +87,15 @@ TEST(NString, WideTextBecomesUtf8AsItIs) {
         {"ends at the NUL", Wide({'a', 0, 'b'}), "a", "a"},
         {"empty", NWideString(), "", ""},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.why);
-        expectText(NString(row.text), row.fromString, Utf8, FormUnknown);
-        expectText(NString(row.text.c_str()), row.fromPointer, Utf8, FormUnknown);
+    for (const auto& [why, text, fromString, fromPointer] : rows) {
+        SCOPED_TRACE(why);
+        expectText(NString(text), fromString, Utf8, FormUnknown);
+        expectText(NString(text.c_str()), fromPointer, Utf8, FormUnknown);
         // Byte pointers, here at odd addresses, are of wide text behind FF FE or if EncodingUTF16
         // says so.
-        const std::string odd = " \xFF\xFE" + morvel::BytesFromWide(row.text) + "\0\0"s;
-        expectText(NString(odd.c_str() + 1), row.fromPointer, Utf8, FormUnknown);
-        expectText(NString(odd.c_str() + 3, Utf16), row.fromPointer, Utf8, FormUnknown);
+        const std::string odd = " \xFF\xFE" + morvel::BytesFromWide(text) + "\0\0"s;
+        expectText(NString(odd.c_str() + 1), fromPointer, Utf8, FormUnknown);
+        expectText(NString(odd.c_str() + 3, Utf16), fromPointer, Utf8, FormUnknown);
     }
 }
 
@@ -196,9 +185,7 @@ TEST(NString, EveryAssignmentArrivesAtOne) {
 TEST(NString, RawBytesAndConversionNormalizeThroughTheTable) {
     Watched text(Decomposed, Utf8);
     EXPECT_TRUE(text.normalized.empty());  // not from within a constructor
-    text.SetBytes("a", 1, Utf8);
-    text.SetBytes("a", 1, Latin1);
-    text.SetBytes("a", 1, Utf8);
+    for (const NStringEncoding tag : {Utf8, Latin1, Utf8}) text.SetBytes("a", 1, tag);
     text.ConvertTo(Utf8);
     text.ConvertTo(NoTag);
     text.Converted(Latin1);  // works on a copy

@@ -1,4 +1,5 @@
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -21,12 +22,7 @@ Tokens _tokens(const NStringTokenizer& tokenizer) {
 }
 
 TEST(NStringTokenizer, SplitsAtEachByteThatTheSeparatorsHaveInItsEncoding) {
-    const struct {
-        const char* why;
-        NString text, separators;
-        std::uint32_t options;
-        Tokens expected;
-    } rows[] = {
+    const std::tuple<const char*, NString, NString, std::uint32_t, Tokens> rows[] = {
         {"nothing to split", Raw("", Latin1), ",", 0, {}},
         {"no separators", Raw("a,b", Latin1), "", 0, {"a,b"}},
         {"a set of them", Raw("a,b;c", Latin1), ";,", 0, {"a", "b", "c"}},
@@ -38,11 +34,11 @@ TEST(NStringTokenizer, SplitsAtEachByteThatTheSeparatorsHaveInItsEncoding) {
         {"two bytes", Raw("a\xC3\xA9z\xC3!", Utf8), Raw("\xE9", Latin1), 0, {"a", "", "z", "!"}},
         {"refused, so the bytes stay", Raw("a,b", NoTag), ",", 0, {"a", "b"}},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.why);
-        const NStringTokenizer tokenizer(row.text, row.separators, row.options);
-        EXPECT_EQ(_tokens(tokenizer), row.expected);
-        EXPECT_EQ(tokenizer.Encoding(), row.text.Encoding());
+    for (const auto& [why, text, separators, options, expected] : rows) {
+        SCOPED_TRACE(why);
+        const NStringTokenizer tokenizer(text, separators, options);
+        EXPECT_EQ(_tokens(tokenizer), expected);
+        EXPECT_EQ(tokenizer.Encoding(), text.Encoding());
     }
 }
 
