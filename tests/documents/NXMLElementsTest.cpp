@@ -5,15 +5,19 @@
 
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
+#include <tests/support/Text.h>
+
 namespace {
+
+using morvel::test::Repeated;
 
 using namespace std::string_literals;
 using namespace testing;
 
-class Document : public NXML {
-public:
+struct Document : NXML {
     using NXML::operator=;
     explicit Document(const std::string& text) { EXPECT_TRUE(FromText(text)) << text; }
 };
@@ -76,12 +80,7 @@ TEST(NXMLElements, PathsLeadToElements) {
 }
 
 TEST(NXMLElements, GetElement) {
-    const struct {
-        const char* path;
-        std::int32_t index;
-        bool result;
-        const char* copy;
-    } rows[] = {
+    const std::tuple<const char*, std::int32_t, bool, const char*> rows[] = {
         {"a.b", -1, true, "<b x=\"1\">t</b>"},
         {"a", 1, true, "<b x=\"2\"/>"},
         {"a", 2147483647, true, ""},          // past the end
@@ -91,11 +90,11 @@ TEST(NXMLElements, GetElement) {
         {"a.empty", 0, false, "<former/>"},   // no child at all
     };
     Document document("<a><b x=\"1\">t</b><b x=\"2\"/><empty/></a>");
-    for (const auto& row : rows) {
+    for (const auto& [path, index, result, copy] : rows) {
         Document out("<former/>");
-        EXPECT_EQ(document.GetElement(row.path, &out, row.index), row.result) << row.path;
-        EXPECT_EQ(out.ToText(0), row.copy);
-        EXPECT_EQ(document.GetElement(row.path, nullptr, row.index), row.result) << row.path;
+        EXPECT_EQ(document.GetElement(path, &out, index), result) << path;
+        EXPECT_EQ(out.ToText(0), copy);
+        EXPECT_EQ(document.GetElement(path, nullptr, index), result) << path;
         out.SetAttribute("b", "x", "changed");
     }
     ASSERT_TRUE(document.GetElement("a.b", &document, -1));
@@ -104,11 +103,7 @@ TEST(NXMLElements, GetElement) {
 
 TEST(NXMLElements, FindElements) {
     const std::string b1 = "<b x=\"1\">t</b>", b2 = "<b x=\"2\"/>", d = "<d y=\"V\" z=\"W\"/>";
-    const struct {
-        const char* path;
-        NAttributeList filter;
-        std::string found;
-    } rows[] = {
+    const std::tuple<const char*, NAttributeList, std::string> rows[] = {
         {"a", {{"X", "2"}}, b2},  // a name in any case
         {"a", {{"x", "02"}}, ""},
         {"a.c", {{"y", "v"}}, ""},                  // a value in its own
@@ -120,15 +115,13 @@ TEST(NXMLElements, FindElements) {
         {"b", {}, ""},
     };
     const Document document("<a>" + b1 + b2 + "<c>t<![CDATA[u]]>" + d + "</c></a><top/>");
-    for (const auto& row : rows) {
+    for (const auto& [path, filter, expected] : rows) {
         NDataContainerArray array;
         array.push_back(new Document("<former/>"));
-        EXPECT_EQ(document.FindElements(row.path, array, row.filter), !row.found.empty());
+        EXPECT_EQ(document.FindElements(path, array, filter), !expected.empty());
         std::string found;
-        for (NDataContainer* container : array) {
-            found += container->ToText(0);
-        }
-        EXPECT_EQ(found, "<former/>" + row.found) << row.path;
+        for (NDataContainer* container : array) found += container->ToText(0);
+        EXPECT_EQ(found, "<former/>" + expected) << path;
     }
     NDataContainerArray all;
     EXPECT_TRUE(document.GetElements("a", all));
@@ -237,8 +230,7 @@ void _call(const std::string& name, void* user) {
     edited->RemoveElementsByName("a", {"b", "c"});
 }
 
-class Derived : public NXML {
-public:
+struct Derived : NXML {
     using NXML::operator=;
     bool FindElements(const std::string& path, NDataContainerArray& array,
                       const NAttributeList& filter) const override {
@@ -302,12 +294,8 @@ TEST(NXMLElements, TheRoot) {
 
 // pugixml takes a subtree apart by recursion, and 200,000 levels were more than the stack held.
 TEST(NXMLElements, DepthCostsNoStack) {
-    std::string deep, end;
-    for (int level = 0; level < 200000; ++level) {
-        deep += "<d>";
-        end += "</d>";
-    }
-    deep = "<a><deep>" + deep + end + "</deep><b/></a>";
+    const std::string deep =
+        "<a><deep>" + Repeated("<d>"s, 200000) + Repeated("</d>"s, 200000) + "</deep><b/></a>";
     _check({
         {deep, [](D d) { return d.SetValue("a.deep", "t"); }, "<a><deep>t</deep><b/></a>"},
         {deep, [](D d) { return d.RemoveElement("a", 0); }, "<a><b/></a>"},

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <memory>
 #include <sstream>
+#include <tuple>
 
 #include <morvel/base/NErrorHandler.h>
 #include <morvel/base/NException.h>
@@ -77,19 +78,17 @@ TEST(NXML, TellsItsThreeStatesApart) {
 }
 
 TEST(NXML, ReadsWhatTheOptionsKeep) {
-    const struct {
-        std::string text, expected;
-    } rows[] = {
+    const std::pair<std::string, std::string> rows[] = {
         {"<?xml version='1.0'?><!DOCTYPE r><!-- c --><r><?pi x?><!-- d --><a/></r>", "<r><a/></r>"},
         {"<r> <a/>\n<b> x </b><![CDATA[<&]]></r>", "<r><a/><b> x </b><![CDATA[<&]]></r>"},
         {"<r a='x\ny'>&#65;&lt;\r\n</r>", "<r a=\"x y\">A&lt;\n</r>"},
         {"<?xml version='1.0' encoding='ISO-8859-1'?><r>\xE9</r>", "<r>\xC3\xA9</r>"},
         {"\xFF\xFE<\0r\0>\0\xE9\0<\0/\0r\0>\0"s, "<r>\xC3\xA9</r>"},
     };
-    for (const auto& row : rows) {
+    for (const auto& [text, expected] : rows) {
         NXML document;
-        EXPECT_TRUE(document.FromText(row.text)) << row.expected;
-        EXPECT_EQ(document.ToText(0), row.expected);
+        EXPECT_TRUE(document.FromText(text)) << expected;
+        EXPECT_EQ(document.ToText(0), expected);
     }
 }
 
@@ -124,23 +123,21 @@ TEST(NXML, LoadFileReportsWhatIsNoFile) {
     const TemporaryFolder folder;
     const std::string opened = folder.Path().u8string(), missing = folder.File("missing.xml");
     const std::string closed = folder.File("sub") + folder.File("").back();
-    const struct {
-        std::string path, report;
-        std::int32_t nodes;  // of two, afterwards
-    } rows[] = {
+    // A path, the report, and how many nodes of two are left.
+    const std::tuple<std::string, std::string, std::int32_t> rows[] = {
         {"", "Invalid argument:  is not a file", 2},
         {closed, "Invalid argument: " + closed + " is not a file", 2},
         {missing, "File not found: File " + missing + " not found", 2},
         {opened, "XML parse error: File was not found Offset: 0", 0},
     };
-    for (const auto& row : rows) {
+    for (const auto& [path, report, nodes] : rows) {
         for (const bool silent : {false, true}) {
             const Reports reports;
             NXML document;
             document.FromText("<a/><b/>");
-            EXPECT_FALSE(document.LoadFile(row.path, silent));
-            EXPECT_EQ(reports.lines, silent ? std::vector<std::string>() : std::vector{row.report});
-            EXPECT_EQ(document.CountNodes(), row.nodes);
+            EXPECT_FALSE(document.LoadFile(path, silent));
+            EXPECT_EQ(reports.lines, silent ? std::vector<std::string>() : std::vector{report});
+            EXPECT_EQ(document.CountNodes(), nodes);
         }
     }
 }
@@ -177,12 +174,11 @@ TEST(NXML, SaveFileThrowsOneExceptionForEveryCause) {
 
 // Of Stranger only the identity matters: it says that it is no NXML.
 TEST(NXML, ReplacingADocumentGoesThroughClear) {
-    class Stranger : public NXML {
+    struct Stranger : NXML {
         using NXML::operator=;
         const NClassRecord* ClassRecord() const override { return NBaseObject::Record(); }
     };
-    class Counting : public NXML {
-    public:
+    struct Counting : NXML {
         using NXML::operator=;
         void Clear() override {
             ++cleared;

@@ -42,37 +42,25 @@ TEST(Exchange, TellsTheWholeRoadAndKeepsReplyAndLog) {
     EXPECT_EQ(reply.RootName(), "confirmation");
     EXPECT_THAT(result.output, HasSubstr(saved.Converted(EncodingUTF8)));
     logFile.Remove(false);
-}
-
-TEST(Exchange, SaysHowToSwitchTheLogOn) {
-    const ProcessResult result = RunProcess(PROGRAM, {});
-    EXPECT_EQ(result.exitCode, 0) << result.output;
-    EXPECT_THAT(result.output, HasSubstr("off; create the file " +
-                                         _inLogFolder("morvel.log").Converted(EncodingUTF8)));
+    EXPECT_THAT(RunProcess(PROGRAM, {}).output, HasSubstr("off; create the file "));
 }
 
 TEST(Exchange, EveryFailureEndsWithASentence) {
     TestServer server;
     const std::string nobody = "http://127.0.0.1:" + std::to_string(FreePort());
-    const struct {
-        const char* why;
-        std::string url;
-        const char* sentence;
-    } rows[] = {
-        {"refused", nobody, "was refused. Check that the server runs"},
-        {"time-out", server.Url("/stall/0"), "within 1 s. Try again later"},
-        {"HTTP error", server.Url("/status/404"), "with an HTTP error. Check that"},
-        {"no XML", server.Url("/bytes/100"), "is no XML document (Could not determine tag type)"},
-        {"another document", server.Url("/echo"), "The reply is no confirmation of an order."},
-        {"cut off", server.Url("/cut/500"), "failed with status 18"},
-        {"no address", "http://", "is no address"},
+    const std::pair<std::string, const char*> rows[] = {
+        {nobody, "was refused. Check that the server runs"},
+        {server.Url("/stall/0"), "within 1 s. Try again later"},
+        {server.Url("/status/404"), "with an HTTP error. Check that"},
+        {server.Url("/bytes/100"), "is no XML document (Could not determine tag type)"},
+        {server.Url("/echo"), "The reply is no confirmation of an order."},
+        {server.Url("/cut/500"), "failed with status 18"},
+        {"http://", "is no address"},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.why);
+    for (const auto& [url, sentence] : rows) {
         const ProcessResult result =
-            RunProcess(PROGRAM, {"--timeout", "1", "--url", row.url}, {{"no_proxy", "*"}});
-        EXPECT_EQ(result.exitCode, 1);
-        EXPECT_THAT(result.output, HasSubstr("No order was placed"));
-        EXPECT_THAT(result.output, HasSubstr(row.sentence));
+            RunProcess(PROGRAM, {"--timeout", "1", "--url", url}, {{"no_proxy", "*"}});
+        EXPECT_EQ(result.exitCode, 1) << url;
+        EXPECT_THAT(result.output, AllOf(HasSubstr("No order was placed"), HasSubstr(sentence)));
     }
 }

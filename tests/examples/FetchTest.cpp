@@ -1,4 +1,5 @@
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -38,11 +39,7 @@ TEST(Fetch, EveryEndHasItsCodeAndSentence) {
     TestServer server;
     TemporaryFolder folder;
     const std::string nobody = "http://127.0.0.1:" + std::to_string(FreePort());
-    const struct {
-        std::vector<std::string> arguments;
-        int exitCode;
-        const char* sentence;
-    } rows[] = {
+    const std::tuple<std::vector<std::string>, int, const char*> rows[] = {
         {{nobody}, 1, "The connection was refused."},
         {{server.Url("/status/404")}, 1, "The server answered with an HTTP error."},
         {{server.Url("/status/404"), "--keep-errors"}, 0, "status 404"},
@@ -50,14 +47,11 @@ TEST(Fetch, EveryEndHasItsCodeAndSentence) {
         {{server.Url("/stall/0"), "--timeout", "1"}, 1, "No end within 1 s."},
         {{"gopherish://x"}, 1, "The kind of address is not known."},
         {{server.Url("/echo"), "-o", folder.File("no/such/folder")}, 2, "cannot be written."},
-        {{server.Url("/echo"), "-o", folder.File("no/such/folder"), "--direct"},
-         2,
-         "cannot be written."},
+        {{server.Url("/echo"), "--direct", "-o", folder.File("no/f")}, 2, "cannot be written."},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(PrintToString(row.arguments));
-        const ProcessResult result = RunProcess(PROGRAM, row.arguments, {{"no_proxy", "*"}});
-        EXPECT_EQ(result.exitCode, row.exitCode);
-        EXPECT_THAT(result.output, HasSubstr(row.sentence));
+    for (const auto& [arguments, exitCode, sentence] : rows) {
+        const ProcessResult result = RunProcess(PROGRAM, arguments, {{"no_proxy", "*"}});
+        EXPECT_EQ(result.exitCode, exitCode) << PrintToString(arguments);
+        EXPECT_THAT(result.output, HasSubstr(sentence));
     }
 }

@@ -1,14 +1,15 @@
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
-#include <Poco/Path.h>
 #include <Poco/String.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <morvel/morvel.h>
 #include <tests/support/Process.h>
+#include <tests/support/TemporaryFolder.h>
 
 using namespace morvel::test;
 using namespace testing;
@@ -22,9 +23,8 @@ NFile _bookFile() {
     return NFile(path);
 }
 
-class Notebook : public Test {
-protected:
-    void SetUp() override {
+struct Notebook : Test {
+    Notebook() {
         if (_bookFile().Exists()) _bookFile().Remove(false);
     }
 };
@@ -34,14 +34,9 @@ protected:
 // One session of a user: each step with what it prints and how it ends.
 TEST_F(Notebook, AddsFindsChangesAndRemoves) {
     // On Windows a program gets its arguments in the ANSI code page, and what that lacks is lost.
-    const bool onWindows = Poco::Path::separator() == '\\';
-    const std::string second = onWindows ? "Ægir" : "Ярослав";
-    const std::string decomposed = onWindows ? "Zoë Ångström" : "Zoe\xCC\x88 Ångström";
-    const struct {
-        std::vector<std::string> arguments;
-        int exitCode;
-        std::string output;
-    } steps[] = {
+    const std::string second = OnWindows ? "Ægir" : "Ярослав";
+    const std::string decomposed = OnWindows ? "Zoë Ångström" : "Zoe\xCC\x88 Ångström";
+    const std::tuple<std::vector<std::string>, int, std::string> steps[] = {
         {{"list"}, 0, ""},
         {{"add", "Zoë Ångström", "--phone", "123", "--town", "Malmö"}, 0, ""},
         {{"add", second, "--mail", "y@example.org"}, 0, ""},
@@ -56,11 +51,10 @@ TEST_F(Notebook, AddsFindsChangesAndRemoves) {
         {{"remove", second}, 1, "There is no entry"},
         {{"list"}, 0, "Zoë Ångström, 456, Malmö\n"},
     };
-    for (const auto& step : steps) {
-        SCOPED_TRACE(PrintToString(step.arguments));
-        const ProcessResult result = RunProcess(PROGRAM, step.arguments);
-        EXPECT_EQ(result.exitCode, step.exitCode);
-        EXPECT_THAT(Poco::replace(result.output, "\r\n", "\n"), HasSubstr(step.output));
+    for (const auto& [arguments, exitCode, output] : steps) {
+        const ProcessResult result = RunProcess(PROGRAM, arguments);
+        EXPECT_EQ(result.exitCode, exitCode) << PrintToString(arguments);
+        EXPECT_THAT(Poco::replace(result.output, "\r\n", "\n"), HasSubstr(output));
     }
 }
 
