@@ -10,10 +10,13 @@
 #include <stdexcept>
 
 namespace {
+std::atomic<bool> counting{false};
 std::atomic<std::uint64_t> allocations{0};
 
 void* _allocate(std::size_t size) {
-    allocations.fetch_add(1, std::memory_order_relaxed);
+    if (counting.load(std::memory_order_relaxed)) {
+        allocations.fetch_add(1, std::memory_order_relaxed);
+    }
     if (void* const block = std::malloc(size != 0 ? size : 1)) return block;
     throw std::bad_alloc();
 }
@@ -54,8 +57,14 @@ void operator delete[](void* block, std::size_t) noexcept {
 
 namespace bench {
 
-std::uint64_t Allocations() {
-    return allocations.load(std::memory_order_relaxed);
+void CountAllocations() {
+    allocations = 0;
+    counting = true;
+}
+
+std::uint64_t CountedAllocations() {
+    counting = false;
+    return allocations;
 }
 
 std::uint64_t PeakBytes(const std::function<void()>& work) {

@@ -20,8 +20,10 @@
 /// that no library can beat.
 namespace bench {
 
-/// Heap allocations by operator new in this process so far.
-std::uint64_t Allocations();
+/// Counts heap allocations by operator new, in all threads, from the one call to the other. Between
+/// other calls they cost no more than without a count.
+void CountAllocations();
+std::uint64_t CountedAllocations();
 
 /// Bytes of memory by which `work` raised the process's peak over what it held before.
 std::uint64_t PeakBytes(const std::function<void()>& work);
@@ -48,9 +50,9 @@ void Add(const std::string& name, Size size, Work work, Right right, Clock clock
     auto* const added = benchmark::RegisterBenchmark(
         name.c_str(), [name, size, work, right](benchmark::State& state) mutable {
             static_cast<void>(work());  // what is set up once is no part of a round
-            const std::uint64_t before = Allocations();
+            CountAllocations();
             const auto result = work();
-            const std::uint64_t allocations = Allocations() - before;
+            const std::uint64_t allocations = CountedAllocations();
             if (!right(result)) {
                 std::fprintf(stderr, "%s: wrong result\n", name.c_str());
                 std::exit(1);
