@@ -1,6 +1,6 @@
 #include <morvel/ids/NUUID.h>
 
-#include <morvel/ids/nanoid.h>
+#include <morvel/ids/process.h>
 
 NUUID::NUUID() = default;
 NUUID::~NUUID() = default;
@@ -8,7 +8,7 @@ NUUID::~NUUID() = default;
 // NOLINTNEXTLINE(performance-unnecessary-value-param): by value is part of the interface.
 std::int32_t NUUID::Generate(std::string alphabet, std::uint32_t size) {
     try {
-        _value = nanoid::generate(alphabet, size);
+        morvel::GenerateInto(&_value, morvel::identifierGenerator, alphabet, size);
         return 0;
     } catch (...) {
         return -1;  // the reason is for callers of nanoid::generate

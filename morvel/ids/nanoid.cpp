@@ -8,8 +8,6 @@
 
 #include <morvel/ids/process.h>
 
-namespace nanoid {
-
 namespace {
 
 // The smallest 2^k - 1 that covers all indexes below `count`, and 1 for a single symbol.
@@ -30,6 +28,8 @@ double _step(unsigned int mask, unsigned long long size, std::size_t count) {
 
 }  // namespace
 
+namespace nanoid {
+
 crypto_random_base::~crypto_random_base() = default;
 
 template class crypto_random<std::mt19937>;
@@ -44,6 +44,15 @@ std::string generate(const std::string& alphabet, unsigned long long size) {
 
 std::string generate(crypto_random_base& source, const std::string& alphabet,
                      unsigned long long size) {
+    std::string result;
+    morvel::GenerateInto(&result, source, alphabet, size);
+    return result;
+}
+
+}  // namespace nanoid
+
+void morvel::GenerateInto(std::string* result, nanoid::crypto_random_base& source,
+                          const std::string& alphabet, unsigned long long size) {
     const std::size_t count = alphabet.size();
     if (count == 0 || count > 255) {
         throw std::invalid_argument("alphabet must contain between 1 and 255 symbols.");
@@ -51,38 +60,38 @@ std::string generate(crypto_random_base& source, const std::string& alphabet,
     if (size == 0) {
         throw std::invalid_argument("size must be greater than zero.");
     }
-    const unsigned int mask = _mask(count);
-
-    std::string result;
-    if (size > result.max_size()) {
+    if (size > result->max_size()) {
         throw std::bad_alloc();
     }
-    result.assign(static_cast<std::size_t>(size), '_');
+    result->reserve(static_cast<std::size_t>(size));
     // Whatever there was memory for leaves a step far below 2^64, so that the conversion is
     // defined.
+    const unsigned int mask = _mask(count);
     const std::size_t length = static_cast<std::size_t>(_step(mask, size, count));
     unsigned char small[128] = {};  // an identifier of usual length needs no heap
     const std::unique_ptr<unsigned char[]> large(
         length <= sizeof small ? nullptr : new unsigned char[length]());
     unsigned char* const buffer = large ? large.get() : small;
+    result->assign(static_cast<std::size_t>(size), '_');
 
-    // Something is stored for every byte, and what a rejected one stored is overwritten by the
-    // next: so no branch depends on the random bits.
-    char symbols[256] = {};
-    std::copy(alphabet.begin(), alphabet.end(), symbols);
-    char* at = &result[0];
-    const char* const end = at + result.size();
-    for (;;) {
+    const char* const symbols = alphabet.data();
+    char* at = &(*result)[0];
+    const char* const end = at + result->size();
+    while (at != end) {
         source.next_bytes(buffer, length);
-        for (std::size_t i = 0; i < length; ++i) {
+        if (count > mask) {  // every byte chooses a symbol
+            const std::size_t chosen = std::min(length, static_cast<std::size_t>(end - at));
+            for (std::size_t i = 0; i < chosen; ++i) at[i] = symbols[buffer[i] & mask];
+            at += chosen;
+            continue;
+        }
+        // Something is stored for every byte, and what a rejected one stored is overwritten by the
+        // next: so no branch depends on the random bits.
+        for (std::size_t i = 0; i < length && at != end; ++i) {
             const unsigned int index = buffer[i] & mask;
-            *at = symbols[index];
-            at += index < count;
-            if (at == end) {
-                return result;
-            }
+            const bool accepted = index < count;
+            *at = symbols[accepted ? index : 0];
+            at += accepted;
         }
     }
 }
-
-}  // namespace nanoid

@@ -67,8 +67,8 @@ NErrorHandler* NErrorHandler::_handler = NErrorHandler::DefaultHandler();
 // What identifiers are usually made of, and the generator that draws them.
 const std::string morvel::identifierAlphabet(
     "_-0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ");
-nanoid::crypto_random<std::mt19937> morvel::identifierGenerator{
-    std::mt19937{std::random_device{}()}};
+nanoid::crypto_random<morvel::MersenneTwister> morvel::identifierGenerator{
+    morvel::MersenneTwister{std::random_device{}()}};
 
 // Whatever comes into being later goes before all of the above.
 static const UnloadMark behindTheApplication;
