@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <mutex>
 #include <thread>
 
 #include <morvel/logging/LogAsyncChannel.h>
@@ -15,6 +16,7 @@ constexpr std::chrono::seconds Patience(5);
 std::atomic<int> inside{0};
 std::atomic<bool> closed{false};
 std::atomic<bool> forksGuarded{false};
+std::mutex defaultLogLock;  // needs no code at load, and can be used while the exit list runs
 
 // False if the patience ended first.
 template <class Condition>
@@ -53,6 +55,7 @@ void close() {
 }
 
 void beforeFork() {
+    defaultLogLock.lock();
     close();
     LogAsyncChannel::PauseAll();
 }
@@ -60,12 +63,14 @@ void beforeFork() {
 void afterForkInParent() {
     LogAsyncChannel::ResumeAll();
     closed = false;
+    defaultLogLock.unlock();
 }
 
 void afterForkInChild() {
     LogAsyncChannel::ResumeAllInChild();
     inside = 0;
     closed = false;
+    defaultLogLock.unlock();
 }
 }  // namespace
 
@@ -85,6 +90,19 @@ LogGate::Closure::Closure() {
 
 LogGate::Closure::~Closure() {
     closed = false;
+}
+
+LogGate::DefaultLogTurn::DefaultLogTurn() : _held(defaultLogLock.try_lock()) {
+    if (!_held && !platform::OtherThreadsAreGone()) {
+        defaultLogLock.lock();
+        _held = true;
+    }
+}
+
+LogGate::DefaultLogTurn::~DefaultLogTurn() {
+    if (_held) {
+        defaultLogLock.unlock();
+    }
 }
 
 void LogGate::GuardForks() {

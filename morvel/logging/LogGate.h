@@ -26,8 +26,21 @@ public:
         Closure& operator=(const Closure&) = delete;
     };
 
-    /// From now on each fork of the process waits until no line is on its way and every writer is
-    /// between two lines.
+    /// Held while the default log is asked for or taken away: one thread at a time, and no fork.
+    /// Not recursive.
+    class DefaultLogTurn {
+    public:
+        DefaultLogTurn();
+        ~DefaultLogTurn();
+        DefaultLogTurn(const DefaultLogTurn&) = delete;
+        DefaultLogTurn& operator=(const DefaultLogTurn&) = delete;
+
+    private:
+        bool _held;
+    };
+
+    /// From now on each fork of the process waits until no line is on its way, every writer is
+    /// between two lines and the default log isn't being made.
     static void GuardForks();
 };
 

@@ -1,7 +1,5 @@
 #include <morvel/logging/NLog.h>
 
-#include <memory>
-#include <mutex>
 #include <string_view>
 
 #include <Poco/AutoPtr.h>
@@ -40,14 +38,12 @@ NPath _folderName() {
     return NPath(NString("\xEF\xBB\xBFTarnwick Software"));
 }
 
-// Neither needs code at load, and both can be used again while the exit list runs.
-std::mutex defaultLock;
 NLog* defaultLog = nullptr;
 
 void _deleteDefaultLog(void*) {
     NLog* log;
     {
-        const std::lock_guard<std::mutex> lock(defaultLock);
+        const LogGate::DefaultLogTurn turn;
         log = defaultLog;
         defaultLog = nullptr;
     }
@@ -103,7 +99,8 @@ NLog* NLog::Set(NLog* log) {
 }
 
 NLog* NLog::DefaultLog() {
-    const std::lock_guard<std::mutex> lock(defaultLock);
+    LogGate::GuardForks();
+    const LogGate::DefaultLogTurn turn;
     if (defaultLog == nullptr) {
         morvel::platform::AtUnload(_deleteDefaultLog, nullptr);
         defaultLog = new NLog;

@@ -1,6 +1,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -46,6 +47,30 @@ constexpr int Lines = 6000;  // of each thread
     for (std::thread& thread : threads) thread.join();
     std::exit(failures);
 }
+
+// A child that asks for the default log is forked while another thread, which began `head start`
+// ago, asks for the first time.
+[[noreturn]] void askForTheDefaultLogAndFork(std::chrono::microseconds headStart) {
+    std::atomic<bool> begun{false};
+    std::thread other([&] {
+        begun = true;
+        NLog::DefaultLog();
+    });
+    while (!begun) {
+    }
+    const auto end = std::chrono::steady_clock::now() + headStart;
+    while (std::chrono::steady_clock::now() < end) {
+    }
+    const pid_t child = fork();
+    if (child == 0) {
+        alarm(10);
+        _exit(NLog::DefaultLog() == nullptr);
+    }
+    int status = 1;
+    waitpid(child, &status, 0);
+    other.join();
+    _exit(status != 0);
+}
 }  // namespace
 
 TEST(NLogPosix, ChildrenOfABusyParentLogAndEnd) {
@@ -62,5 +87,18 @@ TEST(NLogPosix, ChildrenOfABusyParentLogAndEnd) {
     }
     for (int child = 101; child < 100 + Children; child += 2) {
         EXPECT_EQ(Gap(written[child], 50), "") << "writer " << child;
+    }
+}
+
+TEST(NLogPosix, ChildForkedWhileTheDefaultLogIsMadeGetsItsOwn) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "the sanitizers' own allocators don't survive a fork beside busy threads";
+#endif
+    for (int headStart = 0; headStart < 200; headStart += 2) {
+        const pid_t process = fork();
+        if (process == 0) askForTheDefaultLogAndFork(std::chrono::microseconds(headStart));
+        int status = 1;
+        waitpid(process, &status, 0);
+        ASSERT_EQ(status, 0) << headStart;
     }
 }
