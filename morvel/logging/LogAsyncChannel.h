@@ -1,8 +1,7 @@
 #pragma once
 
-#include <cstdint>
-#include <string>
-#include <vector>
+#include <atomic>
+#include <string_view>
 
 #include <Poco/AsyncChannel.h>
 #include <Poco/AutoPtr.h>
@@ -25,7 +24,14 @@ public:
     void open() override;   ///< Does nothing.
     void close() override;  ///< Writes what is queued and ends the thread.
     void log(const Poco::Message& message) override;
-    void Queue(std::string line);  ///< As log with a message of this text.
+
+    /// As log with a message of the text that `head`, a function without arguments, gives, and of
+    /// `text` behind it. `head` is called by one thread at a time.
+    template <class Head>
+    void Queue(Head head, std::string_view text) {
+        const Turn turn(_worker);
+        _append(head(), text);
+    }
 
     /// Writes what is queued in any channel. REQUIRES: there is no other thread.
     static void WriteAllQueued();
@@ -40,15 +46,34 @@ protected:
     ~LogAsyncChannel() override;
 
 private:
+    // A caller's time with the queue.
+    class Turn {
+    public:
+        explicit Turn(platform::Worker& worker) : _worker(worker) { _worker.Lock(); }
+        ~Turn() { _worker.UnlockAndWake(); }
+        Turn(const Turn&) = delete;
+        Turn& operator=(const Turn&) = delete;
+
+    private:
+        platform::Worker& _worker;
+    };
+
+    struct Chunk;
+
     static bool _step(void* channel);
     bool _writeOne();
+    void _append(std::string_view head, std::string_view text);
+    void _readNextChunk(Chunk* next);
+    void _makeSpare();
+    void _dropQueued();
 
     Poco::AutoPtr<LogFileChannel> _file;
-    std::vector<std::string> _queue;  // under the worker's lock; all else is for steps alone
-    std::vector<std::string> _batch;
-    std::size_t _written = 0;   // lines of the batch that are done with
-    std::uint64_t _before = 0;  // lines of the batches before it
     platform::Worker _worker;
+    // The queue is a chain of chunks. Callers, under the worker's lock, write to the last one,
+    // steps read the first one without it.
+    Chunk* _reading;
+    Chunk* _last;
+    std::atomic<Chunk*> _spare{nullptr};  // for the next time that the last one is full
 
     LogAsyncChannel* _next;  // in the list of all channels
 };

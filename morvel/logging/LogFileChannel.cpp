@@ -57,7 +57,7 @@ void LogFileChannel::setProperty(const std::string& name, const std::string& val
     }
 }
 
-void LogFileChannel::WriteLine(const std::string& text, std::uint64_t number, bool more) {
+void LogFileChannel::WriteLine(std::string_view text, std::uint64_t number, bool more) {
     try {
         if (number != 0 && number == _number && _hasComeThrough()) {
             return;
@@ -72,7 +72,7 @@ void LogFileChannel::WriteLine(const std::string& text, std::uint64_t number, bo
         }
         _sizeBefore = size;
         _number = number;
-        _file->write(text, !more || platform::FlushMakesVisible());
+        _file->write(std::string(text), !more || platform::FlushMakesVisible());
     } catch (...) {
         _file.reset();  // its stream stays failed; the next line starts with a fresh one
         _torn = true;

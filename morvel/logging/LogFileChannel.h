@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include <Poco/FileChannel.h>
 #include <Poco/LogFile.h>
@@ -29,7 +30,7 @@ public:
     /// thread was cut off in it, is written only if it hasn't reached the file yet. A line of
     /// number 0 doesn't come again. With `more`, another line follows at once, and the disk need
     /// not be waited for behind this one.
-    void WriteLine(const std::string& text, std::uint64_t number = 0, bool more = false);
+    void WriteLine(std::string_view text, std::uint64_t number = 0, bool more = false);
 
 protected:
     ~LogFileChannel() override;

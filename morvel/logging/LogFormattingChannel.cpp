@@ -3,7 +3,6 @@
 #include <utility>
 
 #include <Poco/Message.h>
-#include <Poco/Timestamp.h>
 
 namespace morvel {
 
@@ -15,26 +14,21 @@ LogFormattingChannel::LogFormattingChannel(Poco::AutoPtr<Poco::PatternFormatter>
 
 LogFormattingChannel::~LogFormattingChannel() = default;
 
-void LogFormattingChannel::Write(const std::string& text) {
-    // Nobody waits for the head: at the end of a process the thread that has it may be gone.
-    if (_headTaken.exchange(true, std::memory_order_acquire)) {
-        log(Poco::Message("", text, Poco::Message::PRIO_INFORMATION));
-        return;
-    }
+void LogFormattingChannel::Write(std::string_view text) {
     const Poco::Timestamp now;
-    std::string line;
+    _writer->Queue([&] { return _headAt(now); }, text);
+}
+
+std::string_view LogFormattingChannel::_headAt(const Poco::Timestamp& now) {
     if (now.epochTime() != _second) {
         Poco::Message message("", "", Poco::Message::PRIO_INFORMATION);
         message.setTime(now);
-        _head.clear();
-        _formatter->format(message, _head);
+        std::string head;
+        _formatter->format(message, head);
+        _head.swap(head);
         _second = now.epochTime();
     }
-    line.reserve(_head.size() + text.size());
-    line.append(_head);
-    _headTaken.store(false, std::memory_order_release);
-    line.append(text);
-    _writer->Queue(std::move(line));
+    return _head;
 }
 
 }  // namespace morvel

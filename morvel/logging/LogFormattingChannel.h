@@ -1,12 +1,13 @@
 #pragma once
 
-#include <atomic>
 #include <ctime>
 #include <string>
+#include <string_view>
 
 #include <Poco/AutoPtr.h>
 #include <Poco/FormattingChannel.h>
 #include <Poco/PatternFormatter.h>
+#include <Poco/Timestamp.h>
 
 #include <morvel/logging/LogAsyncChannel.h>
 
@@ -24,18 +25,19 @@ public:
     /// As log with a message of this text, made now. REQUIRES: the formatter's pattern ends in %t
     /// and has nothing but dates, times and constants ahead of it; it was set before the first call
     /// and stays.
-    void Write(const std::string& text);
+    void Write(std::string_view text);
 
 protected:
     ~LogFormattingChannel() override;
 
 private:
+    std::string_view _headAt(const Poco::Timestamp& now);
+
     Poco::AutoPtr<Poco::PatternFormatter> _formatter;
     Poco::AutoPtr<LogAsyncChannel> _writer;
-    // The thread that set it may use the two below. An exception leaves it set, which costs speed.
-    std::atomic<bool> _headTaken{false};
+    // Under the writer's lock: what stands ahead of each line of that second.
     std::time_t _second = -1;
-    std::string _head;  // of every line of that second
+    std::string _head;
 };
 
 }  // namespace morvel

@@ -109,6 +109,14 @@ NLog* NLog::DefaultLog() {
 }
 
 void NLog::Write(const std::string& level, const std::string& text) {
+    _write(level, text);
+}
+
+void NLog::Information(const std::string& text) {
+    _write(Poco::Message::PRIO_INFORMATION, text);
+}
+
+void NLog::_write(std::string_view level, std::string_view text) {
     if (_instance == nullptr) {
         return;
     }
@@ -122,11 +130,7 @@ void NLog::Write(const std::string& level, const std::string& text) {
     }
 }
 
-void NLog::Information(const std::string& text) {
-    _write(Poco::Message::PRIO_INFORMATION, text);
-}
-
-void NLog::_write(int priority, const std::string& text) {
+void NLog::_write(int priority, std::string_view text) {
     while (_instance != nullptr) {
         {
             const LogGate::Pass pass;
@@ -142,8 +146,8 @@ void NLog::_write(int priority, const std::string& text) {
                 if (chain != nullptr && logger.is(priority)) {
                     chain->Write(text);
                 } else {
-                    logger.log(
-                        Poco::Message(name, text, static_cast<Poco::Message::Priority>(priority)));
+                    logger.log(Poco::Message(name, std::string(text),
+                                             static_cast<Poco::Message::Priority>(priority)));
                 }
                 return;
             }

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include <morvel/files/NPath.h>
 #include <morvel/text/NString.h>
@@ -60,9 +61,11 @@ public:
     static void Information(const std::string& text);  ///< As Write at "INFORMATION".
 
 private:
+    friend class NLogMessage;
     friend class NLogOwner;
 
-    MORVEL_LOCAL static void _write(int priority, const std::string& text);
+    MORVEL_LOCAL static void _write(std::string_view level, std::string_view text);
+    MORVEL_LOCAL static void _write(int priority, std::string_view text);
     MORVEL_LOCAL void _configure();
 
     NString _name;

@@ -1,60 +1,143 @@
 #include <morvel/logging/NLogMessage.h>
 
+#include <algorithm>
+#include <charconv>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
+#include <string>
+#include <system_error>
+#include <utility>
 
 #include <morvel/base/NErrorHandler.h>
 #include <morvel/logging/NLog.h>
 
 namespace {
 constexpr int BufferSize = 2048;
-constexpr std::size_t UsualSize = 240;  // of a line: most need no second allocation
 
 bool isSeparator(char c) {
     return c == '/' || c == '\\' || c == '(';
 }
+
+// What std::vsnprintf would put there, for formats that hold text, %s and whole numbers without
+// flags, width or precision, as nearly all do; below 0 for others, and where the result is too
+// long or an argument is null.
+int printPlain(char (&buffer)[BufferSize], const char* format, std::va_list arguments) {
+    char* to = buffer;
+    char* const end = buffer + sizeof buffer - 1;
+    const auto text = [&](const char* from, std::size_t length) {
+        if (length > static_cast<std::size_t>(end - to)) return false;
+        to = std::copy_n(from, length, to);
+        return true;
+    };
+    const auto number = [&](auto value) {
+        const std::to_chars_result result = std::to_chars(to, end, value);
+        to = result.ptr;
+        return result.ec == std::errc();
+    };
+    const auto conversion = [&] {
+        switch (*format++) {
+            case '%':
+                return text("%", 1);
+            case 's': {
+                const char* const argument = va_arg(arguments, const char*);
+                return argument != nullptr && text(argument, std::strlen(argument));
+            }
+            case 'd':
+                return number(va_arg(arguments, int));
+            case 'u':
+                return number(va_arg(arguments, unsigned));
+            case 'z':
+                return *format++ == 'u' && number(va_arg(arguments, std::size_t));
+            default:
+                return false;
+        }
+    };
+    while (const char* const percent = std::strchr(format, '%')) {
+        if (!text(format, static_cast<std::size_t>(percent - format))) return -1;
+        format = percent + 1;
+        if (!conversion()) return -1;
+    }
+    if (!text(format, std::strlen(format))) return -1;
+    *to = '\0';
+    return static_cast<int>(to - buffer);
+}
 }  // namespace
 
 NLogMessage::NLogMessage(const std::string& file, std::int32_t line, const std::string& function,
-                         const std::string& level)
-    : _level(level) {
+                         const std::string& level) {
+    _begin(file, line, function, level);
+}
+
+NLogMessage::NLogMessage(const char* file, std::int32_t line, const char* function,
+                         const char* level) {
+    _begin(file, line, function, level);
+}
+
+void NLogMessage::_begin(std::string_view file, std::int32_t line, std::string_view function,
+                         std::string_view level) {
     std::size_t name = file.size();
     while (name > 0 && !isSeparator(file[name - 1])) {
         --name;
     }
-    _text.reserve(UsualSize);
-    _text.append(level).append(" [File: ");
-    _text.append(file, name, std::string::npos);
+    char number[11];
+    char* const end = std::to_chars(number, number + sizeof number, line).ptr;
+    _append(level);
+    _levelSize = _size;
+    _append(" [File: ");
+    _append(file.substr(name));
     if (level == "FATAL") {
-        _text.append(" at: ").append(function);
+        _append(" at: ");
+        _append(function);
     }
-    _text.append(" Line: ").append(std::to_string(line)).append("]\t\"");
-    _headSize = _text.size();
+    _append(" Line: ");
+    _append({number, static_cast<std::size_t>(end - number)});
+    _append("]\t\"");
+    _headSize = _size;
 }
 
 NLogMessage::~NLogMessage() {
-    if (_text.size() == _headSize) {
-        _text.pop_back();
+    if (_size == _headSize) {
+        --_size;
     } else {
-        _text += '"';
+        _append("\"");
     }
-    NLog::Write(_level, _text);
+    NLog::_write({_text, _levelSize}, {_text, _size});
+}
+
+void NLogMessage::_append(std::string_view text) {
+    if (text.size() > _capacity - _size) {
+        const std::size_t capacity = std::max(2 * _capacity, _size + text.size());
+        std::unique_ptr<char[]> longer(new char[capacity]);
+        std::copy_n(_text, _size, longer.get());
+        _longer = std::move(longer);
+        _text = _longer.get();
+        _capacity = capacity;
+    }
+    std::copy(text.begin(), text.end(), _text + _size);
+    _size += text.size();
 }
 
 void NLogMessage::Format(const char* format, ...) {
     char buffer[BufferSize];
     std::va_list arguments;
     va_start(arguments, format);
-    const int length = std::vsnprintf(buffer, sizeof buffer, format, arguments);
+    int length = printPlain(buffer, format, arguments);
     va_end(arguments);
+    if (length < 0) {
+        va_start(arguments, format);
+        length = std::vsnprintf(buffer, sizeof buffer, format, arguments);
+        va_end(arguments);
+    }
     if (length <= 0) {
-        _text.append("\n\tERROR LOG MSG NOTIFICATION: Failure to parse successfully the message\"");
-        _text.append(format).append("\"\n");
+        _append("\n\tERROR LOG MSG NOTIFICATION: Failure to parse successfully the message\"");
+        _append(format);
+        _append("\"\n");
         return;
     }
-    _text.append(buffer);
+    _append(buffer);
     if (length > BufferSize) {
-        _text.append(std::to_string(BufferSize));
+        _append(std::to_string(BufferSize));
     }
 }
 

@@ -2,7 +2,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
+#include <string_view>
 
 #include <morvel/base/NBaseObject.h>
 
@@ -21,6 +23,7 @@ public:
     /// with "FATAL" the line shows `function`.
     NLogMessage(const std::string& file, std::int32_t line, const std::string& function,
                 const std::string& level);
+    NLogMessage(const char* file, std::int32_t line, const char* function, const char* level);
     NLogMessage(const NLogMessage&) = delete;
     NLogMessage& operator=(const NLogMessage&) = delete;
 
@@ -33,9 +36,18 @@ public:
     void Format(const char* format, ...) MORVEL_PRINTF_LIKE(2, 3);
 
 private:
-    std::string _level;
-    std::string _text;      // the line as far as it goes, with the opening quote
+    MORVEL_LOCAL void _begin(std::string_view file, std::int32_t line, std::string_view function,
+                             std::string_view level);
+    MORVEL_LOCAL void _append(std::string_view text);
+
+    // The line as far as it goes, with the opening quote; the level word is its beginning.
+    char _usual[248];  // most lines need no more
+    std::unique_ptr<char[]> _longer;
+    char* _text = _usual;
+    std::size_t _capacity = sizeof _usual;
+    std::size_t _size = 0;
     std::size_t _headSize;  // of the text in front of the caller's
+    std::size_t _levelSize;
 };
 
 /// Writes one line from here: NLOG("WARNING", "morvel - %s: %d", name, code). Level and format are

@@ -51,9 +51,14 @@ TEST(LogAsyncChannel, WritesAllOnCloseAndGoesOnAfterwards) {
         expected += 2 * static_cast<std::size_t>(lines);
         EXPECT_EQ(folder.Read("a.log").size(), expected);
     }
-    Log(*channel, "last");
+    std::string end = "x\n";
+    for (const std::size_t length : {1u << 20, 0u, 1u << 16, 1u}) {
+        const std::string line(length, 'y');
+        Log(*channel, line);
+        end += line + "\n";
+    }
     channel = nullptr;
-    EXPECT_THAT(folder.Read("a.log"), testing::EndsWith("x\nlast\n"));
+    EXPECT_THAT(folder.Read("a.log"), testing::EndsWith(end));
 }
 
 // The parent's queue, which the child drops, is long; the child's own is one line long each time.

@@ -1,5 +1,9 @@
 #include <morvel/logging/NLogMessage.h>
 
+#include <climits>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
 #include <string>
 #include <tuple>
 
@@ -52,6 +56,35 @@ TEST(NLogMessage, KeepsTextsUpTo2047CharactersAndMarksLongerOnesFrom2049) {
         EXPECT_EQ(LineOfFormat("%s", text.substr(0, length).c_str()),
                   head + text.substr(0, 2047) + (length < 2049 ? "" : "2048") + "\"\n");
     }
+}
+
+// Text, %s and numbers of the common types are printed a short way, all else by std::vsnprintf.
+TEST(NLogMessage, PrintsWhateverPrintfPrints) {
+    const std::string most(2047, 'y');
+    const auto expect = [](const char* format, auto... arguments) {
+        char printed[4096];
+        std::snprintf(printed, sizeof printed, format, arguments...);
+        const std::string line = LineOf([&] {
+            NLogMessage message("f", 1, "g", "INFO");
+            message.Format(format, arguments...);
+        });
+        EXPECT_EQ(line, "INFO [File: f Line: 1]\t\"" + std::string(printed) + "\"\n");
+    };
+    expect("%%");
+    expect("100%% of %s%s", "caf\xC3\xA9", "");
+    expect("%s", most.c_str());
+    expect("%s%d", most.substr(0, 2046).c_str(), 7);
+    for (const int number : {0, -1, 42, INT_MIN, INT_MAX}) {
+        expect("<%d>", number);
+        expect("%d%u,%d", number, static_cast<unsigned>(number), number);
+        for (const char* format : {"%i", "%x", "%o", "%5d", "%-5d", "%+d", "%.3d"}) {
+            expect(format, number);
+        }
+        expect("%s %5d|%-7d|%+d|%x|%c|%i", "mixed", number, number, number, number, 'c', number);
+    }
+    expect("%zu %zd %ld %llu", SIZE_MAX, std::ptrdiff_t(-1), LONG_MIN, ULLONG_MAX);
+    expect("%d %.3f %s", 1, 2.5, "x");
+    expect("%.2s %*d", "cut", 4, 1);
 }
 
 TEST(NLogMessage, ReportsAFormatThatGivesNothing) {
