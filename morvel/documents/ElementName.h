@@ -17,9 +17,10 @@ inline bool IsSameName(std::string_view name, const char* other) {
             return false;
         }
         if (c != *other) {
-            // No locale has a case for digits.
-            const bool digit = (c >= '0' && c <= '9') || (*other >= '0' && *other <= '9');
-            if (digit || LowerCase(c) != LowerCase(*other)) {
+            // In every locale the cases of an ASCII letter differ in the bit 20 alone, or one of
+            // them is outside of ASCII.
+            const int difference = c ^ *other, either = c | *other;
+            if (((either & 0x80) == 0 && difference != 0x20) || LowerCase(c) != LowerCase(*other)) {
                 return false;
             }
         }

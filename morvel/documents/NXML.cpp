@@ -50,7 +50,9 @@ pugi::xml_parse_result _load(pugi::xml_document& document,
 
 NXML::NXML() = default;
 
-NXML::~NXML() = default;
+NXML::~NXML() {
+    _forget();
+}
 
 const NClassRecord* NXML::ClassRecord() const {
     return &_record;
@@ -217,6 +219,7 @@ void NXML::_newDocument() {
 }
 
 // Before the tree changes in any other way than by a node at the end.
-void NXML::_forget() const noexcept {
-    _index.reset();
+void NXML::_forget() noexcept {
+    delete _index.load(std::memory_order_relaxed);
+    _index.store(nullptr, std::memory_order_relaxed);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <iosfwd>
 #include <memory>
@@ -40,8 +41,12 @@ class NameIndex;
 /// costs no stack. An indented text of a deep document is long, though: it grows with the square of
 /// the depth.
 ///
-/// Looking a path up may write to the object, const though the operation is: where an element has
-/// many children, an index of their names is kept, of 32 to 64 bytes a name.
+/// Threads. Any number may read one document at the same time, by all operations that are const
+/// but RootAttributes; none of them waits for another. Every other operation needs the object to
+/// itself.
+///
+/// Searches enter the names of an element's children in an index where there are more than a few:
+/// 32 to 64 bytes a name, at most twice that until the next element is added.
 ///
 /// Another container given to an operation must be an NXML; any other counts as one without a
 /// document, and as a target is refused with false. It may be the object itself.
@@ -142,9 +147,11 @@ private:
     MORVEL_LOCAL void _newDocument();
 
     MORVEL_LOCAL pugi::xml_node _findChild(pugi::xml_node node, std::string_view name) const;
-    MORVEL_LOCAL void _forget() const noexcept;
+    MORVEL_LOCAL void _startIndex() const noexcept;
+    MORVEL_LOCAL void _added(pugi::xml_node parent, pugi::xml_node child);
+    MORVEL_LOCAL void _forget() noexcept;
 
     std::unique_ptr<pugi::xml_document> _document;
-    mutable std::unique_ptr<morvel::NameIndex> _index;  // of _document, made by a search
-    mutable NAttributeList _attributes;                 // behind RootAttributes
+    mutable std::atomic<morvel::NameIndex*> _index{nullptr};  // of _document; made by a search
+    mutable NAttributeList _attributes;                       // behind RootAttributes
 };

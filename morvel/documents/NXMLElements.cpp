@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cctype>
 #include <new>
+#include <type_traits>
 #include <typeinfo>
 #include <utility>
 
@@ -13,9 +14,19 @@
 #include <morvel/documents/DottedPath.h>
 #include <morvel/documents/ElementName.h>
 #include <morvel/documents/NameIndex.h>
+#include <morvel/documents/NodePointer.h>
 #include <morvel/documents/WholeCopy.h>
 
 namespace {
+
+// As dynamic_cast<Xml*>, which takes far longer for what is nearly always an NXML and nothing more.
+template <class Container>
+auto _xml(Container* container) {
+    using Xml = std::conditional_t<std::is_const_v<Container>, const NXML, NXML>;
+    return container != nullptr && typeid(*container) == typeid(NXML)
+               ? static_cast<Xml*>(container)
+               : dynamic_cast<Xml*>(container);
+}
 
 void _fold(std::string& name) {
     std::transform(name.begin(), name.end(), name.begin(), morvel::LowerCase);
@@ -109,9 +120,9 @@ std::unique_ptr<pugi::xml_document> _documentOf(pugi::xml_node node) {
     return document;
 }
 
-// Appends a copy of `source` to `node`; false, with nothing appended, for a null `source` or for
-// want of memory.
-bool _appendCopy(pugi::xml_node node, pugi::xml_node source) {
+// Appends a copy of `source` to `node`; a null node, with nothing appended, for a null `source` or
+// for want of memory.
+pugi::xml_node _appendCopy(pugi::xml_node node, pugi::xml_node source) {
     std::unique_ptr<pugi::xml_document> apart;
     if (source && node.root() == source.root()) {  // the copy may become a part of its source
         apart = _documentOf(source);
@@ -119,10 +130,10 @@ bool _appendCopy(pugi::xml_node node, pugi::xml_node source) {
     }
     const pugi::xml_node copy = node.append_copy(source);
     if (!copy || morvel::IsWholeCopy(copy, source)) {
-        return !copy.empty();
+        return copy;
     }
     _remove(copy);
-    return false;
+    return pugi::xml_node();
 }
 
 }  // namespace
@@ -135,6 +146,7 @@ pugi::xml_node NXML::_findElement(std::string_view path, pugi::xml_node* parent)
     if (!_document) {
         return current;
     }
+    const bool barred = path.find('|') != std::string_view::npos;
     morvel::DottedPath names(path);
     std::string dotted;
     for (std::string_view name; names.Next(&name);) {
@@ -144,34 +156,55 @@ pugi::xml_node NXML::_findElement(std::string_view path, pugi::xml_node* parent)
         if (name.empty()) {
             continue;
         }
-        if (const std::size_t bar = name.find('|'); bar != std::string_view::npos) {
+        if (const std::size_t bar = barred ? name.find('|') : name.npos; bar != name.npos) {
             dotted = name;
             dotted[bar] = '.';
             name = dotted;
         }
-        current = _findChild(current ? current : *_document, name);
+        if (morvel::NodePointer::Of(current) != nullptr) {
+            current = _findChild(current, name);
+        } else {
+            current = _document->first_child();  // the root element, most of the time
+            if (!morvel::IsSameName(name, current.name())) {
+                current = _findChild(*_document, name);
+            }
+        }
     }
     return current;
 }
 
 pugi::xml_node NXML::_findChild(pugi::xml_node node, std::string_view name) const {
+    if (morvel::NameIndex* const index = _index.load(std::memory_order_acquire)) {
+        return index->Find(node, name);
+    }
     pugi::xml_node child = node.first_child();
-    for (int i = 0; child; ++i) {
+    for (int i = 0; morvel::NodePointer::Of(child) != nullptr; ++i) {
         if (morvel::IsSameName(name, child.name())) {
-            return child;
+            break;
+        }
+        if (i == morvel::NameIndex::Few) {
+            _startIndex();
         }
         child = child.next_sibling();
-        // Few children take longer to look up than to walk, but for those that are known already.
-        if (child && (i == 8 || (i == 1 && _index && _index->Knows(node)))) {
-            if (!_index) {
-                _index.reset(new (std::nothrow) morvel::NameIndex);
-            }
-            if (_index) {
-                return _index->Find(node, name, child);
-            }
-        }
     }
     return child;
+}
+
+// For the searches to come; without memory for it they walk. Another thread may be doing the same.
+void NXML::_startIndex() const noexcept {
+    std::unique_ptr<morvel::NameIndex> index(new (std::nothrow) morvel::NameIndex);
+    morvel::NameIndex* none = nullptr;
+    if (_index.compare_exchange_strong(none, index.get(), std::memory_order_release,
+                                       std::memory_order_relaxed)) {
+        index.release();
+    }
+}
+
+// What is added at the end of the children of `parent` needs no new index.
+void NXML::_added(pugi::xml_node parent, pugi::xml_node child) {
+    if (morvel::NameIndex* const index = _index.load(std::memory_order_relaxed)) {
+        index->Added(parent, child);
+    }
 }
 
 bool NXML::GetElement(const std::string& path, NDataContainer* out, std::int32_t index) const {
@@ -188,7 +221,7 @@ bool NXML::GetElement(const std::string& path, NDataContainer* out, std::int32_t
     if (out == nullptr) {
         return true;
     }
-    auto* target = dynamic_cast<NXML*>(out);
+    auto* const target = _xml(out);
     if (target == nullptr) {
         return false;
     }
@@ -207,18 +240,17 @@ bool NXML::GetElements(const std::string& path, NDataContainerArray& array) cons
 
 bool NXML::AppendElements(const std::string& path, const NDataContainerArray& array) {
     pugi::xml_node node = _findElement(path);
-    const auto isXml = [](const NDataContainer* source) {
-        return dynamic_cast<const NXML*>(source) != nullptr;
-    };
+    const auto isXml = [](const NDataContainer* source) { return _xml(source) != nullptr; };
     if (!node || !std::all_of(array.begin(), array.end(), isXml)) {
         return false;
     }
-    _forget();
     for (const NDataContainer* source : array) {
         // The node of a source without a root element is null and can't be copied.
-        if (!_appendCopy(node, static_cast<const NXML*>(source)->_root())) {
+        const auto copy = _appendCopy(node, static_cast<const NXML*>(source)->_root());
+        if (!copy) {
             return false;
         }
+        _added(node, copy);
     }
     return true;
 }
@@ -229,13 +261,21 @@ bool NXML::ReplaceElement(const std::string& path, const NDataContainer* source)
     if (node) {
         parent = node.parent();
     }
-    const auto* xml = dynamic_cast<const NXML*>(source);
-    _forget();
-    // The copy comes first: what is replaced may be all or part of the source.
-    if (!parent || xml == nullptr || !_appendCopy(parent, xml->_root())) {
+    const NXML* const xml = _xml(source);
+    if (!parent || xml == nullptr) {
         return false;
     }
-    return !node || _remove(node);
+    // The copy comes first: what is replaced may be all or part of the source.
+    const pugi::xml_node copy = _appendCopy(parent, xml->_root());
+    if (!copy) {
+        return false;
+    }
+    _added(parent, copy);
+    if (!node) {
+        return true;
+    }
+    _forget();
+    return _remove(node);
 }
 
 bool NXML::SetValue(const std::string& path, const std::string& value) {
@@ -389,12 +429,16 @@ bool NXML::_setValue(const std::string& path, const std::string& value, bool cda
     pugi::xml_node parent;
     pugi::xml_node node = _findElement(path, &parent);
     if (node) {
-        const pugi::xml_node text = node.first_child();
+        pugi::xml_node text = node.first_child();
         if (text && (text.type() != pugi::node_pcdata || text.next_sibling())) {
             _forget();
             _removeChildren(node);
-        }  // else there is just the one text node that would be made anew
-        return node.text().set(value.data(), value.size());
+            text = pugi::xml_node();
+        }  // else it is just the one text node that would be made anew
+        if (!text) {
+            text = node.append_child(pugi::node_pcdata);
+        }
+        return text.set_value(value.data(), value.size());
     }
     // The new element is named by the last name of the path as it stands: a `|` is none but in a
     // search.
@@ -406,9 +450,7 @@ bool NXML::_setValue(const std::string& path, const std::string& value, bool cda
     if (node.set_name(name.c_str()) &&
         node.append_child(cdata ? pugi::node_cdata : pugi::node_pcdata)
             .set_value(value.data(), value.size())) {
-        if (_index) {
-            _index->Added(parent, node);
-        }
+        _added(parent, node);
         return true;
     }
     parent.remove_child(node);  // memory ran out: no half-made element stays

@@ -38,7 +38,8 @@ public:
     explicit Names(unsigned seed) : random(seed) {}
 
     std::string Name() {
-        std::string name = "Item" + std::to_string(random() % 60);
+        const char* const stems[] = {"N", "Item", "NameOfAnItem"};
+        std::string name = stems[random() % 3] + std::to_string(random() % 20);
         for (char& c : name)
             c = static_cast<char>(random() % 2 ? std::toupper(c) : std::tolower(c));
         return name;
@@ -95,18 +96,24 @@ TEST(NameIndex, FindsWhatAWalkFindsAfterEveryEdit) {
 
 // Names of one hash are possible; they must not make a table of quadratic cost, or hide each other.
 TEST(NameIndex, FindsNamesOfOneHash) {
-    pugi::xml_document document;
-    pugi::xml_node list = document.append_child("list");
+    constexpr int count = 4000;
     // In a hash that takes all bytes above 7F for one, names of as many of them are the same.
     const auto name = [](int i) {
         return std::string{'n', static_cast<char>(0x80 + i / 64), static_cast<char>(0x80 + i % 64)};
     };
-    for (int i = 0; i < 4000; ++i) {
-        list.append_child(name(i).c_str()).append_attribute("i") = i;
+    for (const int before : {10, count}) {  // children that are there when the index is made
+        pugi::xml_document document;
+        pugi::xml_node list = document.append_child("list");
+        morvel::NameIndex index;
+        for (int i = 0; i < count; ++i) {
+            pugi::xml_node child = list.append_child(name(i).c_str());
+            child.append_attribute("i") = i;
+            if (i >= before) index.Added(list, child);
+            for (int look = 0; i + 1 == before && look < 3; ++look) index.Find(list, "missing");
+        }
+        for (int i = 0; i < count; i += 7) {
+            ASSERT_EQ(index.Find(list, name(i)).attribute("i").as_int(-1), i);
+        }
+        EXPECT_TRUE(index.Find(list, "missing").empty());
     }
-    morvel::NameIndex index;
-    for (int i = 0; i < 4000; i += 7) {
-        ASSERT_EQ(index.Find(list, name(i), list.first_child()).attribute("i").as_int(-1), i);
-    }
-    EXPECT_TRUE(index.Find(list, "missing", list.first_child()).empty());
 }

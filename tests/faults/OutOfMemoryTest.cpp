@@ -219,10 +219,13 @@ TEST(OutOfMemory, NumbersReadAsZeroPathsAndTokensStay) {
 // What each says, and what is in the other document then; only a reader leaves that open.
 TEST(OutOfMemory, Documents) {
     const TemporaryFolder folder;
-    // Some pages of pugixml's memory, so that it can end in the middle of a copy.
-    const std::string value = Repeated(digits, 20);
-    const std::string xml =
-        "<r>" + Repeated("<a x=\"" + value + "\"><b>" + value + "</b></a>", 40) + "</r>";
+    // Some pages of pugixml's memory, so that it can end in the middle of a copy; and one of each
+    // kind of text that is so long that it gets a page of its own.
+    const std::string value = Repeated(digits, 20), page = Repeated("n"s, 33000);
+    const std::string xml = "<r>" +
+                            Repeated("<a x=\"" + value + "\"><b>" + value + "</b></a>", 40) + "<" +
+                            page + " " + page + "=\"1\" x=\"" + page + "\"/><c>" + page + "</c>" +
+                            Repeated("<empty/>"s, 700) + "</r>";
     const std::string name = Repeated("name"s, 10000);  // needs a page of its own
     const std::string file = folder.Write("document.xml", xml), saved = folder.File("saved.xml");
     NDataContainerArray array;

@@ -2,6 +2,7 @@
 // the results alone.
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <random>
@@ -17,7 +18,13 @@ namespace {
 // Runs `work(number)` in four threads that begin as close together as they can.
 void _inThreads(const std::function<void(int)>& work) {
     std::vector<std::thread> threads;
-    for (int number = 0; number < 4; ++number) threads.emplace_back(work, number);
+    std::atomic<int> missing{4};
+    for (int number = 0; number < 4; ++number) {
+        threads.emplace_back([&, number] {
+            for (--missing; missing > 0;) std::this_thread::yield();
+            work(number);
+        });
+    }
     for (std::thread& thread : threads) thread.join();
 }
 
@@ -83,6 +90,47 @@ TEST(Threads, ReadOneText) {
             EXPECT_EQ(number.ToInt(), 1234);
         }
     });
+}
+
+// The first searches make an index of the names, each thread beside the others.
+TEST(Threads, ReadOneDocument) {
+    constexpr int chapters = 200, sections = 8;
+    std::vector<std::string> paths;
+    NXML book;
+    book.CreateRoot("book");
+    for (int i = 0; i < chapters; ++i) {
+        const std::string chapter = "book.c" + std::to_string(i);
+        book.SetValue(chapter, "");
+        for (int j = 0; j < sections; ++j) {
+            paths.push_back(chapter + ".s" + std::to_string(j));
+            book.SetValue(paths.back(), paths.back());
+        }
+    }
+    for (int round = 0; round < 10; ++round) {
+        NXML document;
+        document.Assign(book, 0);
+        const NXML& shared = document;
+        _inThreads([&](int number) {
+            for (int repeat = 0; repeat < 3; ++repeat) {
+                for (const std::string& path : paths) {
+                    ASSERT_TRUE(shared.GetElement(path, nullptr, -1)) << path;
+                    ASSERT_FALSE(shared.GetElement(path + 'x', nullptr, -1)) << path;
+                }
+            }
+            NXML section;
+            for (std::size_t i = static_cast<std::size_t>(number); i < paths.size(); i += 40) {
+                ASSERT_TRUE(shared.GetElement(paths[i], &section, -1));
+                ASSERT_EQ(section.RootValue(), paths[i]);
+            }
+            NDataContainerArray array;
+            NAttributeList attributes;
+            EXPECT_TRUE(shared.GetElements(shared.RootName() + ".c7", array));
+            EXPECT_EQ(array.size(), static_cast<std::size_t>(sections));
+            EXPECT_FALSE(shared.GetAttributes("book.c19", attributes));
+            EXPECT_TRUE(shared.ForEachElement("book.c3", [](const std::string&, void*) {}));
+            EXPECT_NE(shared.HasRoot(), nullptr);
+        });
+    }
 }
 
 TEST(Threads, UseObjectsOfTheirOwn) {
