@@ -41,6 +41,17 @@ constexpr bool HasSse42() {
     return false;
 }
 #else
+/// The place of the lowest 1 in `bits`. REQUIRES: there is one.
+inline unsigned LowestOne(unsigned long long bits) {
+#if defined(__GNUC__)
+    return static_cast<unsigned>(__builtin_ctzll(bits));
+#else
+    unsigned long place;
+    _BitScanForward64(&place, bits);
+    return place;
+#endif
+}
+
 inline bool HasSse42() {
     // Not the compiler's own answer: that comes with an initialiser at load.
     static const bool has = [] {

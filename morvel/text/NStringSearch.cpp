@@ -11,6 +11,7 @@
 #include <utility>
 
 #include <morvel/platform/platform.h>
+#include <morvel/platform/processor.h>
 #include <morvel/text/Normalization.h>
 
 namespace {
@@ -33,8 +34,10 @@ auto _withBytesIn(NStringEncoding encoding, const NString& text, Use use) {
     return use(converted.Data());
 }
 
+// Apart from its callers, so that those which can do without are as short as what they call.
 template <class Primitive>
-int _compareConverted(const NString& text, const NString& other, Primitive primitive) {
+[[gnu::noinline]] int _compareConverted(const NString& text, const NString& other,
+                                        Primitive primitive) {
     return _withBytesIn(text.Encoding(), other, [&](const std::string& bytes) {
         return primitive(text.CStr(), bytes.c_str());
     });
@@ -71,9 +74,53 @@ void _requirePosition(bool inside) {
     if (!inside) throw std::out_of_range("invalid string position");
 }
 
-long long _find(const std::string& text, const char* needle, std::size_t count, std::size_t pos) {
-    const std::size_t found = text.find(needle, pos, count);
-    return found == NotFound ? -1 : static_cast<long long>(found);
+/// Calls `visit` with the place of each match of `needle` from `pos` on, but for those that overlap
+/// the one before, until it says no.
+template <class Visit>
+void _forEachMatch(std::string_view text, std::string_view needle, std::size_t pos, Visit visit) {
+#if MORVEL_HAS_SSE42_CODE  // SSE2 will do here, which every x86-64 has
+    // So many places at a time are asked for the first and the last byte of the needle, and only
+    // where both stand is the rest compared.
+    constexpr std::size_t Places = 64;
+    if (!needle.empty() && text.size() >= needle.size() + Places) {
+        const __m128i first = _mm_set1_epi8(needle.front());
+        const __m128i last = _mm_set1_epi8(needle.back());
+        const std::size_t toLast = needle.size() - 1;
+        const std::size_t end = text.size() - toLast - Places;
+        std::size_t block = pos;
+        for (; block <= end; block += Places) {
+            std::uint64_t places = 0;
+            for (std::size_t i = 0; i < Places; i += 16) {
+                const char* const at = text.data() + block + i;
+                const __m128i heads = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
+                const __m128i ends = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at + toLast));
+                const __m128i both =
+                    _mm_and_si128(_mm_cmpeq_epi8(heads, first), _mm_cmpeq_epi8(ends, last));
+                places |= std::uint64_t{static_cast<unsigned>(_mm_movemask_epi8(both))} << i;
+            }
+            for (; places != 0; places &= places - 1) {
+                const std::size_t at = block + morvel::platform::LowestOne(places);
+                if (at < pos || text.compare(at, needle.size(), needle) != 0) continue;
+                if (!visit(at)) return;
+                pos = at + needle.size();
+            }
+        }
+        pos = std::max(pos, block);
+    }
+#endif
+    while ((pos = text.find(needle, pos)) != NotFound) {
+        if (!visit(pos)) return;
+        pos += needle.size();
+    }
+}
+
+long long _find(std::string_view text, std::string_view needle, std::size_t pos) {
+    long long found = -1;
+    _forEachMatch(text, needle, pos, [&found](std::size_t at) {
+        found = static_cast<long long>(at);
+        return false;
+    });
+    return found;
 }
 
 /// An empty text has no last byte; the subtraction wraps then, and for a `fromEnd` in front of the
@@ -274,11 +321,11 @@ std::string NString::Right(std::size_t count) const {
 }
 
 long long NString::Find(const char* text, std::size_t pos) const {
-    return _find(_data, text, std::strlen(text), pos);
+    return _find(_data, text, pos);
 }
 
 long long NString::Find(const std::string& text, std::size_t pos) const {
-    return _find(_data, text.data(), text.size(), pos);
+    return _find(_data, text, pos);
 }
 
 std::uint32_t NString::ReverseFind(const char* text, std::size_t fromEnd) const {
@@ -307,16 +354,30 @@ void NString::ReplaceAll(const NString& from, const NString& to) {
     ReplaceAll(from._data, to._data);
 }
 
-// Built aside in one pass, so that many matches in a long text cost no more than the text is long,
-// and an argument may be this very text.
+// Counted first and built aside, so that many matches in a long text cost no more than the text is
+// long, and an argument may be this very text.
 void NString::ReplaceAll(const std::string& from, const std::string& to) {
-    std::size_t match = from.empty() ? NotFound : _data.find(from);
-    if (match == NotFound) return;
-    std::string result;
-    std::size_t done = 0;
-    for (; match != NotFound; match = _data.find(from, done)) {
-        result.append(_data, done, match - done).append(to);
-        done = match + from.size();
+    if (from.empty()) return;
+    std::size_t matches = 0;
+    _forEachMatch(_data, from, 0, [&matches](std::size_t) { return ++matches != 0; });
+    if (matches == 0) return;
+    const std::size_t left = _data.size() - matches * from.size();
+    if (to.size() > (_data.max_size() - left) / matches) {
+        throw std::length_error("NString::ReplaceAll");
     }
-    _data = std::move(result.append(_data, done, NotFound));
+    std::string result(left + matches * to.size(), '\0');
+    char* out = result.data();
+    const char* kept = _data.data();
+    const auto append = [&out](const char* bytes, std::size_t count) {
+        std::memcpy(out, bytes, count);
+        out += count;
+    };
+    _forEachMatch(_data, from, 0, [&](std::size_t match) {
+        append(kept, static_cast<std::size_t>(_data.data() + match - kept));
+        append(to.data(), to.size());
+        kept = _data.data() + match + from.size();
+        return true;
+    });
+    append(kept, static_cast<std::size_t>(_data.data() + _data.size() - kept));
+    _data = std::move(result);
 }

@@ -175,10 +175,13 @@ TEST(NStringSearch, SearchesAgreeWithThoseOfTheStandard) {
     std::mt19937 random(2718);
     const std::string pieces[] = {"a", "b", "\0"s};
     for (int round = 0; round < 20000; ++round) {
-        const std::string hay = _made(random, 24, pieces), needle = _made(random, 3, pieces);
+        // Now and then as long as several of the blocks in which texts are searched.
+        const std::size_t length = round % 10 == 0 ? 300 : 24;
+        const std::string hay = _made(random, length, pieces);
+        const std::string needle = _made(random, length == 24 ? 3 : 9, pieces);
         const std::string to = _made(random, 4, pieces);
         const char* const pointer = needle.c_str();
-        const std::size_t pos = random() % 28 - 1;  // Huge, too
+        const std::size_t pos = random() % (length + 4) - 1;  // Huge, too
         SCOPED_TRACE(testing::PrintToString(hay) + testing::PrintToString(needle));
         NString object(hay, Latin1), left(object), right(object);
         const auto rfind = [&](const std::string& sought) {
