@@ -78,7 +78,7 @@ void _addFind() {
         name + "/Morvel", size, [own, needle] { return own.Find(needle, 0); }, expected);
     bench::AddEqual(
         name + "/std::string", size,
-        [text, needle] { return static_cast<long long>(text.find(needle)); }, expected);
+        [own, needle] { return static_cast<long long>(own.Data().find(needle)); }, expected);
     const QByteArray bytes = QByteArray::fromStdString(text);
     const QByteArray sought = QByteArray::fromStdString(needle);
     bench::AddEqual(
