@@ -49,7 +49,17 @@ template <class Integer>
 void _writeDecimal(Integer value, std::string* text) {
     char digits[24];
     const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
-    text->assign(digits, static_cast<std::size_t>(end - digits));
+    const auto count = static_cast<std::size_t>(end - digits);
+    // Memory first: want of it leaves the text as it was. Appending is quicker than assigning.
+    if (count > text->capacity()) text->reserve(count);
+    text->clear();
+    text->append(digits, count);
+}
+
+template <class Integer>
+void _setDecimal(Integer value, std::string* data, NStringEncoding* encoding) {
+    _writeDecimal(value, data);
+    *encoding = EncodingSystem;
 }
 
 // Quick readers of plain numbers, which all readers agree on: digits alone, no more than always
@@ -181,38 +191,31 @@ void NString::SetNumber(float value, int precision) {
 }
 
 void NString::SetNumber(int value) {
-    _writeDecimal(value, &_data);
-    _encoding = EncodingSystem;
+    _setDecimal(value, &_data, &_encoding);
 }
 
 void NString::SetNumber(unsigned int value) {
-    _writeDecimal(value, &_data);
-    _encoding = EncodingSystem;
+    _setDecimal(value, &_data, &_encoding);
 }
 
 void NString::SetNumber(long value) {
-    _writeDecimal(value, &_data);
-    _encoding = EncodingSystem;
+    _setDecimal(value, &_data, &_encoding);
 }
 
 void NString::SetNumber(unsigned long value) {
-    _writeDecimal(value, &_data);
-    _encoding = EncodingSystem;
+    _setDecimal(value, &_data, &_encoding);
 }
 
 void NString::SetNumber(long long value) {
-    _writeDecimal(value, &_data);
-    _encoding = EncodingSystem;
+    _setDecimal(value, &_data, &_encoding);
 }
 
 void NString::SetNumber64(long long value) {
-    _writeDecimal(value, &_data);
-    _encoding = EncodingSystem;
+    _setDecimal(value, &_data, &_encoding);
 }
 
 void NString::SetNumber(unsigned long long value) {
-    _writeDecimal(value, &_data);
-    _encoding = EncodingSystem;
+    _setDecimal(value, &_data, &_encoding);
 }
 
 void NString::SetFourCC(std::uint32_t code) {
