@@ -274,47 +274,46 @@ std::int32_t NURL::_end(int code) {
     return _cancelled ? StatusCancelled : code;
 }
 
-bool NURL::_cancelRequested() {
-    if (_cancelCallback != nullptr && _cancelCallback(_cancelContext)) {
-        _cancelled = 1;
-        return true;
-    }
-    return false;
-}
-
-std::size_t NURL::_receive(char* data, std::size_t size, std::size_t count, void* object) {
-    NURL& self = *static_cast<NURL*>(object);
+// What both callbacks of an object do around their `work`, which answers with the bytes it moved.
+template <class Work>
+std::size_t NURL::_guarded(std::size_t size, std::size_t count, Work work) {
     if (size == 0 || count == 0) {
         return 0;
     }
     try {
-        if (self._cancelRequested()) {
+        if (_cancelCallback != nullptr && _cancelCallback(_cancelContext)) {
+            _cancelled = 1;
             return Stop;
         }
+        return work();
+    } catch (...) {
+        _raised = std::current_exception();
+        return Stop;
+    }
+}
+
+void NURL::_report(std::uint64_t done, std::uint64_t total) {
+    if (_progressCallback != nullptr) {
+        _progressCallback(done, total, _progressContext);
+    }
+}
+
+std::size_t NURL::_receive(char* data, std::size_t size, std::size_t count, void* object) {
+    NURL& self = *static_cast<NURL*>(object);
+    return self._guarded(size, count, [&]() -> std::size_t {
         if (!self._reserve(count)) {
             return 0;
         }
         std::memcpy(self._data + self._size, data, count);
         self._size += count;
-        if (self._progressCallback != nullptr) {
-            self._progressCallback(self._size, self._capacity, self._progressContext);
-        }
+        self._report(self._size, self._capacity);
         return count;
-    } catch (...) {
-        self._raised = std::current_exception();
-        return Stop;
-    }
+    });
 }
 
 std::size_t NURL::_send(char* data, std::size_t size, std::size_t count, void* object) {
     NURL& self = *static_cast<NURL*>(object);
-    if (size == 0 || count == 0) {
-        return 0;
-    }
-    try {
-        if (self._cancelRequested()) {
-            return Stop;
-        }
+    return self._guarded(size, count, [&]() -> std::size_t {
         if (self._sendPosition >= self._sendSize) {
             return 0;
         }
@@ -322,14 +321,9 @@ std::size_t NURL::_send(char* data, std::size_t size, std::size_t count, void* o
             std::min<std::uint64_t>(self._sendSize - self._sendPosition, count);
         std::memcpy(data, self._sendData + self._sendPosition, length);
         self._sendPosition += length;
-        if (self._progressCallback != nullptr) {
-            self._progressCallback(self._sendPosition, self._sendSize, self._progressContext);
-        }
+        self._report(self._sendPosition, self._sendSize);
         return length;
-    } catch (...) {
-        self._raised = std::current_exception();
-        return Stop;
-    }
+    });
 }
 
 // Makes room for `count` more bytes; false if there is no memory, with all as it was.

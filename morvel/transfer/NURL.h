@@ -119,7 +119,9 @@ private:
     MORVEL_LOCAL void _begin(CancelCallback cancelCallback, void* cancelContext,
                              ProgressCallback progressCallback, void* progressContext);
     MORVEL_LOCAL std::int32_t _end(int code);
-    MORVEL_LOCAL bool _cancelRequested();
+    template <class Work>
+    MORVEL_LOCAL std::size_t _guarded(std::size_t size, std::size_t count, Work work);
+    MORVEL_LOCAL void _report(std::uint64_t done, std::uint64_t total);
     MORVEL_LOCAL bool _reserve(std::uint64_t count);
     MORVEL_LOCAL bool _setCapacity(std::uint64_t capacity);
 
