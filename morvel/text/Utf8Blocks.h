@@ -24,6 +24,54 @@ MORVEL_SSE42 inline __m128i LoadPartOfBlock(const void* p, std::size_t count) {
     return _mm_load_si128(reinterpret_cast<const __m128i*>(bytes));
 }
 
+/// The upper and the lower half of each byte, as a number up to 15.
+MORVEL_SSE42 inline __m128i UpperHalves(__m128i block) {
+    return _mm_and_si128(_mm_srli_epi16(block, 4), _mm_set1_epi8(0x0F));
+}
+MORVEL_SSE42 inline __m128i LowerHalves(__m128i block) {
+    return _mm_and_si128(block, _mm_set1_epi8(0x0F));
+}
+
+/// A set of halves, given by their hexadecimal digits: bit n stands for a half of value n.
+constexpr std::uint16_t Halves(const char* digits) {
+    unsigned set = 0;
+    for (; *digits != '\0'; ++digits) set |= 1u << (*digits - (*digits <= '9' ? '0' : 'A' - 10));
+    return static_cast<std::uint16_t>(set);
+}
+
+/// The upper halves by which one knows what a byte is.
+constexpr std::uint16_t UpperOfAscii = Halves("01234567");
+constexpr std::uint16_t UpperOfContinuation = Halves("89AB");
+constexpr std::uint16_t UpperOfFirst = Halves("CDEF");  // of several bytes
+constexpr std::uint16_t AnyHalf = 0xFFFF;
+
+/// Eight rules about neighbouring bytes, made into lookups. A rule is a row of sets, one for each
+/// of the halves that it looks at, and fits bytes whose halves are all in their sets. So the rules
+/// that fit are those that the lookup of each column allows.
+template <std::size_t Columns>
+class HalfRules {
+public:
+    constexpr explicit HalfRules(const std::uint16_t (&rows)[8][Columns]) : _tables() {
+        for (unsigned row = 0; row < 8; ++row) {
+            for (std::size_t column = 0; column < Columns; ++column) {
+                for (unsigned half = 0; half < 16; ++half) {
+                    _tables[column][half] = static_cast<std::uint8_t>(
+                        _tables[column][half] | (rows[row][column] >> half & 1) << row);
+                }
+            }
+        }
+    }
+
+    /// For each byte, a half, the rules that have it in their set of the column: bit n is row n.
+    MORVEL_SSE42 __m128i Allowed(std::size_t column, __m128i halves) const {
+        return _mm_shuffle_epi8(_mm_load_si128(reinterpret_cast<const __m128i*>(_tables[column])),
+                                halves);
+    }
+
+private:
+    alignas(16) std::uint8_t _tables[Columns][16];
+};
+
 /// Tells whether a text, taken block by block from its beginning, is well-formed UTF-8: no piece of
 /// a character, no overlong form, no surrogate, nothing above U+10FFFF. Blocks cut characters as
 /// they like.
@@ -39,11 +87,9 @@ public:
 
     MORVEL_SSE42 void Take(__m128i block) {
         const __m128i before = _mm_alignr_epi8(block, _last, 15);
-        const __m128i half = _mm_set1_epi8(0x0F);
-        const __m128i pairs =
-            _mm_and_si128(_mm_and_si128(_allowed(0, _mm_and_si128(_mm_srli_epi16(before, 4), half)),
-                                        _allowed(1, _mm_and_si128(before, half))),
-                          _allowed(2, _mm_and_si128(_mm_srli_epi16(block, 4), half)));
+        const __m128i pairs = _mm_and_si128(_mm_and_si128(faults.Allowed(0, UpperHalves(before)),
+                                                          faults.Allowed(1, LowerHalves(before))),
+                                            faults.Allowed(2, UpperHalves(block)));
         // The upper bit of these is set behind the first byte of three or four.
         const __m128i third =
             _mm_subs_epu8(_mm_alignr_epi8(block, _last, 14), _mm_set1_epi8(0xE0 - 0x80));
@@ -74,44 +120,20 @@ public:
 private:
     static constexpr char TwoContinuations = static_cast<char>(0x80);
 
-    // One row a fault: the halves that allow it. Bit n of a set stands for a half of value n.
-    struct Fault {
-        std::uint16_t firstUpper, firstLower, secondUpper;
+    // A row a fault; both halves of a byte and the upper half of the next.
+    static constexpr std::uint16_t rows[8][3] = {
+        {UpperOfFirst, AnyHalf, UpperOfAscii | UpperOfFirst},  // cut short
+        {UpperOfAscii, AnyHalf, UpperOfContinuation},          // out of nothing
+        {Halves("C"), Halves("01"), UpperOfContinuation},      // C0, C1: overlong
+        {Halves("E"), Halves("0"), Halves("89")},              // E0 80-9F: overlong
+        {Halves("E"), Halves("D"), Halves("AB")},              // ED A0-BF: surrogate
+        {Halves("F"), Halves("456789ABCDEF"), Halves("9AB")},  // F4-FF 90-BF: too large
+        // F0 80-8F: overlong; F5-FF 80-8F: too large
+        {Halves("F"), Halves("056789ABCDEF"), Halves("8")},
+        // TwoContinuations, where the second is not one that is due
+        {UpperOfContinuation, AnyHalf, UpperOfContinuation},
     };
-    static constexpr std::uint16_t Any = 0xFFFF, Ascii = 0x00FF, Continuation = 0x0F00;
-    static constexpr Fault faults[8] = {
-        {0xF000, Any, Ascii | 0xF000},      // the first byte of several, and no continuation
-        {Ascii, Any, Continuation},         // ASCII, and a continuation
-        {1u << 0xC, 0x0003, Continuation},  // C0, C1: overlong
-        {1u << 0xE, 1u << 0x0, 0x0300},     // E0 80-9F: overlong
-        {1u << 0xE, 1u << 0xD, 0x0C00},     // ED A0-BF: surrogate
-        {1u << 0xF, 0xFFF0, 0x0E00},        // F4-FF 90-BF: too large
-        {1u << 0xF, 0xFFE1, 0x0100},        // F0 80-8F: overlong; F5-FF 80-8F: too large
-        {Continuation, Any,
-         Continuation},  // TwoContinuations, where the second is not one that is due
-    };
-
-    struct Tables {
-        constexpr Tables() : of() {
-            for (unsigned row = 0; row < 8; ++row) {
-                for (unsigned half = 0; half < 16; ++half) {
-                    of[0][half] |=
-                        static_cast<std::uint8_t>((faults[row].firstUpper >> half & 1) << row);
-                    of[1][half] |=
-                        static_cast<std::uint8_t>((faults[row].firstLower >> half & 1) << row);
-                    of[2][half] |=
-                        static_cast<std::uint8_t>((faults[row].secondUpper >> half & 1) << row);
-                }
-            }
-        }
-        alignas(16) std::uint8_t of[3][16];
-    };
-
-    MORVEL_SSE42 static __m128i _allowed(int table, __m128i halves) {
-        static constexpr Tables tables;
-        return _mm_shuffle_epi8(_mm_load_si128(reinterpret_cast<const __m128i*>(tables.of[table])),
-                                halves);
-    }
+    static constexpr HalfRules<3> faults{rows};
 
     __m128i _last, _faults;
 };
