@@ -1,6 +1,6 @@
 // The normaliser is utf8proc. Around it stand a skip in front, for text that comes out as it went
-// in, and a guard, since utf8proc's time is quadratic in a run of badly ordered combining marks.
-// Covered by NormalizationTest.
+// in, by vector code and without, and a guard, since utf8proc's time is quadratic in a run of badly
+// ordered combining marks. Covered by NormalizationTest.
 #include <morvel/text/Normalization.h>
 
 #include <algorithm>
@@ -12,6 +12,9 @@
 #include <vector>
 
 #include <utf8proc.h>
+
+#include <morvel/platform/processor.h>
+#include <morvel/text/Utf8Blocks.h>
 
 namespace {
 
@@ -37,20 +40,26 @@ const unsigned char* _bytes(const char* text) {
     return reinterpret_cast<const unsigned char*>(text);
 }
 
-// Whether a block of bytes are all from 01 to 7F: only then neither they nor they less one have a
-// high bit.
-template <std::size_t Words>
-bool _isAsciiBlock(const unsigned char* bytes) {
-    std::uint64_t words[Words];
-    std::memcpy(words, bytes, sizeof words);
-    std::uint64_t high = 0;
-    for (const std::uint64_t word : words) high |= (word - 0x0101010101010101) | word;
-    return (high & 0x8080808080808080) == 0;
-}
+constexpr std::ptrdiff_t Stretch = 64;  // bytes that are looked at together
 
 const unsigned char* _skipAscii(const unsigned char* p, const unsigned char* end) {
-    while (end - p >= 64 && _isAsciiBlock<8>(p)) p += 64;
-    while (end - p >= 8 && _isAsciiBlock<1>(p)) p += 8;
+#if MORVEL_HAS_SSE42_CODE
+    // No more than every x86-64 has: signed, 01 to 7F are the bytes above 0.
+    for (; end - p >= Stretch; p += Stretch) {
+        __m128i ascii = _mm_set1_epi8(-1);
+        for (std::ptrdiff_t at = 0; at < Stretch; at += 16) {
+            const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + at));
+            ascii = _mm_and_si128(ascii, _mm_cmpgt_epi8(block, _mm_setzero_si128()));
+        }
+        if (_mm_movemask_epi8(ascii) != 0xFFFF) break;
+    }
+#endif
+    for (; end - p >= 8; p += 8) {
+        // Only bytes from 01 to 7F have no high bit, neither they nor they less one.
+        std::uint64_t word;
+        std::memcpy(&word, p, sizeof word);
+        if ((((word - 0x0101010101010101) | word) & 0x8080808080808080) != 0) break;
+    }
     while (p != end && *p >= 0x01 && *p <= 0x7F) ++p;
     return p;
 }
@@ -126,112 +135,119 @@ int _plainCharacter(const unsigned char* p, std::ptrdiff_t left) {
     }
 }
 
-// The common part of what _plainCharacter knows, as automata over bytes: a state is the place of
-// its six bits in a row, and a step shifts the row of the byte down by the state. One lookup and
-// one shift a byte, and no branch to mispredict, whatever scripts are mixed. What one doesn't know
-// is the state Unknown for good: characters that are rare, or not plain, or malformed.
-//
-// A row has room for ten states, so there are two automata. Both know most scripts; East has what
-// stands in Chinese and Japanese text, West has Hangul and the punctuation at E2 80.
-enum State : unsigned {
-    Between = 0,
-    Unknown = 6,
-    OneMore = 12,
-    TwoMore = 18,
-    AfterCE = 24,
-    AfterED = 30,
-    AfterEF = 36,
-    AfterE3 = 42,    // East
-    AfterE380 = 48,  // East
-    AfterE382 = 54,  // East
-    AfterE2 = 42,    // West
-    AfterE280 = 48,  // West
-    AfterEA = 54,    // West
-};
-
-constexpr State _firstByte(bool east, unsigned b) {
-    if (b >= 0x01 && b <= 0x7F) return Between;
-    if (b >= 0xC2 && b <= 0xCB) return OneMore;
-    if (b >= 0xCF && b <= 0xD5 && b != 0xD2) return OneMore;
-    if (b == 0xDA || b == 0xDE) return OneMore;
-    if (b == 0xCE) return AfterCE;
-    if (b == 0xE2 && !east) return AfterE2;
-    if (b == 0xE3 && east) return AfterE3;
-    if ((b >= 0xE4 && b <= 0xE9) || b == 0xEB || b == 0xEC || b == 0xEE) return TwoMore;
-    if (b == 0xEA && !east) return AfterEA;
-    if (b == 0xED) return AfterED;
-    if (b == 0xEF) return AfterEF;
-    return Unknown;
-}
-
-constexpr State _laterByte(bool east, unsigned state, unsigned b) {
-    if ((b & 0xC0) != 0x80) return Unknown;
-    if (state == OneMore) return Between;
-    if (state == TwoMore) return OneMore;
-    if (state == AfterCE) return b != 0x87 ? Between : Unknown;
-    if (state == AfterED) return b < 0xA0 ? OneMore : Unknown;
-    if (state == AfterEF) return b < 0xA4 || (b > 0xAD && b != 0xB8) ? OneMore : Unknown;
-    if (east) {
-        if (state == AfterE3) return b == 0x80 ? AfterE380 : b == 0x82 ? AfterE382 : OneMore;
-        if (state == AfterE380) return b < 0xAA || b > 0xAF ? Between : Unknown;
-        if (state == AfterE382) return b != 0x99 && b != 0x9A ? Between : Unknown;
-    } else {
-        if (state == AfterE2) return b == 0x80 ? AfterE280 : b == 0x82 ? OneMore : Unknown;
-        if (state == AfterE280) return b >= 0x82 ? Between : Unknown;
-        if (state == AfterEA) return b >= 0xB0 ? OneMore : Unknown;
-    }
-    return Unknown;
-}
-
-struct Automaton {
-    constexpr explicit Automaton(bool east) : rows() {
-        for (unsigned b = 0; b < 256; ++b) {
-            for (unsigned state = 0; state < 60; state += 6) {
-                const unsigned next =
-                    state == Between ? _firstByte(east, b) : _laterByte(east, state, b);
-                rows[b] |= std::uint64_t{next} << state;
-            }
+// Skips plain characters from `p` on until one begins at `stop` or behind it; null where one isn't
+// plain.
+const unsigned char* _skipPlain(const unsigned char* p, const unsigned char* stop,
+                                const unsigned char* end) {
+    while (p < stop) {
+        if (*p <= 0x7F && *p != 0) {
+            p = _skipAscii(p, end);
+            continue;
         }
+        const int length = _plainCharacter(p, end - p);
+        if (length == 0) return nullptr;
+        p += length;
     }
-    std::uint64_t rows[256];
-};
-constexpr Automaton automata[2] = {Automaton(false), Automaton(true)};
-
-// Four stretches of a text go through the automaton side by side, so that the processor need not
-// wait for one step before it begins another.
-constexpr std::ptrdiff_t Lanes = 4;
-constexpr std::ptrdiff_t LaneLength = 64;
-constexpr std::ptrdiff_t LongestCharacter = 4;
-
-// The start of the character that the byte at `p` belongs to. REQUIRES: there are three bytes in
-// front, or it is near: the caller's text begins with a whole character.
-const unsigned char* _startOf(const unsigned char* p) {
-    for (int i = 0; i < 3 && _isContinuation(*p); ++i) --p;
     return p;
 }
 
-// Moves `*p`, the start of a character, on over Lanes * LaneLength bytes, to the start of another,
-// if `automaton` knows all characters between them to be plain; else false. Each lane goes on by
-// the length of a character into the next one, which begins in front of its nominal place if that
-// lies within a character: so each character is whole in one of them.
-// REQUIRES: a character's length more of text behind those bytes.
-bool _skipKnown(const Automaton& automaton, const unsigned char** p) {
-    const unsigned char* lanes[Lanes];
-    std::uint64_t states[Lanes] = {};
-    for (std::ptrdiff_t lane = 0; lane < Lanes; ++lane) {
-        lanes[lane] = lane == 0 ? *p : _startOf(*p + lane * LaneLength);
-    }
-    for (std::ptrdiff_t i = 0; i < LaneLength + LongestCharacter; ++i) {
-        for (std::ptrdiff_t lane = 0; lane < Lanes; ++lane) {
-            states[lane] = automaton.rows[lanes[lane][i]] >> (states[lane] & 63);
+#if MORVEL_HAS_SSE42_CODE
+
+// The start of the plain character that the byte at `p` belongs to.
+const unsigned char* _startOf(const unsigned char* p) {
+    while (_isContinuation(*p)) --p;
+    return p;
+}
+
+using morvel::AnyHalf;
+using morvel::Halves;
+using morvel::UpperOfAscii;
+using morvel::UpperOfContinuation;
+using morvel::UpperOfFirst;
+
+// What _plainCharacter leaves out, as rules about a byte and the upper half of the next. Coarser
+// where that saves a rule, and all of F0-FF: what fits a rule is looked at again by itself.
+constexpr std::uint16_t pairRows[8][3] = {
+    {UpperOfFirst, AnyHalf, UpperOfAscii | UpperOfFirst},  // cut short
+    {Halves("0CE"), Halves("0"), AnyHalf},                 // NUL, C0, E0
+    {Halves("C"), Halves("1CD"), AnyHalf},
+    {Halves("D"), Halves("6789BCDF"), AnyHalf},
+    {Halves("E"), Halves("1A"), Halves("89")},
+    {Halves("E"), Halves("12ADF"), Halves("A")},
+    {Halves("E"), Halves("2D"), Halves("B")},
+    // Unexpected: a continuation byte behind anything but a first byte of two or three. It has to
+    // be there just where a first byte of three is two bytes in front.
+    {Halves("0123456789ABF"), AnyHalf, UpperOfContinuation},
+};
+constexpr char Unexpected = static_cast<char>(0x80);
+
+// What takes more bytes to tell: the lower half of one, then two whole ones. If that one matters,
+// its upper half is E: anything else in front of two continuation bytes fits Unexpected.
+constexpr std::uint16_t characterRows[8][5] = {
+    {Halves("2"), Halves("8"), Halves("0"), Halves("8"), Halves("01")},       // E2 80 80-81
+    {Halves("3"), Halves("8"), Halves("0"), Halves("A"), Halves("ABCDEF")},   // E3 80 AA-AF
+    {Halves("3"), Halves("8"), Halves("2"), Halves("9"), Halves("9A")},       // E3 82 99-9A
+    {AnyHalf, Halves("C"), Halves("E"), Halves("8"), Halves("7")},            // CE 87
+    {AnyHalf, Halves("D"), Halves("2"), Halves("8"), Halves("34567")},        // D2 83-87
+    {AnyHalf, Halves("E"), Halves("1"), Halves("B"), Halves("01234567DEF")},  // E1 B0-B7, BD-BF
+    {AnyHalf, Halves("E"), Halves("2"), Halves("8"), Halves("34C")},          // E2 83, 84, 8C
+    {AnyHalf, Halves("E"), Halves("F"), Halves("B"), Halves("8")},            // EF B8
+};
+
+constexpr morvel::HalfRules<3> pairRules(pairRows);
+constexpr morvel::HalfRules<5> characterRules(characterRows);
+
+// Not zero where a rule fits at one of the 16 bytes at `p`, which are added to `*all`. REQUIRES:
+// two bytes of text in front.
+MORVEL_SSE42 inline __m128i _doubts(const unsigned char* p, __m128i* all) {
+    // Not LoadBlock: compilers take that for free and load again for each use.
+    const __m128i bytes = _mm_lddqu_si128(reinterpret_cast<const __m128i*>(p));
+    const __m128i before = _mm_lddqu_si128(reinterpret_cast<const __m128i*>(p - 1));
+    const __m128i twoBefore = _mm_lddqu_si128(reinterpret_cast<const __m128i*>(p - 2));
+    *all = _mm_or_si128(*all, bytes);
+    const __m128i upper = morvel::UpperHalves(bytes);
+    const __m128i beforeUpper = morvel::UpperHalves(before);
+    const __m128i beforeLower = morvel::LowerHalves(before);
+
+    const __m128i pairs = _mm_and_si128(
+        _mm_and_si128(pairRules.Allowed(0, beforeUpper), pairRules.Allowed(1, beforeLower)),
+        pairRules.Allowed(2, upper));
+    const __m128i expected = _mm_and_si128(_mm_subs_epu8(twoBefore, _mm_set1_epi8(0xE0 - 0x80)),
+                                           _mm_set1_epi8(Unexpected));
+    const __m128i characters =
+        _mm_and_si128(_mm_and_si128(characterRules.Allowed(0, morvel::LowerHalves(twoBefore)),
+                                    _mm_and_si128(characterRules.Allowed(1, beforeUpper),
+                                                  characterRules.Allowed(2, beforeLower))),
+                      _mm_and_si128(characterRules.Allowed(3, upper),
+                                    characterRules.Allowed(4, morvel::LowerHalves(bytes))));
+    return _mm_or_si128(_mm_xor_si128(pairs, expected), characters);
+}
+
+MORVEL_SSE42 bool _isPlainByBlocks(const unsigned char* p, const unsigned char* end) {
+    while ((p = _skipAscii(p, end)) != end) {
+        p = _skipPlain(p, p + 1, end);  // two bytes at least, which _doubts needs in front
+        for (bool ascii = false; !ascii;) {
+            // All in front of `p` is plain, but a character that has begun there may be cut short.
+            if (p == nullptr) return false;
+            if (end - p < 16) return _skipPlain(_startOf(p - 1), end, end) != nullptr;
+            const unsigned char* const stop = p + std::min(Stretch, (end - p) & ~15);
+            __m128i doubts = _mm_setzero_si128();
+            __m128i all = doubts;
+            for (const unsigned char* at = p; at != stop; at += 16) {
+                doubts = _mm_or_si128(doubts, _doubts(at, &all));
+            }
+            if (_mm_testz_si128(doubts, doubts) == 0) {
+                p = _skipPlain(_startOf(p - 1), stop, end);
+            } else {
+                ascii = _mm_movemask_epi8(all) == 0;
+                p = stop - (ascii ? 1 : 0);  // the last may be a NUL
+            }
         }
     }
-    for (const std::uint64_t state : states) {
-        if ((state & 63) == Unknown) return false;
-    }
-    *p = _startOf(*p + Lanes * LaneLength);
     return true;
 }
+
+#endif
 
 // Marks in a row that utf8proc may put in order by itself. Text that is written for reading stays
 // far below. A mark takes a byte at least, so a stretch of no more bytes than that needs no look.
@@ -365,25 +381,18 @@ bool morvel::IsAsciiText(std::string_view text) {
 }
 
 bool morvel::IsPlainlyNfc(std::string_view text) {
-    constexpr std::ptrdiff_t Stretch = Lanes * LaneLength;
-    const unsigned char* p = _bytes(text.data());
-    const unsigned char* const end = p + text.size();
-    bool east = false;
-    while ((p = _skipAscii(p, end)) != end) {
-        while (end - p >= Stretch + LongestCharacter && !_isAsciiBlock<4>(p)) {
-            if (_skipKnown(automata[east], &p)) continue;
-            if (!_skipKnown(automata[!east], &p)) break;
-            east = !east;  // the next stretch is likely to be of the same kind
-        }
-        // A stretch by single characters: one that the automaton doesn't know, or the end.
-        const unsigned char* const stretch = end - p > Stretch ? p + Stretch : end;
-        while (p < stretch) {
-            const int length = *p >= 0x01 && *p <= 0x7F ? 1 : _plainCharacter(p, end - p);
-            if (length == 0) return false;
-            p += length;
-        }
-    }
-    return true;
+#if MORVEL_HAS_SSE42_CODE
+    const unsigned char* const end = _bytes(text.data()) + text.size();
+    const unsigned char* const p = _skipAscii(_bytes(text.data()), end);
+    if (p == end) return true;
+    if (platform::HasSse42()) return _isPlainByBlocks(p, end);
+#endif
+    return IsPlainlyNfcPortably(text);
+}
+
+bool morvel::IsPlainlyNfcPortably(std::string_view text) {
+    const unsigned char* const end = _bytes(text.data()) + text.size();
+    return _skipPlain(_bytes(text.data()), end, end) != nullptr;
 }
 
 bool morvel::NormalizeText(std::string* text, NStringForm form) {

@@ -21,4 +21,7 @@ bool IsAsciiText(std::string_view text);
 /// its bytes. True is certain; false says only that the normaliser has to be asked.
 bool IsPlainlyNfc(std::string_view text);
 
+/// The same without vector code.
+bool IsPlainlyNfcPortably(std::string_view text);
+
 }  // namespace morvel
