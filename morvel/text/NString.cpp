@@ -30,6 +30,10 @@ std::string_view _countedText(const unsigned char* counted) {
     return all.substr(0, all.find('\0'));
 }
 
+std::string _withoutMark(std::string_view bytes) {
+    return std::string(bytes.substr(MarkOf(bytes).length));
+}
+
 }  // namespace
 
 NString::NString() = default;
@@ -46,10 +50,10 @@ NString::NString(NString&& other) noexcept
 
 NString::NString(const std::string& text) : NString(text, EncodingSystem) {}
 
-NString::NString(const std::string& text, NStringEncoding fallback) : _encoding(fallback) {
+NString::NString(const std::string& text, NStringEncoding fallback)
+    : _data(_withoutMark(text)), _encoding(fallback) {
     const ByteOrderMark mark = MarkOf(text);
     if (mark.length != 0) _encoding = mark.encoding;
-    _data.assign(text, mark.length, std::string::npos);
     if (_encoding == EncodingUTF8) NString::Normalize(FormNFC);
 }
 
@@ -80,17 +84,15 @@ NString::NString(const char* text, NStringEncoding encoding) : _encoding(encodin
         _encoding = EncodingUTF8;
         return;
     }
-    const std::string_view bytes(text);
-    _data = bytes.substr(MarkOf(bytes).length);
+    _data = _withoutMark(text);
     if (encoding == EncodingUTF8) NString::Normalize(FormNFC);
 }
 
 NString::NString(const unsigned char* counted)
     : NString(counted, MarkOf(_countedText(counted)).encoding) {}
 
-NString::NString(const unsigned char* counted, NStringEncoding encoding) : _encoding(encoding) {
-    const std::string_view bytes = _countedText(counted);
-    _data = bytes.substr(MarkOf(bytes).length);
+NString::NString(const unsigned char* counted, NStringEncoding encoding)
+    : _data(_withoutMark(_countedText(counted))), _encoding(encoding) {
     if (encoding == EncodingUTF8) NString::Normalize(FormNFC);
 }
 
