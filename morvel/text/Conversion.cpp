@@ -14,8 +14,9 @@
 
 namespace {
 
-constexpr std::size_t Block = 32;  // units that are looked at together
-constexpr std::size_t Slack = 16;  // bytes that may be written behind a result
+constexpr std::size_t Block = 32;          // units that are looked at together
+constexpr std::size_t Slack = 16;          // bytes that may be written behind a result
+constexpr std::ptrdiff_t BlocksSize = 64;  // bytes that vector code looks at together
 
 const unsigned char* _bytes(std::string_view text) {
     return reinterpret_cast<const unsigned char*>(text.data());
@@ -60,6 +61,11 @@ bool _isContinuation(unsigned byte) {
 
 bool _isSurrogate(unsigned unit) {
     return (unit & 0xF800) == 0xD800;
+}
+
+// Whether the surrogate `first` and the unit at `p` are a pair.
+bool _isPair(unsigned first, const unsigned char* p, const unsigned char* end) {
+    return first < 0xDC00 && p != end && (_load<std::uint16_t>(p) & 0xFC00) == 0xDC00;
 }
 
 // Where a text is read and where the result is written. Handed about by value: what is written
@@ -151,9 +157,8 @@ char* _utf16ToUtf8(Places at, const unsigned char* end) {
                 continue;
             }
             if (_isSurrogate(c)) {
-                if (c >= 0xDC00 || p == end) return nullptr;
+                if (!_isPair(c, p, end)) return nullptr;
                 const unsigned low = _load<std::uint16_t>(p);
-                if ((low & 0xFC00) != 0xDC00) return nullptr;
                 p += 2;
                 c = 0x10000 + ((c - 0xD800) << 10) + (low - 0xDC00);
                 *to++ = static_cast<char>(0xF0 | c >> 18);
@@ -215,6 +220,80 @@ char* _utf8ToUtf16(Places at, const unsigned char* end) {
     return at.to;
 }
 
+// Where Latin-9 parts from Latin-1 (ISO 8859-15).
+constexpr struct {
+    unsigned char byte;
+    std::uint16_t unit;
+} latin9Only[] = {{0xA4, 0x20AC}, {0xA6, 0x0160}, {0xA8, 0x0161}, {0xB4, 0x017D},
+                  {0xB8, 0x017E}, {0xBC, 0x0152}, {0xBD, 0x0153}, {0xBE, 0x0178}};
+
+struct UnitsOfLatin9 {
+    constexpr UnitsOfLatin9() : of() {
+        for (unsigned byte = 0; byte < 256; ++byte) of[byte] = static_cast<std::uint16_t>(byte);
+        for (const auto& only : latin9Only) of[only.byte] = only.unit;
+    }
+    std::uint16_t of[256];
+};
+constexpr UnitsOfLatin9 unitsOfLatin9;
+
+char* _latin9ToUtf16(Places at, const unsigned char* end) {
+    for (; at.from != end; ++at.from, at.to += 2) {
+        _store<std::uint16_t>(at.to, unitsOfLatin9.of[*at.from]);
+    }
+    return at.to;
+}
+
+char* _latin1ToUtf16(Places at, const unsigned char* end) {
+    for (; at.from != end; ++at.from, at.to += 2) _store<std::uint16_t>(at.to, *at.from);
+    return at.to;
+}
+
+char* _asciiToUtf16(Places at, const unsigned char* end) {
+    at = _copyAscii<unsigned char, std::uint16_t>(at, end);
+    for (; at.from != end; ++at.from, at.to += 2) {
+        if (*at.from > 0x7F) return nullptr;
+        _store<std::uint16_t>(at.to, *at.from);
+    }
+    return at.to;
+}
+
+// `byteOf` gives the byte for a character of one unit, '?' where there is none.
+template <class ByteOf>
+char* _utf16ToBytes(Places at, const unsigned char* end, ByteOf byteOf) {
+    const unsigned char* p = at.from;
+    char* to = at.to;
+    while (p != end) {
+        const unsigned c = _load<std::uint16_t>(p);
+        p += 2;
+        if (_isSurrogate(c)) {
+            if (!_isPair(c, p, end)) return nullptr;
+            p += 2;
+            *to++ = '?';
+        } else {
+            *to++ = static_cast<char>(byteOf(c));
+        }
+    }
+    return to;
+}
+
+char* _utf16ToLatin9(Places at, const unsigned char* end) {
+    return _utf16ToBytes(at, end, [](unsigned c) {
+        if (c < latin9Only[0].byte) return c;
+        for (const auto& only : latin9Only) {
+            if (only.unit == c) return unsigned{only.byte};
+        }
+        return c <= 0xFF && unitsOfLatin9.of[c] == c ? c : '?';
+    });
+}
+
+char* _utf16ToLatin1(Places at, const unsigned char* end) {
+    return _utf16ToBytes(at, end, [](unsigned c) { return c <= 0xFF ? c : '?'; });
+}
+
+char* _utf16ToAscii(Places at, const unsigned char* end) {
+    return _utf16ToBytes(at, end, [](unsigned c) { return c <= 0x7F ? c : '?'; });
+}
+
 // Each of these sets `*length` to the bytes that the result takes: what a well-formed text needs,
 // and at least what is written of another before its fault is met. False for some malformed text.
 
@@ -229,6 +308,18 @@ bool _measureUtf16(const unsigned char* p, const unsigned char* end, std::size_t
         // A pair of surrogates is four bytes, two for each.
         return 1 + (unit > 0x7F) + ((unit > 0x7FF) & !_isSurrogate(unit));
     });
+    return true;
+}
+
+bool _measureBytes(const unsigned char* p, const unsigned char* end, std::size_t* length) {
+    *length = 2 * static_cast<std::size_t>(end - p);
+    return true;
+}
+
+bool _measureCharacters(const unsigned char* p, const unsigned char* end, std::size_t* length) {
+    if ((end - p) % 2 != 0) return false;
+    *length =
+        _sum<std::uint16_t>(p, end, [](std::uint16_t unit) { return (unit & 0xFC00) != 0xDC00; });
     return true;
 }
 
@@ -273,6 +364,7 @@ MORVEL_SSE42 __m128i _unitsOf(unsigned unit) {
     return _mm_set1_epi16(static_cast<short>(unit));
 }
 
+// All bits set in those that are at least so great.
 MORVEL_SSE42 __m128i _bytesFrom(__m128i bytes, unsigned least) {
     return _mm_cmpeq_epi8(_mm_max_epu8(bytes, _bytesOf(least)), bytes);
 }
@@ -287,6 +379,11 @@ MORVEL_SSE42 __m128i _surrogates(__m128i units) {
 
 MORVEL_SSE42 unsigned _highBits(__m128i bytes) {
     return static_cast<unsigned>(_mm_movemask_epi8(bytes));
+}
+
+// The bytes that begin a character: with a sign, 80 to BF are the least that there are.
+MORVEL_SSE42 unsigned _begins(__m128i bytes) {
+    return _highBits(_mm_cmpgt_epi8(bytes, _bytesOf(0xBF)));
 }
 
 MORVEL_SSE42 std::size_t _count(unsigned set) {
@@ -354,7 +451,7 @@ MORVEL_SSE42 char* _putUtf16(char* to, const unsigned char* p) {
     const __m128i lows = _mm_blendv_epi8(first, low, first);  // by the upper bit of `first`
     const __m128i highs = _mm_blendv_epi8(_mm_setzero_si128(), high, first);
 
-    const unsigned begins = _highBits(_mm_cmpgt_epi8(first, _bytesOf(0xBF)));
+    const unsigned begins = _begins(first);
     __m128i places = _selection(begins & 0xFF);
     _storeBlock(to,
                 _mm_unpacklo_epi8(_mm_shuffle_epi8(lows, places), _mm_shuffle_epi8(highs, places)));
@@ -370,7 +467,6 @@ MORVEL_SSE42 char* _putUtf16(char* to, const unsigned char* p) {
 struct Blocks {
     MORVEL_SSE42 explicit Blocks(const unsigned char* p)
         : of{LoadBlock(p), LoadBlock(p + 16), LoadBlock(p + 32), LoadBlock(p + 48)} {}
-    static constexpr std::ptrdiff_t Size = 64;
     __m128i of[4];
 };
 
@@ -382,9 +478,9 @@ MORVEL_SSE42 __m128i _union(const Blocks& blocks) {
 MORVEL_SSE42 bool _measureLatin1ByBlocks(const unsigned char* p, const unsigned char* end,
                                          std::size_t* length) {
     std::size_t sum = 0;
-    for (; end - p >= Blocks::Size; p += Blocks::Size) {
+    for (; end - p >= BlocksSize; p += BlocksSize) {
         const Blocks blocks(p);
-        sum += Blocks::Size;
+        sum += BlocksSize;
         if (_highBits(_union(blocks)) == 0) continue;
         for (const __m128i bytes : blocks.of) sum += _count(_highBits(bytes));
     }
@@ -394,7 +490,7 @@ MORVEL_SSE42 bool _measureLatin1ByBlocks(const unsigned char* p, const unsigned 
 }
 
 MORVEL_SSE42 char* _latin1ToUtf8ByBlocks(Places at, const unsigned char* end) {
-    for (; end - at.from >= Blocks::Size; at.from += Blocks::Size) {
+    for (; end - at.from >= BlocksSize; at.from += BlocksSize) {
         const Blocks blocks(at.from);
         if (_highBits(_union(blocks)) == 0) {
             for (const __m128i bytes : blocks.of) {
@@ -414,9 +510,9 @@ MORVEL_SSE42 char* _latin1ToUtf8ByBlocks(Places at, const unsigned char* end) {
 MORVEL_SSE42 bool _measureUtf16ByBlocks(const unsigned char* p, const unsigned char* end,
                                         std::size_t* length) {
     std::size_t sum = 0;
-    for (; end - p >= Blocks::Size; p += Blocks::Size) {
+    for (; end - p >= BlocksSize; p += BlocksSize) {
         const Blocks blocks(p);
-        sum += Blocks::Size / 2;
+        sum += BlocksSize / 2;
         if (_mm_testz_si128(_union(blocks), _unitsOf(0xFF80)) != 0) continue;
         for (const __m128i units : blocks.of) {
             const __m128i three = _mm_andnot_si128(_surrogates(units), _unitsFrom(units, 0x800));
@@ -429,13 +525,13 @@ MORVEL_SSE42 bool _measureUtf16ByBlocks(const unsigned char* p, const unsigned c
 }
 
 MORVEL_SSE42 char* _utf16ToUtf8ByBlocks(Places at, const unsigned char* end) {
-    while (end - at.from >= Blocks::Size) {
+    while (end - at.from >= BlocksSize) {
         const Blocks blocks(at.from);
         const __m128i all = _union(blocks);
         if (_mm_testz_si128(all, _unitsOf(0xFF80)) != 0) {
             _storeBlock(at.to, _mm_packus_epi16(blocks.of[0], blocks.of[1]));
             _storeBlock(at.to + 16, _mm_packus_epi16(blocks.of[2], blocks.of[3]));
-            at.to += Blocks::Size / 2;
+            at.to += BlocksSize / 2;
         } else if (_mm_testz_si128(all, _unitsOf(0xF800)) != 0) {
             for (const __m128i units : blocks.of) at.to = _putShorts(at.to, units);
         } else {
@@ -444,7 +540,7 @@ MORVEL_SSE42 char* _utf16ToUtf8ByBlocks(Places at, const unsigned char* end) {
                 surrogates = _mm_or_si128(surrogates, _surrogates(units));
             }
             if (_highBits(surrogates) != 0) {
-                const unsigned char* stretch = at.from + Blocks::Size / 2;
+                const unsigned char* stretch = at.from + BlocksSize / 2;
                 // A pair is not to be parted.
                 if ((_load<std::uint16_t>(stretch - 2) & 0xFC00) == 0xD800) stretch += 2;
                 at.to = _utf16ToUtf8(at, stretch);
@@ -454,31 +550,44 @@ MORVEL_SSE42 char* _utf16ToUtf8ByBlocks(Places at, const unsigned char* end) {
             }
             for (const __m128i units : blocks.of) at.to = _putUnits(at.to, units);
         }
-        at.from += Blocks::Size;
+        at.from += BlocksSize;
     }
     return _utf16ToUtf8(at, end);
 }
 
-// False for all malformed text.
+// Whether any character of four bytes begins there.
+MORVEL_SSE42 bool _hasFourBytes(const Blocks& blocks) {
+    const __m128i greatest = _mm_max_epu8(_mm_max_epu8(blocks.of[0], blocks.of[1]),
+                                          _mm_max_epu8(blocks.of[2], blocks.of[3]));
+    return _highBits(_bytesFrom(greatest, 0xF0)) != 0;
+}
+
+// Of text that isn't known to be well formed, false for all that is malformed.
+template <bool Known>
 MORVEL_SSE42 bool _measureUtf8ByBlocks(const unsigned char* p, const unsigned char* end,
                                        std::size_t* length) {
     morvel::Utf8Check check;
     std::size_t units = 0;
-    for (; end - p >= Blocks::Size; p += Blocks::Size) {
+    for (; end - p >= BlocksSize; p += BlocksSize) {
         const Blocks blocks(p);
         if (_highBits(_union(blocks)) == 0) {
-            check.TakeAscii();
-            units += Blocks::Size;
+            if (!Known) check.TakeAscii();
+            units += BlocksSize;
             continue;
         }
         for (const __m128i bytes : blocks.of) {
-            check.Take(bytes);
-            units += _count(_highBits(_mm_cmpgt_epi8(bytes, _bytesOf(0xBF)))) +
-                     _count(_highBits(_bytesFrom(bytes, 0xF0)));
+            if (!Known) check.Take(bytes);
+            units += _count(_begins(bytes));
+        }
+        if (_hasFourBytes(blocks)) {
+            for (const __m128i bytes : blocks.of) {
+                units += _count(_highBits(_bytesFrom(bytes, 0xF0)));
+            }
         }
     }
     _measureUtf8(p, end, length);
     *length += 2 * units;
+    if (Known) return true;
     for (; end - p >= 16; p += 16) check.Take(LoadBlock(p));
     check.Take(morvel::LoadPartOfBlock(p, static_cast<std::size_t>(end - p)));
     return check.Holds();
@@ -486,7 +595,7 @@ MORVEL_SSE42 bool _measureUtf8ByBlocks(const unsigned char* p, const unsigned ch
 
 // REQUIRES: the text is well formed.
 MORVEL_SSE42 char* _utf8ToUtf16ByBlocks(Places at, const unsigned char* end) {
-    while (end - at.from >= Blocks::Size + 2) {
+    while (end - at.from >= BlocksSize + 2) {
         const Blocks blocks(at.from);
         if (_highBits(_union(blocks)) == 0) {
             for (const __m128i bytes : blocks.of) {
@@ -494,14 +603,12 @@ MORVEL_SSE42 char* _utf8ToUtf16ByBlocks(Places at, const unsigned char* end) {
                 _storeBlock(at.to + 16, _mm_unpackhi_epi8(bytes, _mm_setzero_si128()));
                 at.to += 32;
             }
-        } else if (_highBits(_bytesFrom(_mm_max_epu8(_mm_max_epu8(blocks.of[0], blocks.of[1]),
-                                                     _mm_max_epu8(blocks.of[2], blocks.of[3])),
-                                        0xF0)) == 0) {
-            for (std::ptrdiff_t block = 0; block < Blocks::Size; block += 16) {
+        } else if (!_hasFourBytes(blocks)) {
+            for (std::ptrdiff_t block = 0; block < BlocksSize; block += 16) {
                 at.to = _putUtf16(at.to, at.from + block);
             }
         } else {
-            const unsigned char* stretch = at.from + Blocks::Size / 2;
+            const unsigned char* stretch = at.from + BlocksSize / 2;
             while (_isContinuation(*stretch)) ++stretch;
             // What stands here of a character that began in front of it is written already.
             while (_isContinuation(*at.from)) ++at.from;
@@ -509,7 +616,7 @@ MORVEL_SSE42 char* _utf8ToUtf16ByBlocks(Places at, const unsigned char* end) {
             at.from = stretch;
             continue;
         }
-        at.from += Blocks::Size;
+        at.from += BlocksSize;
     }
     while (at.from != end && _isContinuation(*at.from)) ++at.from;
     return _utf8ToUtf16(at, end);
@@ -527,46 +634,88 @@ constexpr Way portableWays[] = {
     {EncodingLatin1, EncodingUTF8, _measureLatin1, _latin1ToUtf8},
     {EncodingUTF16, EncodingUTF8, _measureUtf16, _utf16ToUtf8},
     {EncodingUTF8, EncodingUTF16, _measureUtf8, _utf8ToUtf16},
+    {EncodingASCII, EncodingUTF16, _measureBytes, _asciiToUtf16},
+    {EncodingLatin1, EncodingUTF16, _measureBytes, _latin1ToUtf16},
+    {EncodingLatin9, EncodingUTF16, _measureBytes, _latin9ToUtf16},
+    {EncodingUTF16, EncodingASCII, _measureCharacters, _utf16ToAscii},
+    {EncodingUTF16, EncodingLatin1, _measureCharacters, _utf16ToLatin1},
+    {EncodingUTF16, EncodingLatin9, _measureCharacters, _utf16ToLatin9},
 };
 
 #if MORVEL_HAS_SSE42_CODE
 constexpr Way waysByBlocks[] = {
     {EncodingLatin1, EncodingUTF8, _measureLatin1ByBlocks, _latin1ToUtf8ByBlocks},
     {EncodingUTF16, EncodingUTF8, _measureUtf16ByBlocks, _utf16ToUtf8ByBlocks},
-    {EncodingUTF8, EncodingUTF16, _measureUtf8ByBlocks, _utf8ToUtf16ByBlocks},
+    {EncodingUTF8, EncodingUTF16, _measureUtf8ByBlocks<false>, _utf8ToUtf16ByBlocks},
 };
+constexpr Way knownUtf8ByBlocks = {EncodingUTF8, EncodingUTF16, _measureUtf8ByBlocks<true>,
+                                   _utf8ToUtf16ByBlocks};
 #endif
 
 template <std::size_t Count>
-bool _convert(const Way (&ways)[Count], std::string_view text, NStringEncoding from,
-              NStringEncoding to, std::string* out) {
+const Way* _find(const Way (&ways)[Count], NStringEncoding from, NStringEncoding to) {
     const auto way = std::find_if(std::begin(ways), std::end(ways), [&](const Way& candidate) {
         return candidate.from == from && candidate.to == to;
     });
-    if (way == std::end(ways)) return false;
+    return way != std::end(ways) ? way : nullptr;
+}
+
+const Way* _find(bool byBlocks, NStringEncoding from, NStringEncoding to) {
+#if MORVEL_HAS_SSE42_CODE
+    const Way* const way = byBlocks ? _find(waysByBlocks, from, to) : nullptr;
+    if (way != nullptr) return way;
+#else
+    static_cast<void>(byBlocks);
+#endif
+    return _find(portableWays, from, to);
+}
+
+// False for malformed text.
+bool _go(const Way& way, std::string_view text, std::string* out) {
     const unsigned char* const begin = _bytes(text);
     const unsigned char* const end = begin + text.size();
     std::size_t length = 0;
-    if (!way->measure(begin, end, &length)) return false;
+    if (!way.measure(begin, end, &length)) return false;
     out->resize(length + Slack);
-    if (way->convert({begin, &(*out)[0]}, end) == nullptr) return false;
+    if (way.convert({begin, &(*out)[0]}, end) == nullptr) return false;
     out->resize(length);
     return true;
+}
+
+// Straight, or by way of UTF-16.
+bool _convert(bool byBlocks, std::string_view text, NStringEncoding from, NStringEncoding to,
+              std::string* out) {
+    const Way* const straight = _find(byBlocks, from, to);
+    if (straight != nullptr) return _go(*straight, text, out);
+    const Way* const first = _find(byBlocks, from, EncodingUTF16);
+    const Way* const second = _find(byBlocks, EncodingUTF16, to);
+    std::string wide;
+    return first != nullptr && second != nullptr && _go(*first, text, &wide) &&
+           _go(*second, wide, out);
+}
+
+bool _isWorthBlocks(std::string_view text) {
+    return text.size() >= std::size_t{BlocksSize} && morvel::platform::HasSse42();
 }
 
 }  // namespace
 
 bool morvel::ConvertWellFormed(std::string_view text, NStringEncoding from, NStringEncoding to,
                                std::string* out) {
-#if MORVEL_HAS_SSE42_CODE
-    if (text.size() >= Blocks::Size && platform::HasSse42()) {
-        return _convert(waysByBlocks, text, from, to, out);
-    }
-#endif
-    return ConvertPortably(text, from, to, out);
+    return _convert(_isWorthBlocks(text), text, from, to, out);
 }
 
 bool morvel::ConvertPortably(std::string_view text, NStringEncoding from, NStringEncoding to,
                              std::string* out) {
-    return _convert(portableWays, text, from, to, out);
+    return _convert(false, text, from, to, out);
+}
+
+void morvel::Utf16FromKnownUtf8(std::string_view text, std::string* out) {
+#if MORVEL_HAS_SSE42_CODE
+    if (_isWorthBlocks(text)) {
+        _go(knownUtf8ByBlocks, text, out);
+        return;
+    }
+#endif
+    ConvertPortably(text, EncodingUTF8, EncodingUTF16, out);
 }

@@ -175,24 +175,17 @@ void NString::SwapBytes() {
 
 const std::string& NString::Converted(NStringEncoding encoding) const {
     // What ConvertTo would do to a copy, without the copy where that can be.
-    if (_encoding == EncodingUTF8 && encoding == EncodingUTF16 &&
-        morvel::ConvertWellFormed(_data, _encoding, encoding, &_cache)) {
-        // A unit a byte is ASCII, which is in NFC up to a NUL.
-        const bool ascii = _cache.size() == 2 * _data.size();
-        if (ascii ? _data.find('\0') == std::string::npos : morvel::IsPlainlyNfc(_data)) {
-            return _cache;
-        }
-    }
     if (_encoding != EncodingUTF8 || morvel::IsPlainlyNfc(_data)) {
         if (encoding == _encoding ||
             (_isOfBytes(_encoding) && _isOfBytes(encoding) && morvel::IsAsciiText(_data))) {
             _cache = _data;
             return _cache;
         }
-        if (_encoding != EncodingUTF8 &&
-            morvel::ConvertWellFormed(_data, _encoding, encoding, &_cache)) {
+        if (_encoding == EncodingUTF8 && encoding == EncodingUTF16) {
+            morvel::Utf16FromKnownUtf8(_data, &_cache);
             return _cache;
         }
+        if (morvel::ConvertWellFormed(_data, _encoding, encoding, &_cache)) return _cache;
     }
     NString copy(*this);
     copy.ConvertTo(encoding);
