@@ -1,10 +1,12 @@
 #include <morvel/time/NDateTime.h>
 
+#include <algorithm>
 #include <string_view>
 
 #include <Poco/DateTime.h>
 #include <Poco/DateTimeFormatter.h>
 #include <Poco/DateTimeParser.h>
+#include <Poco/Exception.h>
 #include <Poco/LocalDateTime.h>
 #include <Poco/Timestamp.h>
 
@@ -41,7 +43,7 @@ bool asksForNumber(const std::string& format) {
 }
 
 bool hasDigit(const std::string& text) {
-    return text.find_first_of("0123456789") != std::string::npos;
+    return std::any_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
 // From 1601-01-01 to the end of 9999 POCO's reading is that of the Gregorian calendar, which can be
@@ -54,11 +56,11 @@ struct Date {
     std::int32_t year, month, day;
 };
 
-// `day` counts from 1970-01-01, from calendarBegin on. Years begin in March here, so that a leap
-// day is the last of its year.
-constexpr Date dateOf(std::int64_t day) {
-    const auto days = static_cast<std::uint32_t>(day + 719468);  // from 0000-03-01
-    const std::uint32_t era = days / 146097;                     // of 400 years
+// `day` counts from calendarBegin. Years begin in March here, so that a leap day is the last of its
+// year.
+constexpr Date dateOf(std::uint32_t day) {
+    const std::uint32_t days = day + 584694;  // from 0000-03-01
+    const std::uint32_t era = days / 146097;  // of 400 years
     const std::uint32_t ofEra = days % 146097;
     const std::uint32_t yearOfEra = (ofEra - ofEra / 1460 + ofEra / 36524 - ofEra / 146096) / 365;
     const std::uint32_t ofYear = ofEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
@@ -88,6 +90,11 @@ NDateTime::NDateTime(std::int64_t base, std::int64_t difference)
     : NDateTime(NTimestamp(static_cast<std::int64_t>(
           static_cast<std::uint64_t>(base) + static_cast<std::uint64_t>(difference) * 10))) {}
 
+NDateTime::NDateTime(const NTimestamp& timestamp, const Poco::DateTime& parts)
+    : _timestamp(timestamp) {
+    _take(parts);
+}
+
 NDateTime::~NDateTime() = default;
 
 std::string NDateTime::Format(const NDateTime& dateTime, const std::string& format,
@@ -102,38 +109,51 @@ NDateTime NDateTime::Parse(const std::string& format, const std::string& text,
                            std::int32_t& timeZoneDifferential) {
     try {
         // Without a mark, text is in the system's encoding already.
-        const NString converter(morvel::MarkOf(text).length != 0 ? text : std::string());
-        const std::string& converted =
-            morvel::MarkOf(text).length == 0 ? text : converter.Converted(EncodingSystem);
-        // POCO would read every number of a text without digits as 0 and so find the year 0.
-        if (hasDigit(converted) || !asksForNumber(format)) {
-            const Poco::DateTime parts =
-                Poco::DateTimeParser::parse(format, converted, timeZoneDifferential);
-            return NDateTime(NTimestamp(parts.timestamp().epochMicroseconds()));
+        if (morvel::MarkOf(text).length == 0) {
+            return _read(format, text, &timeZoneDifferential);
         }
+        const NString marked(text);
+        return _read(format, marked.Converted(EncodingSystem), &timeZoneDifferential);
     } catch (...) {
         // Whatever it was, the text could not be read.
     }
     return NDateTime();
 }
 
+// Throws where POCO finds that it can't read the text, and for a text without any digit, of which
+// it would read every number as 0 and so find the year 0.
+NDateTime NDateTime::_read(const std::string& format, const std::string& text,
+                           std::int32_t* timeZoneDifferential) {
+    if (!hasDigit(text) && asksForNumber(format)) throw Poco::SyntaxException("no number");
+    const Poco::DateTime parts = Poco::DateTimeParser::parse(format, text, *timeZoneDifferential);
+    const NTimestamp timestamp(parts.timestamp().epochMicroseconds());
+    // What was written is what would be read again, but for a leap second.
+    const bool plain = timestamp.Value() >= calendarBegin && parts.second() < 60;
+    return plain ? NDateTime(timestamp, parts) : NDateTime(timestamp);
+}
+
 void NDateTime::_refresh() {
     const std::int64_t value = _timestamp.Value();
     if (value >= calendarBegin && value < calendarEnd) {
-        const std::int64_t since = value - calendarBegin;
-        const Date date = dateOf(since / microsecondsPerDay + calendarBegin / microsecondsPerDay);
-        const std::int64_t ofDay = since % microsecondsPerDay;
+        const auto since = static_cast<std::uint64_t>(value - calendarBegin);
+        const std::uint64_t ofDay = since % microsecondsPerDay;
+        const auto seconds = static_cast<std::uint32_t>(ofDay / 1000000);
+        const auto fraction = static_cast<std::uint32_t>(ofDay % 1000000);
+        const Date date = dateOf(static_cast<std::uint32_t>(since / microsecondsPerDay));
         _year = date.year;
         _month = date.month;
         _day = date.day;
-        _hour = static_cast<std::int32_t>(ofDay / 3600000000);
-        _minute = static_cast<std::int32_t>(ofDay / 60000000 % 60);
-        _second = static_cast<std::int32_t>(ofDay / 1000000 % 60);
-        _millisecond = static_cast<std::int32_t>(ofDay / 1000 % 1000);
-        _microsecond = static_cast<std::int32_t>(ofDay % 1000);
+        _hour = static_cast<std::int32_t>(seconds / 3600);
+        _minute = static_cast<std::int32_t>(seconds / 60 % 60);
+        _second = static_cast<std::int32_t>(seconds % 60);
+        _millisecond = static_cast<std::int32_t>(fraction / 1000);
+        _microsecond = static_cast<std::int32_t>(fraction % 1000);
         return;
     }
-    const Poco::DateTime parts{Poco::Timestamp(_timestamp.Value())};
+    _take(Poco::DateTime(Poco::Timestamp(value)));
+}
+
+void NDateTime::_take(const Poco::DateTime& parts) {
     _year = parts.year();
     _month = parts.month();
     _day = parts.day();

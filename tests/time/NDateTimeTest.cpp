@@ -55,6 +55,16 @@ std::string text(const NDateTime& dateTime) {
                : NDateTime::Format(dateTime, "%Y-%m-%d %H:%M:%S.%F", NoZone);
 }
 
+/// Whether all parts are POCO's reading of the timestamp.
+bool readsAsPoco(const NDateTime& own) {
+    const Poco::DateTime expected{Poco::Timestamp(own.Timestamp().Value())};
+    return own.Year() == expected.year() && own.Month() == expected.month() &&
+           own.Day() == expected.day() && own.Hour() == expected.hour() &&
+           own.Minute() == expected.minute() && own.Second() == expected.second() &&
+           own.Millisecond() == expected.millisecond() &&
+           own.Microsecond() == expected.microsecond();
+}
+
 }  // namespace
 
 template struct morvel::test::Expose<patterns, &NDateTime::_patterns>;
@@ -93,6 +103,9 @@ TEST(NDateTime, ParsesByTheGivenPattern) {
         {"%Y-%m-%dT%H:%M:%S%z", "2005-01-18T12:00:00+02:00", noon, 7200},
         {"%w, %e %b %y %H:%M:%S %Z", "Tue, 18 Jan 05 12:00:00 EST", noon, -18000},
         {"%Y %H:%M:%s", "2024 01:02:03.000004", "2024-01-01 01:02:03.000004", 0},
+        // What is read from the instant differs after a leap second and long ago.
+        {"%Y-%m-%d %H:%M:%S", "2016-12-31 23:59:60", "2017-01-01 00:00:00.000000", 0},
+        {"%Y %H", "1038 05", "1038-01-01 -19:00:00.000000", 0},
         // A mark is dropped and says how to read.
         {"%m", "\xEF\xBB\xBF\x30\x35", may, 0},
         {"%m", utf16, may, 0},
@@ -109,7 +122,9 @@ TEST(NDateTime, ParsesByTheGivenPattern) {
     };
     for (const auto& [format, input, expected, shift] : rows) {
         std::int32_t differential = untouched;
-        EXPECT_EQ(text(NDateTime::Parse(format, input, differential)), expected) << format;
+        const NDateTime parsed = NDateTime::Parse(format, input, differential);
+        EXPECT_EQ(text(parsed), expected) << format;
+        EXPECT_TRUE(readsAsPoco(parsed)) << format;
         EXPECT_EQ(differential, shift) << format;
     }
 }
@@ -163,16 +178,15 @@ TEST(NDateTime, ReadsEveryDayAsPocoDoesAndBack) {
         const std::int64_t within = static_cast<std::int64_t>(random() % day);
         const std::int64_t value = i * day + (i % 3 == 0 ? 0 : i % 3 == 1 ? -1 : within);
         const NDateTime own{NTimestamp(value)};
-        const Poco::DateTime expected{Poco::Timestamp(value)};
-        const bool same = own.Year() == expected.year() && own.Month() == expected.month() &&
-                          own.Day() == expected.day() && own.Hour() == expected.hour() &&
-                          own.Minute() == expected.minute() && own.Second() == expected.second() &&
-                          own.Millisecond() == expected.millisecond() &&
-                          own.Microsecond() == expected.microsecond();
-        ASSERT_TRUE(same) << value;
+        ASSERT_TRUE(readsAsPoco(own)) << value;
         if (own.Year() < 0 || own.Year() > 9999) continue;
         const NDateTime made(own.Year(), own.Month(), own.Day(), own.Hour(), own.Minute(),
                              own.Second(), own.Millisecond(), own.Microsecond());
         ASSERT_EQ(made.Timestamp().Value(), value);
+        if (i % 97 != 0) continue;
+        std::int32_t differential;
+        const NDateTime parsed = NDateTime::Parse("%Y-%m-%d %H:%M:%s", text(own), differential);
+        ASSERT_EQ(parsed.Timestamp().Value(), value);
+        ASSERT_TRUE(readsAsPoco(parsed)) << value;
     }
 }
