@@ -174,11 +174,13 @@ TEST(Normalization, TheSkipIsTheSameWithVectorsAndWithout) {
     };
     for (unsigned pair = 0; pair < 0x10000; ++pair) {
         const std::string bytes = {static_cast<char>(pair >> 8), static_cast<char>(pair & 0xFF)};
-        for (const std::string& third : {""s, "a"s, "\xC3"s}) ASSERT_TRUE(isSame(bytes + third));
-        const bool continued = pair >= 0xC000 && (pair & 0xC0) == 0x80;
+        for (int i = pair < 0xC000 ? 3 : 0; i < 4; ++i) {  // what may be plain at more places
+            for (const char* third : {"", "a", "\xC3", "\x80"}) ASSERT_TRUE(isSame(bytes + third));
+        }
+        const bool continued = pair >= 0xE000 && (pair & 0xC0) == 0x80;
         for (unsigned c = 0x80; continued && c < 0xC0; ++c) {
             const std::string character = bytes + static_cast<char>(c);
-            for (int i = 0; i < 3; ++i) ASSERT_TRUE(isSame(character));
+            for (int i = 0; i < 2; ++i) ASSERT_TRUE(isSame(character));
         }
     }
     std::mt19937 random(7);
