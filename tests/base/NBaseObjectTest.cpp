@@ -1,10 +1,7 @@
 #include <morvel/base/NBaseObject.h>
 
-#include <gtest/gtest.h>
-
-#include <memory>
-
 #include <morvel/documents/NXML.h>
+#include <tests/support/Test.h>
 
 TEST(NBaseObject, HasNoDataOfItsOwn) {
     EXPECT_EQ(sizeof(NBaseObject), sizeof(void*));

@@ -1,12 +1,8 @@
 #include <morvel/base/NErrorHandler.h>
 
-#include <gtest/gtest.h>
-
 #include <iostream>
-#include <sstream>
-#include <stdexcept>
-#include <string>
-#include <vector>
+
+#include <tests/support/Test.h>
 
 TEST(NErrorHandler, DefaultWritesOneLineToTheStandardErrorStream) {
     std::ostringstream errors;

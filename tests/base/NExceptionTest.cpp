@@ -1,16 +1,10 @@
 #include <morvel/base/NException.h>
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <exception>
-#include <iterator>
-#include <memory>
-#include <string>
-#include <type_traits>
 #include <typeinfo>
 
 #include <tests/support/Expose.h>
+#include <tests/support/Test.h>
 
 namespace {
 

@@ -6,19 +6,10 @@
 #include <dlfcn.h>
 #include <link.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <memory>
-#include <random>
-#include <string>
-#include <type_traits>
 #include <typeinfo>
 
-#include <gtest/gtest.h>
-
 #include <morvel/morvel.h>
+#include <tests/support/Test.h>
 
 namespace {
 

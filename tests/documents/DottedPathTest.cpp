@@ -1,12 +1,8 @@
 #include <morvel/documents/DottedPath.h>
 
-#include <gtest/gtest.h>
-
 #include <Poco/StringTokenizer.h>
 
-#include <random>
-#include <string>
-#include <vector>
+#include <tests/support/Test.h>
 
 using namespace std::string_literals;
 

@@ -1,14 +1,10 @@
 #include <morvel/documents/NDataContainer.h>
 
-#include <gmock/gmock.h>
-
 #include <istream>
-#include <iterator>
-#include <memory>
 #include <ostream>
-#include <stdexcept>
 
 #include <morvel/documents/NXML.h>
+#include <tests/support/Test.h>
 
 namespace {
 

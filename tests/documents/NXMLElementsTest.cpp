@@ -1,13 +1,7 @@
 // Finding, reading and editing elements; the document as a whole is in NXMLTest.cpp.
 #include <morvel/documents/NXML.h>
 
-#include <gmock/gmock.h>
-
-#include <memory>
-#include <string>
-#include <tuple>
-#include <vector>
-
+#include <tests/support/Test.h>
 #include <tests/support/Text.h>
 
 namespace {

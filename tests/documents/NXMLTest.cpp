@@ -1,17 +1,10 @@
 // The document as a whole; elements and values are in NXMLElementsTest.cpp.
 #include <morvel/documents/NXML.h>
 
-#include <gmock/gmock.h>
-
-#include <filesystem>
-#include <fstream>
-#include <memory>
-#include <sstream>
-#include <tuple>
-
 #include <morvel/base/NErrorHandler.h>
 #include <morvel/base/NException.h>
 #include <tests/support/TemporaryFolder.h>
+#include <tests/support/Test.h>
 
 namespace {
 

@@ -1,16 +1,10 @@
 #include <morvel/documents/NameIndex.h>
 
-#include <functional>
-#include <iterator>
-#include <random>
-#include <sstream>
-#include <string>
-
-#include <gtest/gtest.h>
 #include <pugixml.hpp>
 
 #include <morvel/documents/ElementName.h>
 #include <morvel/documents/NXML.h>
+#include <tests/support/Test.h>
 
 namespace {
 

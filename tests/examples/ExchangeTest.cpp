@@ -1,10 +1,6 @@
-#include <string>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <morvel/morvel.h>
 #include <tests/support/Process.h>
+#include <tests/support/Test.h>
 #include <tests/support/TestServer.h>
 
 using namespace morvel::test;

@@ -1,12 +1,6 @@
-#include <string>
-#include <tuple>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <tests/support/Process.h>
 #include <tests/support/TemporaryFolder.h>
+#include <tests/support/Test.h>
 #include <tests/support/TestServer.h>
 
 using namespace morvel::test;

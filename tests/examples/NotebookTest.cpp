@@ -1,15 +1,9 @@
-#include <string>
-#include <thread>
-#include <tuple>
-#include <vector>
-
 #include <Poco/String.h>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <morvel/morvel.h>
 #include <tests/support/Process.h>
 #include <tests/support/TemporaryFolder.h>
+#include <tests/support/Test.h>
 
 using namespace morvel::test;
 using namespace testing;

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <limits>
 #include <new>
+
+#include <tests/support/Test.h>
 
 // Lets chosen allocations of a thread fail: those of the program, of every shared library in it and
 // of the C library. Where a sanitizer has taken over malloc, only operator new and pugixml's own

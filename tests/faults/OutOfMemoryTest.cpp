@@ -1,19 +1,14 @@
 // Lets the n-th allocation of an operation fail, for n = 1, 2, ... until none does. Each time the
 // operation must end with its own kind of failure or with the right result, leak nothing, and leave
 // objects that can be used and destroyed.
-#include <gmock/gmock.h>
 
-#include <functional>
-#include <memory>
 #include <optional>
-#include <sstream>
-#include <string>
-#include <vector>
 
 #include <morvel/morvel.h>
 #include <tests/faults/FailingMemory.h>
 #include <tests/support/Expose.h>
 #include <tests/support/TemporaryFolder.h>
+#include <tests/support/Test.h>
 #include <tests/support/TestServer.h>
 #include <tests/support/Text.h>
 

@@ -1,17 +1,10 @@
 // What several threads may do at once. The thread sanitizer looks on; without it these are tests of
 // the results alone.
-#include <gmock/gmock.h>
 
 #include <atomic>
-#include <functional>
-#include <memory>
-#include <random>
-#include <sstream>
-#include <string>
-#include <thread>
-#include <vector>
 
 #include <morvel/morvel.h>
+#include <tests/support/Test.h>
 
 namespace {
 

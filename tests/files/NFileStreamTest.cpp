@@ -1,12 +1,7 @@
 #include <morvel/files/NFileStream.h>
 
-#include <filesystem>
-#include <iterator>
-#include <string>
-
-#include <gtest/gtest.h>
-
 #include <tests/support/TemporaryFolder.h>
+#include <tests/support/Test.h>
 
 using namespace morvel::test;
 

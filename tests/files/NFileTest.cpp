@@ -5,18 +5,10 @@
 #endif
 
 #include <ctime>
-#include <filesystem>
-#include <string>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <morvel/base/NException.h>
 #include <tests/support/TemporaryFolder.h>
-
-// GoogleTest and POCO have brought windows.h in behind NFile.h.
-#undef CreateDirectory
-#undef CreateFile
+#include <tests/support/Test.h>
 
 using namespace morvel::test;
 

@@ -1,15 +1,11 @@
 #include <morvel/files/NPath.h>
 
-#include <algorithm>
-#include <filesystem>
-#include <string>
-
 #include <Poco/Environment.h>
 #include <Poco/Exception.h>
 #include <Poco/Path.h>
-#include <gtest/gtest.h>
 
 #include <tests/support/TemporaryFolder.h>
+#include <tests/support/Test.h>
 
 namespace {
 

@@ -1,12 +1,11 @@
 #include <morvel/files/translation.h>
 
-#include <stdexcept>
 #include <typeinfo>
 
 #include <Poco/Exception.h>
-#include <gtest/gtest.h>
 
 #include <morvel/base/NException.h>
+#include <tests/support/Test.h>
 
 namespace {
 

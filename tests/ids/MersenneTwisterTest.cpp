@@ -1,8 +1,6 @@
 #include <morvel/ids/MersenneTwister.h>
 
-#include <random>
-
-#include <gtest/gtest.h>
+#include <tests/support/Test.h>
 
 // Over several generations of the state; the seeds are the ends and the standard's default.
 TEST(MersenneTwister, GivesTheNumbersOfTheStandardEngine) {

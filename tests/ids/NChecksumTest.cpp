@@ -1,6 +1,6 @@
 #include <morvel/ids/NChecksum.h>
 
-#include <gtest/gtest.h>
+#include <tests/support/Test.h>
 
 // The check value of the catalogue of parametrised CRC algorithms (CRC-32/ISO-HDLC).
 TEST(NChecksum, SumsPiecesToTheKnownValue) {

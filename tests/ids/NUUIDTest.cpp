@@ -2,12 +2,10 @@
 
 #include <iostream>
 #include <set>
-#include <string>
-
-#include <gtest/gtest.h>
 
 #include <morvel/ids/nanoid.h>
 #include <tests/support/Process.h>
+#include <tests/support/Test.h>
 
 namespace {
 

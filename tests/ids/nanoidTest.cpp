@@ -1,11 +1,8 @@
 #include <morvel/ids/nanoid.h>
 
 #include <new>
-#include <random>
-#include <stdexcept>
-#include <string>
 
-#include <gmock/gmock.h>
+#include <tests/support/Test.h>
 
 namespace {
 

@@ -1,17 +1,11 @@
 // Loading, using and unloading the library, in processes that are linked neither to it nor to POCO.
 
-#include <filesystem>
-#include <fstream>
-#include <map>
-#include <string>
-#include <vector>
-
 #include <Poco/Path.h>
-#include <gmock/gmock.h>
 
 #include <tests/logging/LogReader.h>
 #include <tests/support/Process.h>
 #include <tests/support/TemporaryFolder.h>
+#include <tests/support/Test.h>
 
 using namespace morvel::test;
 using namespace testing;

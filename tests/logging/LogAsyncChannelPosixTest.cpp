@@ -6,13 +6,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <string>
-
 #include <Poco/AutoPtr.h>
 #include <Poco/Message.h>
-#include <gmock/gmock.h>
 
 #include <tests/support/TemporaryFolder.h>
+#include <tests/support/Test.h>
 
 using morvel::LogAsyncChannel;
 using morvel::LogFileChannel;

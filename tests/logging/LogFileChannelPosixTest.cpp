@@ -9,15 +9,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <filesystem>
-#include <fstream>
-#include <map>
-#include <string>
-
 #include <Poco/AutoPtr.h>
-#include <gmock/gmock.h>
 
 #include <tests/support/TemporaryFolder.h>
+#include <tests/support/Test.h>
 
 using morvel::LogFileChannel;
 using morvel::test::TemporaryFolder;

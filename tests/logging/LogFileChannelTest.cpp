@@ -1,12 +1,10 @@
 #include <morvel/logging/LogFileChannel.h>
 
-#include <string>
-
 #include <Poco/AutoPtr.h>
-#include <gtest/gtest.h>
 
 #include <tests/logging/LogReader.h>
 #include <tests/support/TemporaryFolder.h>
+#include <tests/support/Test.h>
 
 using morvel::LogFileChannel;
 using namespace morvel::test;

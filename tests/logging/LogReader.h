@@ -1,12 +1,9 @@
 #pragma once
 
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
-#include <map>
-#include <sstream>
-#include <string>
-#include <vector>
+
+#include <tests/support/Test.h>
+#include <tests/support/Test.h>
 
 namespace morvel::test {
 

@@ -2,15 +2,11 @@
 
 #include <climits>
 #include <cstddef>
-#include <cstdint>
 #include <cstdio>
-#include <string>
-#include <tuple>
-
-#include <gmock/gmock.h>
 
 #include <morvel/base/NErrorHandler.h>
 #include <tests/logging/LogInForce.h>
+#include <tests/support/Test.h>
 
 using namespace morvel::test;
 using namespace testing;

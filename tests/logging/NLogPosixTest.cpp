@@ -3,15 +3,9 @@
 
 #include <atomic>
 #include <chrono>
-#include <cstdlib>
-#include <filesystem>
-#include <map>
-#include <thread>
-#include <vector>
-
-#include <gmock/gmock.h>
 
 #include <tests/logging/LogInForce.h>
+#include <tests/support/Test.h>
 
 using namespace morvel::test;
 

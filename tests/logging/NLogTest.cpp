@@ -1,22 +1,14 @@
 #include <morvel/logging/NLog.h>
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <map>
-#include <string>
-#include <thread>
-#include <vector>
 
 #include <Poco/DateTime.h>
 #include <Poco/DateTimeFormatter.h>
 #include <Poco/RegularExpression.h>
-#include <gmock/gmock.h>
 
 #include <tests/logging/LogInForce.h>
+#include <tests/support/Test.h>
 
 using namespace std::chrono_literals;
 using namespace morvel::test;

@@ -1,19 +1,15 @@
 // What the seam does off Windows, where its own decisions stand in for those of Windows.
 #include <morvel/platform/platform.h>
 
-#include <gtest/gtest.h>
-
 #include <fcntl.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <string>
 
 #include <tests/support/TemporaryFolder.h>
+#include <tests/support/Test.h>
 
 using namespace morvel::platform;
 using morvel::test::TemporaryFolder;

@@ -1,14 +1,9 @@
 #include <morvel/platform/platform.h>
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <string>
 
 #include <tests/support/TemporaryFolder.h>
+#include <tests/support/Test.h>
 
 using namespace morvel::platform;
 using morvel::test::TemporaryFolder;

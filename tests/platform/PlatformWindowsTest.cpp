@@ -2,9 +2,8 @@
 
 #include <windows.h>
 
-#include <gtest/gtest.h>
-
 #include <tests/support/TemporaryFolder.h>
+#include <tests/support/Test.h>
 
 using namespace morvel::platform;
 using morvel::test::TemporaryFolder;

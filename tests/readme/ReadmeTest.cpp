@@ -1,9 +1,7 @@
-#include <string>
-
 #include <Poco/String.h>
-#include <gtest/gtest.h>
 
 #include <tests/support/Process.h>
+#include <tests/support/Test.h>
 #include <tests/support/TestServer.h>
 
 using morvel::test::RunProcess;

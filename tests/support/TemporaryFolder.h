@@ -1,12 +1,9 @@
 #pragma once
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <random>
-#include <stdexcept>
-#include <string>
 #include <system_error>
+
+#include <tests/support/Test.h>
+#include <tests/support/Test.h>
 
 namespace morvel::test {
 

@@ -1,13 +1,10 @@
 #include <morvel/sync/NMutex.h>
 
 #include <atomic>
-#include <stdexcept>
-#include <thread>
-
-#include <gtest/gtest.h>
 
 #include <morvel/sync/NNamedMutex.h>
 #include <tests/support/TemporaryFolder.h>
+#include <tests/support/Test.h>
 
 TEST(NMutex, IsHeldUntilUnlockedAsOftenAsLocked) {
     NMutex& mutex = NMutex::Process();

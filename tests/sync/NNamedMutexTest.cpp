@@ -10,21 +10,16 @@
 
 #include <atomic>
 #include <cstdio>
-#include <memory>
-#include <random>
 #include <set>
-#include <string>
-#include <thread>
-#include <vector>
 
 #include <Poco/Exception.h>
 #include <Poco/File.h>
 #include <Poco/Process.h>
 #include <Poco/SharedMemory.h>
-#include <gtest/gtest.h>
 
 #include <morvel/sync/NMutex.h>
 #include <tests/support/TemporaryFolder.h>
+#include <tests/support/Test.h>
 
 using namespace morvel::test;
 

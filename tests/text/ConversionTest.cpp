@@ -6,13 +6,10 @@
 #include <Poco/TextConverter.h>
 #include <Poco/UTF16Encoding.h>
 #include <Poco/UTF8Encoding.h>
-#include <gtest/gtest.h>
 
-#include <memory>
-#include <random>
-#include <string>
 #include <string_view>
-#include <vector>
+
+#include <tests/support/Test.h>
 
 namespace {
 

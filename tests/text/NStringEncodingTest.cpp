@@ -1,18 +1,11 @@
 #include <morvel/text/NString.h>
 
-#include <iterator>
-#include <random>
-#include <sstream>
-#include <string>
-#include <tuple>
-#include <type_traits>
-
 #include <Poco/Base64Decoder.h>
 #include <Poco/Base64Encoder.h>
 #include <Poco/Exception.h>
-#include <gtest/gtest.h>
 
 #include <morvel/text/RawText.h>
+#include <tests/support/Test.h>
 #include <tests/support/Text.h>
 
 namespace {

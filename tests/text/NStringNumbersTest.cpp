@@ -1,20 +1,13 @@
 #include <cfloat>
 #include <climits>
 #include <cmath>
-#include <cstdint>
-#include <functional>
-#include <random>
-#include <stdexcept>
-#include <string>
-#include <tuple>
 
 #include <Poco/Exception.h>
 #include <Poco/NumberFormatter.h>
 #include <Poco/NumberParser.h>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <morvel/text/NString.h>
+#include <tests/support/Test.h>
 #include <tests/support/Text.h>
 
 namespace {

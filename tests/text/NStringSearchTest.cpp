@@ -1,15 +1,5 @@
-#include <algorithm>
-#include <cstdint>
-#include <random>
-#include <stdexcept>
-#include <string>
-#include <type_traits>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <morvel/text/NString.h>
+#include <tests/support/Test.h>
 #include <tests/support/Text.h>
 
 namespace {

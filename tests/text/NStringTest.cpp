@@ -1,14 +1,7 @@
 #include <morvel/text/NString.h>
 
-#include <string>
-#include <tuple>
-#include <type_traits>
-#include <utility>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include <morvel/text/RawText.h>
+#include <tests/support/Test.h>
 #include <tests/support/Text.h>
 
 namespace {

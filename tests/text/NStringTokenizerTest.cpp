@@ -1,12 +1,7 @@
-#include <string>
-#include <tuple>
-#include <utility>
-#include <vector>
-
 #include <Poco/Exception.h>
-#include <gtest/gtest.h>
 
 #include <morvel/text/NStringTokenizer.h>
+#include <tests/support/Test.h>
 #include <tests/support/Text.h>
 
 namespace {

@@ -1,16 +1,11 @@
 #include <morvel/text/Normalization.h>
 
-#include <algorithm>
-#include <cstdlib>
-#include <memory>
 #include <optional>
-#include <random>
-#include <string>
 #include <string_view>
-#include <vector>
 
-#include <gtest/gtest.h>
 #include <utf8proc.h>
+
+#include <tests/support/Test.h>
 
 namespace {
 

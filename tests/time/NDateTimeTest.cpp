@@ -1,14 +1,6 @@
 #include <morvel/time/NDateTime.h>
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <cstdlib>
 #include <limits>
-#include <random>
-#include <string>
-#include <tuple>
 
 #include <Poco/DateTime.h>
 #include <Poco/DateTimeFormat.h>
@@ -16,6 +8,7 @@
 #include <Poco/Exception.h>
 
 #include <tests/support/Expose.h>
+#include <tests/support/Test.h>
 
 using testing::ElementsAre;
 using testing::ElementsAreArray;

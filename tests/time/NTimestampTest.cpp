@@ -1,10 +1,9 @@
 #include <morvel/time/NTimestamp.h>
 
-#include <gtest/gtest.h>
-
 #include <chrono>
-#include <cstdint>
 #include <limits>
+
+#include <tests/support/Test.h>
 
 namespace {
 

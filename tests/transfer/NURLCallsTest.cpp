@@ -3,17 +3,14 @@
 // copy of NURL.cpp in it, whose calls of libcurl and of realloc end here.
 
 #include <curl/curl.h>
-#include <gtest/gtest.h>
 
 #include <cstdarg>
 #include <cstdio>
-#include <functional>
-#include <string>
-#include <vector>
 
 #include <morvel/files/NPath.h>
 #include <morvel/transfer/NURL.h>
 #include <tests/support/TemporaryFolder.h>
+#include <tests/support/Test.h>
 
 namespace {
 

@@ -2,17 +2,9 @@
 
 #include <morvel/transfer/NURL.h>
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <stdexcept>
-#include <string>
-#include <tuple>
-#include <vector>
-
 #include <morvel/files/NPath.h>
 #include <tests/support/TemporaryFolder.h>
+#include <tests/support/Test.h>
 #include <tests/support/TestServer.h>
 
 using namespace morvel::test;

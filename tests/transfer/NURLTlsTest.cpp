@@ -3,8 +3,7 @@
 
 #include <morvel/transfer/NURL.h>
 
-#include <gtest/gtest.h>
-
+#include <tests/support/Test.h>
 #include <tests/support/TlsTestServer.h>
 
 TEST(NURLTls, ACertificateThatNobodySignedIsAccepted) {
