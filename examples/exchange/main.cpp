@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "CommandLine.h"
 #include "DeskServer.h"
 #include "OrderDesk.h"
 
@@ -18,7 +19,8 @@ int main(int argc, char** argv) {
     app.add_option("--timeout", timeout, "seconds to wait for the reply")
         ->capture_default_str()
         ->check(CLI::Range(1, 86400));
-    CLI11_PARSE(app, argc, argv);
+    const CommandLine line(argc, argv);
+    CLI11_PARSE(app, line.Count(), line.Arguments());
 
     int result = 0;
     try {

@@ -8,6 +8,7 @@
 
 #include <morvel/morvel.h>
 
+#include "CommandLine.h"
 #include "Progress.h"
 #include "terminal.h"
 
@@ -106,10 +107,10 @@ int main(int argc, char** argv) {
                  "Ctrl-C ends the program")
         ->needs(outputOption);
     app.add_flag("--keep-errors", keepErrors, "take the page of an HTTP error as a result");
-    CLI11_PARSE(app, argc, argv);
+    const CommandLine line(argc, argv);
+    CLI11_PARSE(app, line.Count(), line.Arguments());
 
-    // What a command line holds is text in the system's encoding.
-    const NPath file(output, EncodingSystem);
+    const NPath file(output, EncodingUTF8);
     std::uint32_t flags = 0;
     if (keepErrors) flags |= RequestKeepHttpErrors;
     NURL transfer;

@@ -6,16 +6,9 @@
 #include <CLI/CLI.hpp>
 
 #include "AddressBook.h"
+#include "CommandLine.h"
 
 namespace {
-
-// What a command line holds is text in the system's encoding.
-NString _fromCommandLine(const std::string& text) {
-    NString result(text, EncodingSystem);
-    result.ConvertTo(EncodingUTF8);
-    result.ConvertTo(EncodingUTF8);  // brings what has become UTF-8 to one form
-    return result;
-}
 
 void _show(const std::vector<Entry>& entries) {
     for (const Entry& entry : entries) {
@@ -49,16 +42,17 @@ int main(int argc, char** argv) {
         command->add_option("--mail", mail);
         command->add_option("--town", town);
     }
-    CLI11_PARSE(app, argc, argv);
+    const CommandLine line(argc, argv);
+    CLI11_PARSE(app, line.Count(), line.Arguments());
 
     try {
         AddressBook book;
-        const Entry entry{_fromCommandLine(name), _fromCommandLine(phone), _fromCommandLine(mail),
-                          _fromCommandLine(town)};
+        const Entry entry{NString(name, EncodingUTF8), NString(phone, EncodingUTF8),
+                          NString(mail, EncodingUTF8), NString(town, EncodingUTF8)};
         if (list->parsed()) {
             _show(book.List());
         } else if (find->parsed()) {
-            const std::vector<Entry> found = book.Find(_fromCommandLine(text));
+            const std::vector<Entry> found = book.Find(NString(text, EncodingUTF8));
             _show(found);
             if (found.empty()) std::cerr << "Nothing found.\n";
             return found.empty() ? 1 : 0;

@@ -17,9 +17,12 @@ TEST(Fetch, WritesToTheStandardOutputOrToAFile) {
     EXPECT_THAT(lines.output, HasSubstr("2.9 MiB, "));  // no terminal: plain lines
     EXPECT_EQ(folder.Read("out"), TestServer::Bytes(3000000));
 
-    const ProcessResult direct = RunProcess(PROGRAM, {url, "-o", folder.File("two"), "--direct"});
-    EXPECT_EQ(direct.exitCode, 0);
-    EXPECT_EQ(folder.Read("two"), TestServer::Bytes(3000000));
+    for (const char* const name : {"Вторая", "二"}) {
+        const ProcessResult direct =
+            RunProcess(PROGRAM, {url, "-o", folder.File(name), "--direct"});
+        EXPECT_EQ(direct.exitCode, 0) << direct.output;
+        EXPECT_EQ(folder.Read(name), TestServer::Bytes(3000000));
+    }
 
     const ProcessResult text = RunProcess(PROGRAM, {server.Url("/status/200")});
     EXPECT_THAT(text.output, HasSubstr("status 200"));

@@ -27,22 +27,19 @@ struct Notebook : Test {
 
 // One session of a user: each step with what it prints and how it ends.
 TEST_F(Notebook, AddsFindsChangesAndRemoves) {
-    // On Windows a program gets its arguments in the ANSI code page, and what that lacks is lost.
-    const std::string second = OnWindows ? "Ægir" : "Ярослав";
-    const std::string decomposed = OnWindows ? "Zoë Ångström" : "Zoe\xCC\x88 Ångström";
     const std::tuple<std::vector<std::string>, int, std::string> steps[] = {
         {{"list"}, 0, ""},
         {{"add", "Zoë Ångström", "--phone", "123", "--town", "Malmö"}, 0, ""},
-        {{"add", second, "--mail", "y@example.org"}, 0, ""},
-        {{"add", decomposed}, 1, "already. Use change, or another name."},
-        {{"list"}, 0, "Zoë Ångström, 123, Malmö\n" + second + ", y@example.org\n"},
+        {{"add", "Ярослав", "--mail", "y@example.org"}, 0, ""},
+        {{"add", "Zoe\xCC\x88 Ångström"}, 1, "already. Use change, or another name."},
+        {{"list"}, 0, "Zoë Ångström, 123, Malmö\nЯрослав, y@example.org\n"},
         {{"find", "MALM"}, 0, "Zoë Ångström, 123, Malmö\n"},
         {{"find", "nowhere"}, 1, "Nothing found.\n"},
         {{"change", "Zoë Ångström", "--phone", "456"}, 0, ""},
         {{"find", "456"}, 0, "Zoë Ångström, 456, Malmö\n"},
         {{"change", "Nobody", "--phone", "1"}, 1, "There is no entry \"Nobody\"."},
-        {{"remove", second}, 0, ""},
-        {{"remove", second}, 1, "There is no entry"},
+        {{"remove", "Ярослав"}, 0, ""},
+        {{"remove", "Ярослав"}, 1, "There is no entry"},
         {{"list"}, 0, "Zoë Ångström, 456, Malmö\n"},
     };
     for (const auto& [arguments, exitCode, output] : steps) {
