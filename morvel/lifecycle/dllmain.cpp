@@ -1,12 +1,44 @@
 #include <windows.h>
 
+#include <morvel/logging/LogGate.h>
+
+namespace {
+
+// A process that ends by `exit`, as a return from main does, runs the list of the C runtime first,
+// while all its threads are alive. Each DLL has a list of its own besides, which comes too late: it
+// is the one that std::atexit reaches from here. Both functions below add to the former.
+const struct {
+    const wchar_t* runtime;
+    const char* name;
+} lists[] = {{L"msvcrt.dll", "_onexit"}, {L"ucrtbase.dll", "_crt_atexit"}};
+
+int beforeTheEnd() {
+    morvel::LogGate::CloseForTheEnd();
+    return 0;
+}
+
+void joinTheListsOfExit() {
+    for (const auto& list : lists) {
+        const HMODULE runtime = GetModuleHandleW(list.runtime);
+        if (runtime == nullptr) continue;
+        using Add = void* (*)(int (*)());
+        const FARPROC add = GetProcAddress(runtime, list.name);
+        if (add != nullptr) reinterpret_cast<Add>(reinterpret_cast<void*>(add))(beforeTheEnd);
+    }
+}
+
+}  // namespace
+
 // The entry point of the DLL. At load the runtime has constructed the static objects before it
 // comes here; at unload it runs their destructors afterwards.
-extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void*) {
+extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void* loadedWithProgram) {
     if (reason == DLL_PROCESS_ATTACH) {
         // Refused where the module has thread-local storage, as all that GCC links have. The start
         // and end of a thread are then told to us still, and nothing is to be done about them.
         DisableThreadLibraryCalls(module);
+        // Nothing is ever taken off those lists, so only a library that stays until the end may
+        // stand on one. It stands there ahead of the program itself, and so its turn comes last.
+        if (loadedWithProgram != nullptr) joinTheListsOfExit();
     }
     return TRUE;
 }

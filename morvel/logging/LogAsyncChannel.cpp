@@ -10,11 +10,13 @@
 
 #include <Poco/Message.h>
 
+#include <morvel/platform/platform.h>
+
 namespace morvel {
 namespace {
 constexpr std::size_t UsualCapacity = 64 << 10;
 
-std::mutex listLock;
+platform::Mutex listLock;
 LogAsyncChannel* first = nullptr;
 }  // namespace
 
@@ -49,14 +51,14 @@ LogAsyncChannel::LogAsyncChannel(Poco::AutoPtr<LogFileChannel> file)
       _worker(_step, this),
       _reading(new Chunk(UsualCapacity, 0)),
       _last(_reading) {
-    const std::lock_guard<std::mutex> lock(listLock);
+    const std::lock_guard<platform::Mutex> lock(listLock);
     _next = first;
     first = this;
 }
 
 LogAsyncChannel::~LogAsyncChannel() {
+    const std::lock_guard<platform::Mutex> lock(listLock);
     _worker.Stop();
-    const std::lock_guard<std::mutex> lock(listLock);
     LogAsyncChannel** place = &first;
     while (*place != this) {
         place = &(*place)->_next;
@@ -70,6 +72,7 @@ LogAsyncChannel::~LogAsyncChannel() {
 void LogAsyncChannel::open() {}
 
 void LogAsyncChannel::close() {
+    const std::lock_guard<platform::Mutex> lock(listLock);
     _worker.Stop();
 }
 
@@ -154,6 +157,7 @@ void LogAsyncChannel::_dropQueued() {
 }
 
 void LogAsyncChannel::WriteAllQueued() {
+    const std::lock_guard<platform::Mutex> lock(listLock);
     for (LogAsyncChannel* channel = first; channel != nullptr; channel = channel->_next) {
         channel->_worker.Stop();
     }

@@ -33,7 +33,7 @@ public:
         _append(head(), text);
     }
 
-    /// Writes what is queued in any channel. REQUIRES: there is no other thread.
+    /// Writes what is queued in any channel. REQUIRES: no other thread goes on logging.
     static void WriteAllQueued();
 
     /// Around a fork: every channel stands still between two lines. The child drops the lines that
@@ -75,7 +75,7 @@ private:
     Chunk* _last;
     std::atomic<Chunk*> _spare{nullptr};  // for the next time that the last one is full
 
-    LogAsyncChannel* _next;  // in the list of all channels
+    LogAsyncChannel* _next;  // in the list of all channels, whose lock stands for all Stop calls
 };
 
 }  // namespace morvel

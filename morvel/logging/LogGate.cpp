@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <mutex>
 #include <thread>
 
 #include <morvel/logging/LogAsyncChannel.h>
@@ -15,8 +14,9 @@ constexpr std::chrono::seconds Patience(5);
 
 std::atomic<int> inside{0};
 std::atomic<bool> closed{false};
+std::atomic<bool> ending{false};  // it was closed for the end of the process
 std::atomic<bool> forksGuarded{false};
-std::mutex defaultLogLock;  // needs no code at load, and can be used while the exit list runs
+platform::Mutex defaultLogLock;
 
 // False if the patience ended first.
 template <class Condition>
@@ -25,10 +25,10 @@ bool waitFor(Condition isMet) {
         if (isMet()) {
             return true;
         }
+        if (platform::OtherThreadsAreGone()) {
+            return false;  // whoever is awaited won't come
+        }
         std::this_thread::yield();
-    }
-    if (platform::OtherThreadsAreGone()) {
-        return false;  // whoever is awaited won't come
     }
     const auto end = std::chrono::steady_clock::now() + Patience;
     while (std::chrono::steady_clock::now() < end) {
@@ -76,6 +76,9 @@ void afterForkInChild() {
 
 LogGate::Pass::Pass() {
     if (!tryEnter() && !waitFor(tryEnter)) {
+        if (ending.exchange(false)) {
+            closed = false;
+        }
         ++inside;
     }
 }
@@ -92,17 +95,18 @@ LogGate::Closure::~Closure() {
     closed = false;
 }
 
-LogGate::DefaultLogTurn::DefaultLogTurn() : _held(defaultLogLock.try_lock()) {
-    if (!_held && !platform::OtherThreadsAreGone()) {
-        defaultLogLock.lock();
-        _held = true;
-    }
+LogGate::DefaultLogTurn::DefaultLogTurn() {
+    defaultLogLock.lock();
 }
 
 LogGate::DefaultLogTurn::~DefaultLogTurn() {
-    if (_held) {
-        defaultLogLock.unlock();
-    }
+    defaultLogLock.unlock();
+}
+
+void LogGate::CloseForTheEnd() {
+    close();
+    LogAsyncChannel::WriteAllQueued();
+    ending = true;
 }
 
 void LogGate::GuardForks() {

@@ -28,16 +28,17 @@ public:
 
     /// Held while the default log is asked for or taken away: one thread at a time, and no fork.
     /// Not recursive.
-    class DefaultLogTurn {
-    public:
+    struct DefaultLogTurn {
         DefaultLogTurn();
         ~DefaultLogTurn();
         DefaultLogTurn(const DefaultLogTurn&) = delete;
         DefaultLogTurn& operator=(const DefaultLogTurn&) = delete;
-
-    private:
-        bool _held;
     };
+
+    /// For the moment before the system cuts off all threads but the caller's: what is queued is in
+    /// the file afterwards, and whoever logs from then on waits outside and holds nothing. Where
+    /// that moment doesn't come, the first of those who wait opens the gate again.
+    static void CloseForTheEnd();
 
     /// From now on each fork of the process waits until no line is on its way, every writer is
     /// between two lines and the default log isn't being made.

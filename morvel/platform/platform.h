@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <mutex>
 #include <string>
 
 #include <morvel/platform/config.h>
@@ -72,6 +73,25 @@ bool OtherThreadsAreGone();
 /// handle, so that it can be opened again. True if there was one. Does nothing, with false, unless
 /// OtherThreadsAreGone.
 bool CloseLeftOpen(const NWideString& name);
+
+/// A lock for std::lock_guard which needs no code at load and doesn't outlive the thread that holds
+/// it: once OtherThreadsAreGone it lets everybody pass. Not recursive.
+class Mutex {
+public:
+    constexpr Mutex() = default;
+    Mutex(const Mutex&) = delete;
+    Mutex& operator=(const Mutex&) = delete;
+
+    void lock();
+    void unlock();
+
+private:
+#if defined(_WIN32)
+    void* _lock = nullptr;  // an SRWLOCK
+#else
+    std::mutex _lock;
+#endif
+};
 
 /// Suspends the calling thread.
 void SleepMilliseconds(std::uint32_t milliseconds);

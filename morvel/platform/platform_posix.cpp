@@ -289,6 +289,14 @@ bool CloseLeftOpen(const NWideString&) {
     return false;
 }
 
+void Mutex::lock() {
+    _lock.lock();
+}
+
+void Mutex::unlock() {
+    _lock.unlock();
+}
+
 void SleepMilliseconds(std::uint32_t milliseconds) {
     std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));  // signals don't end it
 }

@@ -25,6 +25,11 @@ struct UnloadEntry {
 
 std::atomic<UnloadEntry*> newestEntry;  // zero before any code runs
 
+PSRWLOCK asLock(void** lock) {
+    static_assert(sizeof(SRWLOCK) == sizeof(void*));
+    return reinterpret_cast<PSRWLOCK>(lock);
+}
+
 bool isSameFileForWriting(HANDLE handle, const BY_HANDLE_FILE_INFORMATION& wanted) {
     BY_HANDLE_FILE_INFORMATION found;
     DWORD written;
@@ -134,6 +139,18 @@ bool CloseLeftOpen(const NWideString& name) {
     }
     CloseHandle(self);
     return closed;
+}
+
+void Mutex::lock() {
+    if (OtherThreadsAreGone()) {
+        TryAcquireSRWLockExclusive(asLock(&_lock));
+    } else {
+        AcquireSRWLockExclusive(asLock(&_lock));
+    }
+}
+
+void Mutex::unlock() {
+    ReleaseSRWLockExclusive(asLock(&_lock));
 }
 
 void SleepMilliseconds(std::uint32_t milliseconds) {
