@@ -223,6 +223,7 @@ TEST(OutOfMemory, Documents) {
                             Repeated("<empty/>"s, 700) + "</r>";
     const std::string name = Repeated("name"s, 10000);  // needs a page of its own
     const std::string file = folder.Write("document.xml", xml), saved = folder.File("saved.xml");
+    const std::string children = Repeated("<c/>"s, 40), o = "<o>" + children + "</o>";
     NDataContainerArray array;
     array.push_back(new NXML);
     array.back()->FromText(xml);
@@ -246,7 +247,7 @@ TEST(OutOfMemory, Documents) {
          }},
         {"LoadFile", "1" + xml, either("0", "0"),
          [&](NXML&, NXML& other) { return std::to_string(other.LoadFile(file, true)); }},
-        {"SaveFile", "1<o/>", either("Exception saving", noMemory),
+        {"SaveFile", "1" + o, either("Exception saving", noMemory),
          [&](NXML& document, NXML&) {
              try {
                  return std::to_string(document.SaveFile(saved));
@@ -254,25 +255,25 @@ TEST(OutOfMemory, Documents) {
                  return e.Message();
              }
          }},
-        {"SetValue", "1<o><n>" + value + "</n></o>", noMemory + "<o/>",
+        {"SetValue", "1<o>" + children + "<n>" + value + "</n></o>", noMemory + o,
          [&](NXML&, NXML& other) { return std::to_string(other.SetValue("o.n", NString(value))); }},
-        {"GetElement", "1" + xml, testing::AnyOf(noMemory, noMemory + "<o/>"),
+        {"GetElement", "1" + xml, testing::AnyOf(noMemory, noMemory + o),
          [](NXML& document, NXML& other) {
              return std::to_string(document.GetElement("r", &other, -1));
          }},
-        {"AppendElements", "1<o>" + xml + "</o>", "0<o/>",
+        {"AppendElements", "1<o>" + children + xml + "</o>", "0" + o,
          [&](NXML&, NXML& other) { return std::to_string(other.AppendElements("o", array)); }},
-        {"Assign", xml, testing::AnyOf(noMemory, noMemory + "<o/>"),
+        {"Assign", xml, testing::AnyOf(noMemory, noMemory + o),
          [](NXML& document, NXML& other) { return other.Assign(document, 0), ""s; }},
         {"CreateRoot", "0<" + name + "/>", "-1",
-         [&](NXML&, NXML& other) { return std::to_string(other.CreateRoot(name)); }},
-        {"ToText", xml + "<o/>", "<o/>", [](NXML& document, NXML&) { return document.ToText(0); }},
+         [&](NXML&, NXML& other) { return other.Clear(), std::to_string(other.CreateRoot(name)); }},
+        {"ToText", xml + o, o, [](NXML& document, NXML&) { return document.ToText(0); }},
     };
     for (const auto& row : rows) {
         _expect(row.what, row.done, row.failed, [&](Attempt& attempt) {
             NXML document, other;
             document.FromText(xml);
-            other.CreateRoot("o");
+            other.FromText(o);
             const std::string result =
                 _resultOf(attempt, [&] { return row.operation(document, other); });
             const std::string text = other.ToText(0);
