@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <iterator>
 #include <new>
 #include <type_traits>
 #include <typeinfo>
@@ -148,7 +149,8 @@ pugi::xml_node NXML::_findElement(std::string_view path, pugi::xml_node* parent)
     }
     const bool barred = path.find('|') != std::string_view::npos;
     morvel::DottedPath names(path);
-    std::string dotted;
+    char shortName[256];
+    std::string longName;
     for (std::string_view name; names.Next(&name);) {
         if (parent != nullptr) {
             *parent = current;
@@ -157,9 +159,14 @@ pugi::xml_node NXML::_findElement(std::string_view path, pugi::xml_node* parent)
             continue;
         }
         if (const std::size_t bar = barred ? name.find('|') : name.npos; bar != name.npos) {
-            dotted = name;
+            char* dotted = shortName;
+            if (name.size() > std::size(shortName)) {
+                longName.resize(name.size());
+                dotted = longName.data();
+            }
+            name.copy(dotted, name.size());
             dotted[bar] = '.';
-            name = dotted;
+            name = std::string_view(dotted, name.size());
         }
         if (morvel::NodePointer::Of(current) != nullptr) {
             current = _findChild(current, name);

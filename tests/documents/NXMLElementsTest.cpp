@@ -49,6 +49,10 @@ TEST(NXMLElements, PathsLeadToElements) {
     barred.push_back(new NXML);
     barred.back()->CreateRoot("a.b|c");
     barred.back()->SetAttribute("a|b|c", "n", "3");
+    const std::string longName(300, 'l');
+    barred.push_back(new NXML);
+    barred.back()->CreateRoot(longName + ".m");
+    barred.back()->SetAttribute(longName + "|m", "n", "6");
     ASSERT_TRUE(document.AppendElements("Root", barred));
     document.ToText(2);  // puts a declaration, a node named xml, at the top
     const std::pair<std::string, const char*> rows[] = {
@@ -56,6 +60,7 @@ TEST(NXMLElements, PathsLeadToElements) {
         {" rOOT\t. A|B ", "1"},  // blanks, case, and of like-named siblings the first
         {".Root..a|b.", "1"},    // empty names
         {"Root.a|b|c", "3"},     // the first bar is a dot, the second a bar
+        {"Root." + longName + "|M", "6"},
         {"Root.x.x", "5"},
         {"Root.x.y.root.x", "4"},  // after a failure the search goes on at the top
         {"y.Root.x", "4"},

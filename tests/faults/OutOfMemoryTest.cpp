@@ -286,6 +286,38 @@ TEST(OutOfMemory, Documents) {
     EXPECT_EQ(again.ToText(0), xml);
 }
 
+// With no memory for an index a search walks; with one, a path of 256 bytes takes none.
+TEST(OutOfMemory, SearchesOfDocuments) {
+    std::string xml;
+    std::vector<std::string> paths;
+    for (int i = 10; i < 50; ++i) {
+        const std::string name = std::string(252, 'n') + std::to_string(i);
+        xml += "<" + name + "/>";
+        paths.push_back("r." + name);
+        paths.push_back(paths.back());
+        paths.back()[100] = '|';  // leads to none
+    }
+    constexpr long all = std::numeric_limits<long>::max();
+    for (long count = 0; count < 5; ++count) {
+        NXML document;
+        ASSERT_TRUE(document.FromText("<r>" + xml + "</r>"));
+        const auto failedIn = [&](long allocations) {
+            Attempt attempt(allocations, true);
+            std::size_t right = 0;
+            EXPECT_TRUE(attempt.Run([&] {
+                for (std::size_t i = 0; i < paths.size(); ++i) {
+                    right += document.GetElement(paths[i], nullptr, -1) == (i % 2 == 0);
+                }
+            }));
+            EXPECT_EQ(right, paths.size()) << count;
+            return attempt.Failed();
+        };
+        EXPECT_TRUE(failedIn(count)) << count;
+        EXPECT_FALSE(failedIn(all));
+        EXPECT_FALSE(failedIn(0)) << count;
+    }
+}
+
 TEST(OutOfMemory, IdentifiersAndDates) {
     _expect("NUUID::Generate", "0 50", "-1 40", [](Attempt& attempt) {
         NUUID id;
