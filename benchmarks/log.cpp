@@ -137,6 +137,7 @@ void AddSubjects() {
 
     static std::shared_ptr<spdlog::logger> logger;
     _addSubject("spdlog", {[] {
+                               // Room for all lines, found ahead of the clock: nobody waits.
                                spdlog::init_thread_pool(Lines + 16, 1);
                                logger = spdlog::rotating_logger_mt<spdlog::async_factory>(
                                    "bench", (_folder() / "spdlog.log").string(), 10 << 20, 100);
