@@ -251,7 +251,7 @@ MORVEL_SSE42 bool _isPlainByBlocks(const unsigned char* p, const unsigned char* 
 
 // Marks in a row that utf8proc may put in order by itself. Text that is written for reading stays
 // far below. A mark takes a byte at least, so a stretch of no more bytes than that needs no look.
-constexpr std::size_t LongRun = 32;
+constexpr std::ptrdiff_t LongRun = 32;
 
 struct Character {
     utf8proc_int32_t codePoint;
@@ -289,7 +289,7 @@ bool _forEachDecomposed(std::string_view text, int options, Visit visit) {
 }
 
 bool _hasLongDisorder(std::string_view text, int options) {
-    std::size_t run = 0;
+    std::ptrdiff_t run = 0;
     utf8proc_propval_t last = 0;
     bool disordered = false, found = false;
     _forEachDecomposed(text, options, [&](Character c) {
@@ -357,13 +357,20 @@ bool _orderLongRuns(std::string_view text, NStringForm form, std::string* ordere
     const unsigned char* const begin = _bytes(text.data());
     const unsigned char* const end = begin + text.size();
     const unsigned char* kept = begin;  // up to here the text stands in `ordered`
-    for (const unsigned char* p = begin; (p = _skipAscii(p, end)) != end;) {
-        // No ASCII character has a part in a run, so each stretch between them stands alone.
-        const unsigned char* const stretch = p;
-        while (p != end && *p >= 0x80) ++p;
+    // No ASCII character has a part in a run, so each stretch between them stands alone. A long one
+    // that begins at `p` or soon behind it goes on past the byte that is looked at.
+    for (const unsigned char* p = begin; end - p > LongRun;) {
+        const unsigned char* stretch = p + LongRun;
+        if (*stretch < 0x80) {
+            p = stretch + 1;
+            continue;
+        }
+        const unsigned char* const former = p;
+        for (p = stretch; p != end && *p >= 0x80;) ++p;
+        while (stretch != former && stretch[-1] >= 0x80) --stretch;
         const std::string_view marks(text.data() + (stretch - begin),
                                      static_cast<std::size_t>(p - stretch));
-        if (marks.size() <= LongRun || !_hasLongDisorder(marks, options)) continue;
+        if (!_hasLongDisorder(marks, options)) continue;
         ordered->append(text.data() + (kept - begin), static_cast<std::size_t>(stretch - kept));
         if (!_appendOrdered(marks, options, ordered)) return false;
         kept = p;
