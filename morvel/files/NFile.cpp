@@ -1,11 +1,10 @@
 #include <morvel/files/NFile.h>
 
-#include <utility>
-
 #include <Poco/File.h>
 
 #include <morvel/files/translation.h>
 #include <morvel/platform/platform.h>
+#include <morvel/text/RawText.h>
 
 // POCO's headers may have brought windows.h in.
 #undef CreateDirectory
@@ -13,9 +12,11 @@
 
 namespace {
 
-Poco::File _pocoFile(NString path) {  // by value: the copy is what gets converted
-    path.ConvertTo(EncodingUTF8);
-    return Poco::File(path.Data());
+Poco::File _pocoFile(const NString& path) {
+    if (morvel::KeepsItsBytes(path, EncodingUTF8)) return Poco::File(path.Data());
+    NString converted(path);
+    converted.ConvertTo(EncodingUTF8);
+    return Poco::File(converted.Data());
 }
 
 }  // namespace
@@ -44,9 +45,9 @@ bool NFile::CreateDirectory() const {
 }
 
 void NFile::CreateDirectories() const {
-    NString path(_path);  // ahead of the guard: want of memory for it is std::bad_alloc
+    const NString path(_path);  // ahead of the guard: want of memory for it is std::bad_alloc
     try {
-        _pocoFile(std::move(path)).createDirectories();
+        _pocoFile(path).createDirectories();
     } catch (...) {
         morvel::ThrowTranslated();
     }
@@ -78,9 +79,9 @@ void NFile::Remove(bool recursive) const {
     if (_path.IsEmpty()) {
         return;
     }
-    NString path(_path);  // ahead of the guard, as above
+    const NString path(_path);  // ahead of the guard, as above
     try {
-        _pocoFile(std::move(path)).remove(recursive);
+        _pocoFile(path).remove(recursive);
     } catch (...) {
         morvel::ThrowTranslated();
     }

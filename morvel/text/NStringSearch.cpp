@@ -12,23 +12,16 @@
 
 #include <morvel/platform/platform.h>
 #include <morvel/platform/processor.h>
-#include <morvel/text/Normalization.h>
+#include <morvel/text/RawText.h>
 
 namespace {
 
 constexpr std::size_t NotFound = std::string::npos;
 
-/// Whether ConvertTo(encoding) is certain to leave the bytes of `text` as they are.
-bool _keepsItsBytes(const NString& text, NStringEncoding encoding) {
-    const NStringEncoding own = text.Encoding();
-    if (own == encoding) return encoding != EncodingUTF8 || morvel::IsPlainlyNfc(text.Data());
-    return own != EncodingUTF16 && encoding != EncodingUTF16 && morvel::IsAsciiText(text.Data());
-}
-
 /// Calls `use` with the bytes of `text` as ConvertTo(encoding) would leave them.
 template <class Use>
 auto _withBytesIn(NStringEncoding encoding, const NString& text, Use use) {
-    if (_keepsItsBytes(text, encoding)) return use(text.Data());
+    if (morvel::KeepsItsBytes(text, encoding)) return use(text.Data());
     NString converted(text);
     converted.ConvertTo(encoding);
     return use(converted.Data());

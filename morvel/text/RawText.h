@@ -6,8 +6,9 @@
 #include <string_view>
 
 #include <morvel/text/NString.h>
+#include <morvel/text/Normalization.h>
 
-// Internal: what the constructors and the exports of NString both need to know about raw bytes.
+// Internal: what NString and those around it need to know about raw bytes.
 namespace morvel {
 
 /// A byte-order mark at the head of a text; `length` is 0 where there is none.
@@ -34,6 +35,13 @@ inline NWideString WideFromBytes(const char* bytes, std::size_t length) {
 
 inline std::string BytesFromWide(const NWideString& wide) {
     return std::string(reinterpret_cast<const char*>(wide.data()), wide.size() * sizeof(NWideChar));
+}
+
+/// Whether ConvertTo(encoding) is certain to leave the bytes of a copy of `text` as they are.
+inline bool KeepsItsBytes(const NString& text, NStringEncoding encoding) {
+    const NStringEncoding own = text.Encoding();
+    if (own == encoding) return encoding != EncodingUTF8 || IsPlainlyNfc(text.Data());
+    return own != EncodingUTF16 && encoding != EncodingUTF16 && IsAsciiText(text.Data());
 }
 
 }  // namespace morvel
