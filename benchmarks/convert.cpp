@@ -53,7 +53,7 @@ void _addCases(const std::string& script) {
     const std::string wide = _poco(narrow, utf8, utf16);
     const std::string suffix = ", " + script + " 64 KiB";
 
-    {
+    if (_poco(latin, latin1, utf8) == narrow) {  // a script that Latin-1 has
         const std::string name = "Latin-1 to UTF-8" + suffix;
         const bench::Size size = bench::Bytes(latin.size());
         _addMorvel(name, latin, EncodingLatin1, EncodingUTF8, narrow);
@@ -113,4 +113,5 @@ void _addCases(const std::string& script) {
 void AddSubjects() {
     _addCases("latin");
     _addCases("ascii");
+    _addCases("cjk");
 }
