@@ -540,9 +540,11 @@ MORVEL_SSE42 char* _utf16ToUtf8ByBlocks(Places at, const unsigned char* end) {
                 surrogates = _mm_or_si128(surrogates, _surrogates(units));
             }
             if (_highBits(surrogates) != 0) {
-                const unsigned char* stretch = at.from + BlocksSize / 2;
+                const unsigned char* stretch = at.from + BlocksSize;
                 // A pair is not to be parted.
-                if ((_load<std::uint16_t>(stretch - 2) & 0xFC00) == 0xD800) stretch += 2;
+                if (stretch != end && (_load<std::uint16_t>(stretch - 2) & 0xFC00) == 0xD800) {
+                    stretch += 2;
+                }
                 at.to = _utf16ToUtf8(at, stretch);
                 if (at.to == nullptr) return nullptr;
                 at.from = stretch;
@@ -608,8 +610,8 @@ MORVEL_SSE42 char* _utf8ToUtf16ByBlocks(Places at, const unsigned char* end) {
                 at.to = _putUtf16(at.to, at.from + block);
             }
         } else {
-            const unsigned char* stretch = at.from + BlocksSize / 2;
-            while (_isContinuation(*stretch)) ++stretch;
+            const unsigned char* stretch = at.from + BlocksSize;
+            while (stretch != end && _isContinuation(*stretch)) ++stretch;
             // What stands here of a character that began in front of it is written already.
             while (_isContinuation(*at.from)) ++at.from;
             at.to = _utf8ToUtf16(at, stretch);
