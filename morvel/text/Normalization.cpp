@@ -1,6 +1,6 @@
 // The normaliser is utf8proc. Around it stand a skip in front, for text that comes out as it went
 // in, by vector code and without, and a guard, since utf8proc's time is quadratic in a run of badly
-// ordered combining marks. Covered by NormalizationTest.
+// ordered combining marks; ASCII goes around it. Covered by NormalizationTest.
 #include <morvel/text/Normalization.h>
 
 #include <algorithm>
@@ -336,6 +336,59 @@ bool _appendOrdered(std::string_view text, int options, std::string* ordered) {
     return wellFormed;
 }
 
+// Stands for what is left out of a text. NFC and the other forms leave it where it is.
+constexpr char Placeholder = '\x01';
+
+// A piece of a text by its bytes.
+struct Piece {
+    std::size_t begin, end;
+};
+
+// ASCII characters neither change nor join with one in front of them. So all of a row of them but
+// the last can be left out while the text is brought to a form: these pieces, where that saves
+// work. None if the text has the placeholder itself.
+std::vector<Piece> _fixedPieces(std::string_view text) {
+    constexpr std::size_t Shortest = 3;
+    std::vector<Piece> pieces;
+    if (text.find(Placeholder) != std::string_view::npos) return pieces;
+    std::size_t begin = 0;
+    for (std::size_t at = 0; at <= text.size(); ++at) {
+        if (at != text.size() && static_cast<unsigned char>(text[at]) <= 0x7F) continue;
+        if (at - begin > Shortest) pieces.push_back({begin, at - 1});
+        begin = at + 1;
+    }
+    return pieces;
+}
+
+// The text with the placeholder for each of the pieces.
+std::string _withoutPieces(std::string_view text, const std::vector<Piece>& pieces) {
+    std::string rest;
+    std::size_t at = 0;
+    for (const Piece& piece : pieces) {
+        rest += text.substr(at, piece.begin - at);
+        rest += Placeholder;
+        at = piece.end;
+    }
+    rest += text.substr(at);
+    return rest;
+}
+
+// `rest`, which came of _withoutPieces, with the pieces of `text` in their places.
+std::string _withPieces(std::string_view rest, std::string_view text,
+                        const std::vector<Piece>& pieces) {
+    std::string whole;
+    whole.reserve(text.size());
+    std::size_t at = 0;
+    for (const Piece& piece : pieces) {
+        const std::size_t place = rest.find(Placeholder, at);
+        whole += rest.substr(at, place - at);
+        whole += text.substr(piece.begin, piece.end - piece.begin);
+        at = place + 1;
+    }
+    whole += rest.substr(at);
+    return whole;
+}
+
 bool _isWellFormed(std::string_view text) {
     const unsigned char* p = _bytes(text.data());
     const unsigned char* const end = p + text.size();
@@ -411,15 +464,17 @@ bool morvel::NormalizeText(std::string* text, NStringForm form) {
         text->resize(head.size());
         return true;
     }
+    const std::vector<Piece> pieces = _fixedPieces(head);
+    std::string rest = _withoutPieces(head, pieces);
     std::string ordered;
-    const bool reordered = _orderLongRuns(head, form, &ordered);
+    if (_orderLongRuns(rest, form, &ordered)) rest.swap(ordered);
     const std::unique_ptr<utf8proc_uint8_t, decltype(&std::free)> result(
-        normalizer(_bytes(reordered ? ordered.c_str() : head.data())), &std::free);
+        normalizer(_bytes(rest.c_str())), &std::free);
     if (!result) {
         // The normalisers have one answer to all failures: what isn't malformed found no memory.
         if (_isWellFormed(head)) throw std::bad_alloc();
         return false;
     }
-    text->assign(reinterpret_cast<const char*>(result.get()));
+    *text = _withPieces(reinterpret_cast<const char*>(result.get()), head, pieces);
     return true;
 }
