@@ -3,7 +3,6 @@
 #include <system_error>
 
 #include <tests/support/Test.h>
-#include <tests/support/Test.h>
 
 namespace morvel::test {
 

@@ -4,7 +4,6 @@
 
 #include <morvel/text/NString.h>
 #include <tests/support/Test.h>
-#include <tests/support/Test.h>
 
 /// What the tests of text have in common, under names that let a case fit one line.
 namespace morvel::test {
