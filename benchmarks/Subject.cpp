@@ -122,7 +122,8 @@ std::string SizeName(std::size_t bytes) {
 
 int main(int argc, char** argv) {
     // What is freed stays in the process: otherwise it depends on what lies behind it in the heap
-    // whether it goes back to the system, and the subject so hit pays for the same pages each round.
+    // whether it goes back to the system, and the subject so hit pays for the same pages each
+    // round.
     mallopt(M_TRIM_THRESHOLD, 1 << 30);
     mallopt(M_MMAP_THRESHOLD, 1 << 30);
     void AddSubjects();
