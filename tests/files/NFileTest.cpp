@@ -1,9 +1,5 @@
 #include <morvel/files/NFile.h>
 
-#ifndef _WIN32
-#include <unistd.h>
-#endif
-
 #include <ctime>
 
 #include <morvel/base/NException.h>
@@ -92,25 +88,6 @@ TEST_F(NFileTest, TellsTheReasonByClassAndMessage) {
                     testing::StartsWith("Cannot open file: not a directory: "));
     }
 }
-
-#ifndef _WIN32
-
-TEST_F(NFileTest, TellsThatAccessIsDenied) {
-    if (geteuid() != 0) {
-        GTEST_SKIP() << "to become another user takes the superuser";
-    }
-    At("locked").CreateDirectory();
-    folder.Write("locked/file", "x");
-    ASSERT_EQ(seteuid(65534), 0);
-    const std::string removed = removing(At("locked/file")), created = creating(At("locked/a/b"));
-    const bool newFile = At("locked/new").CreateFile();
-    ASSERT_EQ(seteuid(0), 0);
-    EXPECT_EQ(removed, "Access to file denied: " + folder.File("locked/file"));
-    EXPECT_THAT(created, testing::StartsWith("Access to file denied: "));
-    EXPECT_FALSE(newFile);
-}
-
-#endif
 
 TEST_F(NFileTest, KeepsItsPathAndConvertsTheNameOnTheWay) {
     constexpr std::int64_t second = 1000000;

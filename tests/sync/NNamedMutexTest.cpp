@@ -1,16 +1,6 @@
 #include <morvel/sync/NNamedMutex.h>
 
-#ifndef _WIN32
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/ipc.h>
-#include <sys/sem.h>
-#include <unistd.h>
-#endif
-
 #include <atomic>
-#include <cstdio>
-#include <set>
 
 #include <Poco/Exception.h>
 #include <Poco/File.h>
@@ -20,6 +10,7 @@
 #include <morvel/sync/NMutex.h>
 #include <tests/support/TemporaryFolder.h>
 #include <tests/support/Test.h>
+#include <tests/sync/NamedMutexNames.h>
 
 using namespace morvel::test;
 
@@ -67,37 +58,8 @@ int childMain(const std::string& role, const std::string& file, const std::strin
     return rounds > 0 || waitUntil([&] { return board->go.load(); }) ? 0 : 3;
 }
 
-#ifndef _WIN32
-key_t keyOf(const std::string& file) {
-    return ftok(file.c_str(), 'p');
-}
-int semaphoreOf(const std::string& file) {
-    const key_t key = keyOf(file);
-    return key == -1 ? -1 : semget(key, 1, 0);
-}
-#endif
-
-// Names that nobody else uses, and what stays behind of them removed again.
 class NNamedMutexTest : public testing::Test {
 protected:
-    ~NNamedMutexTest() override {
-        while (_names > 0) {
-            const std::string left = FileOf(_prefix + std::to_string(--_names));
-#ifndef _WIN32
-            semctl(semaphoreOf(left), 0, IPC_RMID);
-#endif
-            std::remove(left.c_str());
-        }
-    }
-
-    static std::string FileOf(const std::string& name) {
-        return "/tmp/" + name + ".mutex";
-    }
-
-    std::string NewName() {
-        return _prefix + std::to_string(_names++);
-    }
-
     // One that nobody waits for ends by itself.
     Poco::ProcessHandle Start(const std::string& role, int rounds) {
         return Poco::Process::launch(program, {role, _boardFile, name, std::to_string(rounds)});
@@ -110,13 +72,11 @@ protected:
 private:
     TemporaryFolder _folder;
     std::string _boardFile = _folder.Write("board", std::string(sizeof(Board), '\0'));
-    std::string _prefix = "morvel-test-" + std::to_string(std::random_device()()) + "-";
-    int _names = 0;
 
 protected:
     SharedBoard board{_boardFile};
-    const std::string name = NewName();
-    const std::string file = FileOf(name);
+    NamedMutexNames names;
+    const std::string name = names.New();
 };
 
 }  // namespace
@@ -166,59 +126,16 @@ TEST_F(NNamedMutexTest, IsGivenUpByAHolderThatIsKilled) {
 
 TEST_F(NNamedMutexTest, StandsBesideAThousandOthers) {
     std::vector<std::unique_ptr<NNamedMutex>> held;
-    std::set<long> keys;
     for (int i = 0; i < 1000; ++i) {
-        const std::string another = NewName();
+        const std::string another = names.New();
         auto mutex = std::make_unique<NNamedMutex>(another.c_str());
-#ifndef _WIN32
-        if (!keys.insert(keyOf(FileOf(another))).second) {
-            continue;  // shares its lock with a former one, by its file's number
-        }
-#endif
+        if (names.IsSharedWithFormer(another)) continue;
         mutex->Lock();  // were two of the names one lock, this would wait for good
         held.push_back(std::move(mutex));
     }
     EXPECT_GT(held.size(), 900u);
     for (const auto& mutex : held) mutex->Unlock();
 }
-
-#ifndef _WIN32
-
-TEST_F(NNamedMutexTest, IsOpenThoughItsMakerDiedBeforeItCouldSetIt) {
-    std::fclose(std::fopen(file.c_str(), "w"));
-    ASSERT_GE(semget(keyOf(file), 1, 0666 | IPC_CREAT | IPC_EXCL), 0);
-    NNamedMutex mutex(name.c_str());
-    const NAutoNamedMutexLock lock(&mutex);  // else waits for good
-}
-
-// Whoever makes the lock is alone with the file meanwhile, so that no two set it. But the file lock
-// is anybody's to take, and so is waited for only a moment.
-TEST_F(NNamedMutexTest, IsMadeByOneAtATime) {
-    const int descriptor = open(file.c_str(), O_RDONLY | O_CREAT, 0644);
-    ASSERT_EQ(flock(descriptor, LOCK_EX), 0);
-    std::thread other([&] {
-        NNamedMutex mutex(name.c_str());
-        const NAutoNamedMutexLock lock(&mutex);
-    });
-    NMutex::Sleep(50);
-    EXPECT_EQ(semaphoreOf(file), -1);
-    other.join();  // else waits for good
-    close(descriptor);
-}
-
-// A second object finds a lock at 0 too, but one that is in use.
-TEST_F(NNamedMutexTest, IsLeftAsItStandsByThoseThatComeLater) {
-    NNamedMutex first(name.c_str());
-    const NAutoNamedMutexLock lock(&first);
-    NNamedMutex second(name.c_str());
-    EXPECT_EQ(semctl(semaphoreOf(file), 0, GETVAL), 0);
-}
-
-TEST_F(NNamedMutexTest, PassesOnWhatPocoSaysOfANameThatCannotBe) {
-    EXPECT_THROW(NNamedMutex("morvel-test/no-such-folder"), Poco::SystemException);
-}
-
-#endif
 
 int main(int argc, char** argv) {
     if (argc == 5 && argv[1][0] != '-') {

@@ -9,6 +9,7 @@
 
 #include <tests/support/Expose.h>
 #include <tests/support/Test.h>
+#include <tests/support/TimeZone.h>
 
 using testing::ElementsAre;
 using testing::ElementsAreArray;
@@ -23,16 +24,7 @@ constexpr int NoZone = 0xFFFF;
 // Nine hours and a half east, summer and winter: local time can't be taken for UTC. Set before the
 // C library or POCO look at the zone.
 constexpr Int64 ZoneOffset = (9 * 3600 + 1800) * Second;
-const int zoneIsSet = [] {
-#if defined(_WIN32)
-    _putenv("TZ=ACT-9:30");
-    _tzset();
-#else
-    setenv("TZ", "ACT-9:30", 1);
-    tzset();
-#endif
-    return 0;
-}();
+const bool zoneIsSet = (morvel::test::SetTimeZone("ACT-9:30"), true);
 
 const std::string (*patterns)[8];
 const std::string (*dayNames)[7];

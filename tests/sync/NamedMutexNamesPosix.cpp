@@ -1,0 +1,19 @@
+#include <sys/ipc.h>
+#include <sys/sem.h>
+
+#include <cstdio>
+
+#include <tests/sync/NamedMutexNames.h>
+
+NamedMutexNames::~NamedMutexNames() {
+    while (_count > 0) {
+        const std::string file = FileOf(_prefix + std::to_string(--_count));
+        const key_t key = ftok(file.c_str(), 'p');
+        if (key != -1) semctl(semget(key, 1, 0), 0, IPC_RMID);
+        std::remove(file.c_str());
+    }
+}
+
+bool NamedMutexNames::IsSharedWithFormer(const std::string& name) {
+    return !_keys.insert(ftok(FileOf(name).c_str(), 'p')).second;
+}
