@@ -124,24 +124,22 @@ TEST_F(Load, NormalEndWhileOtherThreadsLog) {
 
 TEST_F(Load, DefaultLogAskedForByTheApplicationIsCleanedUp) {
     for (const bool on : {false, true}) {
-        if (on) arm();
         for (const std::string step : {"default-log", "default-log-in-force"}) {
+            if (on) arm();
             SCOPED_TRACE(step + (on ? ", on" : ", off"));
             const std::size_t lines = step == "default-log" ? 0 : 300;
-            const std::filesystem::path log = file("LoadHost.log");
-            answers({"load", step, "write", "300"});
-            EXPECT_EQ(Gap(WrittenLines(log)[0], lines), "");
-            std::filesystem::remove(log);
+            answers({"load", step, "write", "300"}, {}, LINKED_HOST);
+            EXPECT_EQ(Gap(WrittenLines(file("LinkedHost.log"))[0], lines), "");
             EXPECT_EQ(answers({"load", step, "write", "300", "unload", "mapped?"}), "gone ");
-            EXPECT_EQ(Gap(WrittenLines(log)[0], lines), "");
-            std::filesystem::remove(log);
+            EXPECT_EQ(Gap(WrittenLines(file("LoadHost.log"))[0], lines), "");
+            std::filesystem::remove_all(folder());
         }
     }
 }
 
 TEST_F(Load, ModulesOfTheApplicationLogInTheirOwnCleanUp) {
     arm();
-    answers({"load", "last-word", "write", "3"});
+    answers({"load", "last-word", "write", "3"}, {}, LINKED_HOST);
     EXPECT_THAT(ReadLog(file()), EndsWith("\"last word\"\n"));
     EXPECT_EQ(answers({"load", "last-word", "unload", "mapped?"}), "gone ");
     EXPECT_THAT(ReadLog(file()), EndsWith("\"last word\"\n"));
