@@ -243,7 +243,12 @@ void NString::SetHex(unsigned char a, unsigned char b, unsigned char c, unsigned
 }
 
 void NString::SetHex(std::uint32_t value) {
-    _setSystemText(NumberFormatter::formatHex(static_cast<int>(value), false));
+    const unsigned char bytes[] = {
+        static_cast<unsigned char>(value >> 24), static_cast<unsigned char>(value >> 16),
+        static_cast<unsigned char>(value >> 8), static_cast<unsigned char>(value)};
+    std::string text = _hex(bytes, 4);
+    text.erase(0, std::min(text.find_first_not_of('0'), text.size() - 1));
+    _setSystemText(std::move(text));
 }
 
 void NString::SetPair(NPair16 pair) {
