@@ -11,7 +11,42 @@ die() {
 # say SENTENCE...: tells what comes next.
 say() { printf '\n== %s\n' "$*"; }
 
-# build PRESET [TARGET...]: configures and builds; quick when nothing has changed.
+# usage: what stands at the top of the command's file.
+usage() { sed -n '2,/^[^#]/s/^# //p' "$0"; }
+
+# refuse OPTION: ends the command at an option that it does not have.
+refuse() {
+    usage >&2
+    die "there is no option '$1'."
+}
+
+# test_option OPTION...: takes the first one, if it is of those that every command with tests has.
+# `taken` is how many words that were, `chosen` what ctest is to be told.
+chosen=()
+test_option() {
+    taken=1
+    case $1 in
+        --long) export MORVEL_LONG_TESTS=1 ;;
+        -R | -E | -L | -LE)
+            [ $# -gt 1 ] || die "$1 wants a pattern."
+            chosen+=("$1" "$2")
+            taken=2
+            ;;
+        -V) chosen+=("$1") ;;
+        --)
+            chosen+=("${@:2}")
+            taken=$#
+            ;;
+        -h | --help)
+            usage
+            exit 0
+            ;;
+        *) refuse "$1" ;;
+    esac
+}
+
+# build PRESET [TARGET...]: configures and builds; quick when nothing has changed. With
+# MORVEL_TOLERATE_WARNINGS the compiler's warnings are no errors, as where it is newer than the code.
 build() {
     local preset=$1
     shift
@@ -20,7 +55,7 @@ build() {
     fi
     local log
     log=$(mktemp)
-    if ! cmake --preset "$preset" >"$log" 2>&1; then
+    if ! cmake --preset "$preset" ${MORVEL_TOLERATE_WARNINGS:+--compile-no-warning-as-error} >"$log" 2>&1; then
         cat "$log" >&2
         rm -f "$log"
         die "CMake could not configure preset '$preset'; the lines above say what it misses. script/bootstrap installs all that the project needs."
