@@ -1,0 +1,82 @@
+#pragma once
+
+#include <typeinfo>
+
+#include <tests/support/Test.h>
+
+/// What tests that hold an operation against a reference on generated input share:
+///
+///     ExpectSameOutcomes(10000, [](Draw& draw) { return draw.Joined(Pieces, 8); }, ours,
+///     reference);
+namespace morvel::test {
+
+/// Draws one case. A case has a number, and the same number draws the same on every platform.
+class Draw {
+public:
+    explicit Draw(unsigned number) : _engine(number) {}
+
+    std::uint64_t Bits() { return _engine(); }
+    std::size_t Below(std::size_t count) { return static_cast<std::size_t>(_engine() % count); }
+    bool OneIn(std::size_t count) { return Below(count) == 0; }
+
+    template <class Pool>
+    const auto& Of(const Pool& pool) {
+        return std::data(pool)[Below(std::size(pool))];
+    }
+
+    /// Up to `most` of the pieces, one behind the other.
+    template <class Pool>
+    std::string Joined(const Pool& pieces, std::size_t most) {
+        std::string joined;
+        for (std::size_t left = Below(most + 1); left > 0; --left) joined += Of(pieces);
+        return joined;
+    }
+
+    std::string Bytes(std::size_t most) {
+        std::string bytes(Below(most + 1), '\0');
+        for (char& byte : bytes) byte = static_cast<char>(Bits());
+        return bytes;
+    }
+
+private:
+    std::mt19937_64 _engine;
+};
+
+/// The result of `function` in print, or the exception that it throws, with its text.
+template <class Function>
+std::string Outcome(Function function) {
+    using Result = decltype(function());
+    try {
+        if constexpr (std::is_void_v<Result>) {
+            return function(), std::string();
+        } else if constexpr (std::is_convertible_v<Result, std::string>) {
+            return function();
+        } else {
+            return testing::PrintToString(function());
+        }
+    } catch (const std::exception& e) {
+        return std::string("throws ") + typeid(e).name() + ": " + e.what();
+    }
+}
+
+/// Calls `check` with a Draw for each of `count` cases; the first that fails is the last.
+template <class Check>
+void ForEachDraw(unsigned count, Check check) {
+    for (unsigned number = 0; number < count && !testing::Test::HasFailure(); ++number) {
+        Draw draw(number);
+        check(draw);
+        if (testing::Test::HasFailure()) ADD_FAILURE() << "in case " << number;
+    }
+}
+
+/// Draws inputs by `generate` and expects the same Outcome of `ours` and `reference` for each.
+template <class Generate, class Ours, class Reference>
+void ExpectSameOutcomes(unsigned count, Generate generate, Ours ours, Reference reference) {
+    ForEachDraw(count, [&](Draw& draw) {
+        const auto input = generate(draw);
+        EXPECT_EQ(Outcome([&] { return ours(input); }), Outcome([&] { return reference(input); }))
+            << testing::PrintToString(input);
+    });
+}
+
+}  // namespace morvel::test
