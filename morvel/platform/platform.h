@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <ctime>
 #include <mutex>
 #include <string>
 
@@ -92,6 +93,10 @@ private:
     std::mutex _lock;
 #endif
 };
+
+/// The wall clock at `time`, in the zone that the process has at the moment. REQUIRES: a time that
+/// the C library can read: on Windows from 1970 to the year 3000.
+std::tm LocalTime(std::time_t time);
 
 /// Suspends the calling thread.
 void SleepMilliseconds(std::uint32_t milliseconds);

@@ -297,6 +297,13 @@ void Mutex::unlock() {
     _lock.unlock();
 }
 
+std::tm LocalTime(std::time_t time) {
+    std::tm local = {};
+    tzset();  // localtime_r alone keeps the zone of its first call
+    localtime_r(&time, &local);
+    return local;
+}
+
 void SleepMilliseconds(std::uint32_t milliseconds) {
     std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));  // signals don't end it
 }

@@ -153,6 +153,12 @@ void Mutex::unlock() {
     ReleaseSRWLockExclusive(asLock(&_lock));
 }
 
+std::tm LocalTime(std::time_t time) {
+    std::tm local = {};
+    _localtime64_s(&local, &time);
+    return local;
+}
+
 void SleepMilliseconds(std::uint32_t milliseconds) {
     ::Sleep(milliseconds);
 }

@@ -1,38 +1,89 @@
 #include <morvel/time/NDateTime.h>
 
 #include <algorithm>
+#include <ctime>
 #include <string_view>
 
 #include <Poco/DateTime.h>
 #include <Poco/DateTimeFormatter.h>
 #include <Poco/DateTimeParser.h>
 #include <Poco/Exception.h>
-#include <Poco/LocalDateTime.h>
 #include <Poco/Timestamp.h>
 
+#include <morvel/platform/platform.h>
 #include <morvel/text/NString.h>
 #include <morvel/text/RawText.h>
 
 namespace {
 
-// The wall clock, read as if it were UTC.
-NTimestamp localNow() {
-    return Poco::LocalDateTime().timestamp().epochMicroseconds();
+constexpr std::int64_t OneSecond = 1000000;  // microseconds
+constexpr std::int64_t OneDay = 86400 * OneSecond;
+
+// Days count from 1 March of the year -400 here: a leap day is the last of its year, and no count
+// of a date from year 0 on is negative.
+constexpr std::int32_t EpochDay = 865565;  // 1970-01-01
+
+constexpr std::int32_t _dayOf(std::int32_t year, std::int32_t month, std::int32_t day) {
+    const std::int32_t years = year + 400 - (month < 3 ? 1 : 0);
+    const std::int32_t ofYear = (153 * ((month + 9) % 12) + 2) / 5 + day - 1;
+    return 365 * years + years / 4 - years / 100 + years / 400 + ofYear;
 }
 
-NTimestamp fromParts(int year, int month, int day, int hour, int minute, int second,
-                     int millisecond, int microsecond) {
-    try {
-        const Poco::DateTime parts(year, month, day, hour, minute, second, millisecond,
-                                   microsecond);
-        return Poco::Timestamp::fromUtcTime(parts.utcTime()).epochMicroseconds();
-    } catch (...) {
-        return localNow();
-    }
+struct Date {
+    std::int32_t year, month, day;
+};
+
+constexpr Date _dateOf(std::uint32_t day) {
+    const std::uint32_t era = day / 146097;  // of 400 years
+    const std::uint32_t ofEra = day % 146097;
+    const std::uint32_t yearOfEra = (ofEra - ofEra / 1460 + ofEra / 36524 - ofEra / 146096) / 365;
+    const std::uint32_t ofYear = ofEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
+    const std::uint32_t month = (5 * ofYear + 2) / 153;  // from March
+    const std::uint32_t ofMonth = ofYear - (153 * month + 2) / 5;
+    const bool nextYear = month >= 10;
+    return {static_cast<std::int32_t>(yearOfEra + era * 400 + (nextYear ? 1 : 0)) - 400,
+            static_cast<std::int32_t>(nextYear ? month - 9 : month + 3),
+            static_cast<std::int32_t>(ofMonth + 1)};
+}
+
+// POCO's reading is that of the Gregorian calendar in this range, which needs no detour through a
+// Julian day in floating point.
+constexpr std::int64_t CalendarBegin = (_dayOf(1601, 1, 1) - EpochDay) * OneDay;
+constexpr std::int64_t CalendarEnd = (_dayOf(10000, 1, 1) - EpochDay) * OneDay;
+
+NTimestamp _instantOf(std::int32_t year, std::int32_t month, std::int32_t day, std::int32_t hour,
+                      std::int32_t minute, std::int32_t second, std::int64_t microsecond) {
+    const std::int64_t ofDay = (hour * 60 + minute) * 60 + second;
+    return (_dayOf(year, month, day) - EpochDay) * OneDay + ofDay * OneSecond + microsecond;
+}
+
+// The wall clock, read as if it were UTC. Not by POCO's LocalDateTime, which takes daylight saving
+// for an hour ahead everywhere: in Dublin it is an hour back, in winter.
+NTimestamp _localNow() {
+    const std::int64_t now = NTimestamp().Value();
+    const std::tm local = morvel::platform::LocalTime(now / OneSecond);
+    return _instantOf(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour,
+                      local.tm_min, local.tm_sec, now % OneSecond);
+}
+
+// Releases of POCO differ in what they take for a time of day.
+NTimestamp _fromParts(std::int32_t year, std::int32_t month, std::int32_t day, std::int32_t hour,
+                      std::int32_t minute, std::int32_t second, std::int32_t millisecond,
+                      std::int32_t microsecond) {
+    const auto isIn = [](std::int32_t low, std::int32_t part, std::int32_t high) {
+        return low <= part && part <= high;
+    };
+    const bool isDate = isIn(0, year, 9999) && isIn(1, month, 12) &&
+                        isIn(1, day, Poco::DateTime::daysOfMonth(year, month)) &&
+                        isIn(0, hour, 23) && isIn(0, minute, 59) && isIn(0, second, 60) &&
+                        isIn(0, millisecond, 999) && isIn(0, microsecond, 999);
+    return isDate ? _instantOf(year, month, day, hour, minute, second,
+                               millisecond * 1000 + microsecond)
+                  : _localNow();
 }
 
 // Whether the parser of POCO would look for a number.
-bool asksForNumber(const std::string& format) {
+bool _asksForNumber(const std::string& format) {
     constexpr std::string_view letters = "defmnoyYrHhMSsicF";
     for (std::size_t i = 0; i + 1 < format.size(); ++i) {
         if (format[i] == '%' && letters.find(format[++i]) != letters.npos) {
@@ -42,39 +93,25 @@ bool asksForNumber(const std::string& format) {
     return false;
 }
 
-bool hasDigit(const std::string& text) {
+bool _hasDigit(const std::string& text) {
     return std::any_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
-// From 1601-01-01 to the end of 9999 POCO's reading is that of the Gregorian calendar, which can be
-// had without its detour through a Julian day in floating point.
-constexpr std::int64_t microsecondsPerDay = 86400000000;
-constexpr std::int64_t calendarBegin = -134774 * microsecondsPerDay;
-constexpr std::int64_t calendarEnd = 2932897 * microsecondsPerDay;
-
-struct Date {
-    std::int32_t year, month, day;
-};
-
-// `day` counts from calendarBegin. Years begin in March here, so that a leap day is the last of its
-// year.
-constexpr Date dateOf(std::uint32_t day) {
-    const std::uint32_t days = day + 584694;  // from 0000-03-01
-    const std::uint32_t era = days / 146097;  // of 400 years
-    const std::uint32_t ofEra = days % 146097;
-    const std::uint32_t yearOfEra = (ofEra - ofEra / 1460 + ofEra / 36524 - ofEra / 146096) / 365;
-    const std::uint32_t ofYear = ofEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
-    const std::uint32_t month = (5 * ofYear + 2) / 153;  // from March
-    const std::uint32_t ofMonth = ofYear - (153 * month + 2) / 5;
-    const bool nextYear = month >= 10;
-    return {static_cast<std::int32_t>(yearOfEra + era * 400 + (nextYear ? 1 : 0)),
-            static_cast<std::int32_t>(nextYear ? month - 9 : month + 3),
-            static_cast<std::int32_t>(ofMonth + 1)};
+// Throws where POCO finds that it can't read the text, and for a text without any digit, of which
+// it would read every number as 0 and so find the year 0.
+NDateTime _parsed(const std::string& format, const std::string& text,
+                  std::int32_t* timeZoneDifferential) {
+    if (!_hasDigit(text) && _asksForNumber(format)) {
+        throw Poco::SyntaxException("no number");
+    }
+    const Poco::DateTime parts = Poco::DateTimeParser::parse(format, text, *timeZoneDifferential);
+    return {parts.year(),   parts.month(),  parts.day(),         parts.hour(),
+            parts.minute(), parts.second(), parts.millisecond(), parts.microsecond()};
 }
 
 }  // namespace
 
-NDateTime::NDateTime() : NDateTime(localNow()) {}
+NDateTime::NDateTime() : NDateTime(_localNow()) {}
 
 NDateTime::NDateTime(const NTimestamp& timestamp) : _timestamp(timestamp) {
     _refresh();
@@ -83,17 +120,12 @@ NDateTime::NDateTime(const NTimestamp& timestamp) : _timestamp(timestamp) {
 NDateTime::NDateTime(std::int32_t year, std::int32_t month, std::int32_t day, std::int32_t hour,
                      std::int32_t minute, std::int32_t second, std::int32_t millisecond,
                      std::int32_t microsecond)
-    : NDateTime(fromParts(year, month, day, hour, minute, second, millisecond, microsecond)) {}
+    : NDateTime(_fromParts(year, month, day, hour, minute, second, millisecond, microsecond)) {}
 
 // The factor is that of 100-nanosecond intervals, and yet both numbers count microseconds.
 NDateTime::NDateTime(std::int64_t base, std::int64_t difference)
     : NDateTime(NTimestamp(static_cast<std::int64_t>(
           static_cast<std::uint64_t>(base) + static_cast<std::uint64_t>(difference) * 10))) {}
-
-NDateTime::NDateTime(const NTimestamp& timestamp, const Poco::DateTime& parts)
-    : _timestamp(timestamp) {
-    _take(parts);
-}
 
 NDateTime::~NDateTime() = default;
 
@@ -110,36 +142,24 @@ NDateTime NDateTime::Parse(const std::string& format, const std::string& text,
     try {
         // Without a mark, text is in the system's encoding already.
         if (morvel::MarkOf(text).length == 0) {
-            return _read(format, text, &timeZoneDifferential);
+            return _parsed(format, text, &timeZoneDifferential);
         }
         const NString marked(text);
-        return _read(format, marked.Converted(EncodingSystem), &timeZoneDifferential);
+        return _parsed(format, marked.Converted(EncodingSystem), &timeZoneDifferential);
     } catch (...) {
         // Whatever it was, the text could not be read.
     }
     return NDateTime();
 }
 
-// Throws where POCO finds that it can't read the text, and for a text without any digit, of which
-// it would read every number as 0 and so find the year 0.
-NDateTime NDateTime::_read(const std::string& format, const std::string& text,
-                           std::int32_t* timeZoneDifferential) {
-    if (!hasDigit(text) && asksForNumber(format)) throw Poco::SyntaxException("no number");
-    const Poco::DateTime parts = Poco::DateTimeParser::parse(format, text, *timeZoneDifferential);
-    const NTimestamp timestamp(parts.timestamp().epochMicroseconds());
-    // What was written is what would be read again, but for a leap second.
-    const bool plain = timestamp.Value() >= calendarBegin && parts.second() < 60;
-    return plain ? NDateTime(timestamp, parts) : NDateTime(timestamp);
-}
-
 void NDateTime::_refresh() {
     const std::int64_t value = _timestamp.Value();
-    if (value >= calendarBegin && value < calendarEnd) {
-        const auto since = static_cast<std::uint64_t>(value - calendarBegin);
-        const std::uint64_t ofDay = since % microsecondsPerDay;
-        const auto seconds = static_cast<std::uint32_t>(ofDay / 1000000);
-        const auto fraction = static_cast<std::uint32_t>(ofDay % 1000000);
-        const Date date = dateOf(static_cast<std::uint32_t>(since / microsecondsPerDay));
+    if (value >= CalendarBegin && value < CalendarEnd) {
+        const auto since = static_cast<std::uint64_t>(value + EpochDay * OneDay);
+        const std::uint64_t ofDay = since % OneDay;
+        const auto seconds = static_cast<std::uint32_t>(ofDay / OneSecond);
+        const auto fraction = static_cast<std::uint32_t>(ofDay % OneSecond);
+        const Date date = _dateOf(static_cast<std::uint32_t>(since / OneDay));
         _year = date.year;
         _month = date.month;
         _day = date.day;
@@ -150,10 +170,7 @@ void NDateTime::_refresh() {
         _microsecond = static_cast<std::int32_t>(fraction % 1000);
         return;
     }
-    _take(Poco::DateTime(Poco::Timestamp(value)));
-}
-
-void NDateTime::_take(const Poco::DateTime& parts) {
+    const Poco::DateTime parts{Poco::Timestamp(value)};
     _year = parts.year();
     _month = parts.month();
     _day = parts.day();

@@ -6,10 +6,6 @@
 #include <morvel/base/NBaseObject.h>
 #include <morvel/time/NTimestamp.h>
 
-namespace Poco {
-class DateTime;
-}
-
 /// A reading of the calendar and the clock, without a zone. Which clock it shows depends on how it
 /// was made: the default constructor reads the local wall clock, a timestamp is read as it stands
 /// (NTimestamp() is UTC), and parts mean whatever the caller means by them.
@@ -75,11 +71,7 @@ public:
     bool operator>=(const NDateTime& other) const { return _timestamp >= other._timestamp; }
 
 private:
-    MORVEL_LOCAL NDateTime(const NTimestamp& timestamp, const Poco::DateTime& parts);
-    MORVEL_LOCAL static NDateTime _read(const std::string& format, const std::string& text,
-                                        std::int32_t* timeZoneDifferential);
     MORVEL_LOCAL void _refresh();
-    MORVEL_LOCAL void _take(const Poco::DateTime& parts);
 
     // The usual patterns and the English names. Nothing looks them up: callers name their pattern.
     static const std::string _patterns[8];

@@ -5,8 +5,7 @@
 
 namespace morvel::test {
 
-/// Sets this process's time zone, like "ACT-9:30". REQUIRES: neither the C library nor POCO has
-/// looked at the zone yet.
+/// Sets this process's time zone, like "ACT-9:30".
 inline void SetTimeZone(const char* zone) {
 #if defined(_WIN32)
     _putenv_s("TZ", zone);

@@ -1,5 +1,6 @@
 #include <morvel/time/NDateTime.h>
 
+#include <iomanip>
 #include <limits>
 
 #include <Poco/DateTime.h>
@@ -63,6 +64,24 @@ TEST(NDateTime, KeepsThePatternsAndNamesOfPoco) {
                                        F::ASCTIME_FORMAT, F::SORTABLE_FORMAT));
     EXPECT_THAT(*dayNames, ElementsAreArray(F::WEEKDAY_NAMES));
     EXPECT_THAT(*monthNames, ElementsAreArray(F::MONTH_NAMES));
+}
+
+// Besides a plain zone such as have daylight saving all year: by half an hour, and back by an hour
+// as Dublin has it in winter.
+TEST(NDateTime, DefaultIsTheClockOnTheWall) {
+    const auto wallClock = [] {
+        const std::time_t now = std::time(nullptr);
+        std::ostringstream shown;
+        shown << std::put_time(std::localtime(&now), "%Y-%m-%d %H:%M");
+        return shown.str();
+    };
+    for (const char* const zone :
+         {"LHST-10:30LHDT-11,0/0,J365/25", "IST-1GMT0,0/0,J365/25", "ACT-9:30"}) {
+        morvel::test::SetTimeZone(zone);
+        const std::string before = wallClock();
+        const std::string shown = NDateTime::Format(NDateTime(), "%Y-%m-%d %H:%M", NoZone);
+        EXPECT_THAT(shown, testing::AnyOf(before, wallClock())) << zone;
+    }
 }
 
 TEST(NDateTime, PartsThatAreNoDateBecomeTheLocalTime) {
