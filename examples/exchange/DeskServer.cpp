@@ -36,16 +36,16 @@ public:
                        Poco::Net::HTTPServerResponse& response) override {
         const std::string body{std::istreambuf_iterator<char>(request.stream()), {}};
         NXML order;
-        if (!order.FromText(body) || order.RootName() != "order") {
+        NXML customer;
+        if (!order.FromText(body) || order.RootName() != "order" ||
+            !order.GetElement("order.customer", &customer, -1)) {
             response.setStatusAndReason(Poco::Net::HTTPResponse::HTTP_BAD_REQUEST);
             response.setContentLength(0);
             response.send();
             return;
         }
-        NXML customer;
         NString currency;
         NString total;
-        order.GetElement("order.customer", &customer, -1);
         order.GetRootAttribute("currency", currency);
         total.SetNumber(_total(order), 2);
 

@@ -120,14 +120,14 @@ void _exchange(const std::string& url, std::uint32_t timeout, std::ostream& acco
     reply.LoadStream(stream, false);
     NString number;
     NString currency;
-    if (reply.RootName() != "confirmation" || !reply.GetRootAttribute("number", number)) {
+    NXML totalElement;
+    if (reply.RootName() != "confirmation" || !reply.GetRootAttribute("number", number) ||
+        !reply.GetElement("confirmation.total", &totalElement, -1)) {
         throw DeskError(
             "The reply is no confirmation of an order. "
             "Check that this is the address of an order desk.");
     }
-    NXML totalElement;
     const NString total(_value(reply, "confirmation.total"), EncodingUTF8);
-    reply.GetElement("confirmation.total", &totalElement, -1);
     totalElement.GetRootAttribute("currency", currency);
     const std::string dateText = _value(reply, "confirmation.date");
     int zone = 0;

@@ -25,7 +25,7 @@ public:
 
     /// A new instance of the class, which the caller owns; null if the class has no factory or the
     /// factory throws, whatever it throws.
-    NBaseObject* CreateInstance() const;
+    [[nodiscard]] NBaseObject* CreateInstance() const;
 
     const std::string& Name() const { return _name; }
     std::uint32_t ObjectSize() const { return _objectSize; }

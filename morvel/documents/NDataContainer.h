@@ -4,6 +4,7 @@
 #include <iosfwd>
 #include <list>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -11,6 +12,12 @@
 #include <morvel/text/NString.h>
 
 class NDataContainer;
+
+// std::list has no virtual destructor, and nothing here deletes an array through it.
+#if defined(__GNUC__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
+#endif
 
 /// Attributes as pairs of name and value, in the order in which the element has them.
 using NAttributeList = std::vector<std::pair<std::string, std::string>>;
@@ -41,6 +48,10 @@ public:
 
     virtual void Clear();  ///< Destroys the containers and empties the list.
 };
+
+#if defined(__GNUC__)
+#pragma GCC diagnostic pop
+#endif
 
 /// A document in the form of a tree: one root element, elements below it, attributes on elements,
 /// text inside them. This class tells what a caller can do without knowing how the document is
@@ -79,7 +90,7 @@ public:
 
     /// Replaces the document by what a file holds. Never throws: a failure is false and, unless
     /// `silent`, a report to NErrorHandler.
-    virtual bool LoadFile(const std::string& path, bool silent) = 0;
+    [[nodiscard]] virtual bool LoadFile(const std::string& path, bool silent) = 0;
 
     /// Replaces the document by what `stream` holds from its current position on.
     virtual bool LoadStream(std::istream& stream, bool silent) = 0;
@@ -96,8 +107,8 @@ public:
 
     /// Finds the element or the child node at `index`, and replaces the document in `out` by a copy
     /// of it. `out` may be null to ask only whether the element is there.
-    virtual bool GetElement(const std::string& path, NDataContainer* out,
-                            std::int32_t index) const = 0;
+    [[nodiscard]] virtual bool GetElement(const std::string& path, NDataContainer* out,
+                                          std::int32_t index) const = 0;
 
     /// Appends copies of all child elements to `array`. False if there are none.
     virtual bool GetElements(const std::string& path, NDataContainerArray& array) const = 0;
@@ -119,6 +130,10 @@ public:
     virtual bool SetValue(const std::string& path, const NString& value);
     virtual bool SetValue(const std::string& path, const char* value);
     virtual bool SetValue(const std::string& path, const std::string& value) = 0;
+
+    /// A number doesn't compile: 0 would be taken for a null pointer, and empty the element.
+    template <class Number, class = std::enable_if_t<std::is_arithmetic_v<Number>>>
+    bool SetValue(const std::string& path, Number value) = delete;
 
     /// Sets the listed attributes, each on the first one of that name whatever its case, which
     /// keeps its spelling, else as a new one at the end. False for an empty list.
@@ -158,8 +173,8 @@ public:
     /// Takes over a deep copy of the document of `source`. `reserved` is 0.
     virtual void Assign(const NDataContainer& source, std::int32_t reserved) = 0;
 
-    virtual bool IsEmpty() const;  ///< True.
-    virtual void Clear();          ///< Does nothing.
+    [[nodiscard]] virtual bool IsEmpty() const;  ///< True.
+    virtual void Clear();                        ///< Does nothing.
 
     virtual std::string RootName() const = 0;  ///< Empty without a root element.
 
@@ -169,7 +184,7 @@ public:
 
     /// Attributes of the root element. The list lies in this object: the next call, const though it
     /// is, refills it, and changes of the document don't show in it.
-    virtual const NAttributeList& RootAttributes() const = 0;
+    virtual const NAttributeList& RootAttributes() const MORVEL_LIFETIMEBOUND = 0;
 
     /// Value of an attribute of the root element, its name in any case. Where it is missing, an
     /// NString stays as it was and a std::string is empty. The first form calls the second.
@@ -181,7 +196,7 @@ public:
     virtual std::string ToText(std::uint32_t flags);
 
     /// LoadStream of `text`. False where that returns false or throws; nothing is thrown.
-    virtual bool FromText(const std::string& text);
+    [[nodiscard]] virtual bool FromText(const std::string& text);
 
 protected:
     /// The encoding of every std::string of this container. UTF-8; nothing changes it.

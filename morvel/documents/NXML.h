@@ -65,7 +65,7 @@ public:
     /// KelInvalidArgumentException for an empty path or one that ends in a separator,
     /// KelFileNotFoundException for a missing file, KelXMLParseException for a malformed document
     /// and for a file that can't be opened, a folder among them.
-    bool LoadFile(const std::string& path, bool silent) override;
+    [[nodiscard]] bool LoadFile(const std::string& path, bool silent) override;
 
     /// Throws KelXMLElementException for a malformed document and for a stream that has failed, and
     /// passes on what `stream` throws. `silent` has no meaning here.
@@ -82,8 +82,8 @@ public:
 
     /// An index past the last child node gives true and, in `out`, a document without a root; an
     /// index below -1 means the first child. Where that is text, `out` has the text and no root.
-    bool GetElement(const std::string& path, NDataContainer* out,
-                    std::int32_t index) const override;
+    [[nodiscard]] bool GetElement(const std::string& path, NDataContainer* out,
+                                  std::int32_t index) const override;
     bool GetElements(const std::string& path, NDataContainerArray& array) const override;
 
     /// False with nothing changed also where the array holds a container that is no NXML.
@@ -109,11 +109,11 @@ public:
     void Assign(const NDataContainer& source, std::int32_t reserved) override;
 
     /// True without a root element, and with one that has neither child nor attribute.
-    bool IsEmpty() const override;
+    [[nodiscard]] bool IsEmpty() const override;
     void Clear() override;  ///< Discards the document.
     std::string RootName() const override;
     std::string RootValue() const override;
-    const NAttributeList& RootAttributes() const override;
+    const NAttributeList& RootAttributes() const MORVEL_LIFETIMEBOUND override;
 
     /// False for a root element whose name has a dot in it: it is looked up as a path.
     using NDataContainer::GetRootAttribute;

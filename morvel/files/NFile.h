@@ -32,7 +32,8 @@ public:
     NFile(const NString& path);  ///< Doesn't touch the disk.
     ~NFile() override;
 
-    const NPath& Path() const { return _path; }  ///< As given, in its own encoding.
+    /// As given, in its own encoding.
+    const NPath& Path() const MORVEL_LIFETIMEBOUND { return _path; }
 
     bool CreateFile()
         const;  ///< True if a new empty file was made; an existing one stays as it is.
@@ -46,7 +47,7 @@ public:
     /// Off Windows a file system without that moment gives the last change of status instead.
     NTimestamp CreationTime() const;
 
-    bool Exists() const;  ///< A link that leads nowhere doesn't exist.
+    [[nodiscard]] bool Exists() const;  ///< A link that leads nowhere doesn't exist.
 
     /// Removes a file or an empty folder, with `recursive` a folder and all that is in it, and of a
     /// symbolic link the link. Throws KelFileNotFoundException if there is none; what a recursive

@@ -41,15 +41,15 @@ public:
     ///
     /// An open stream must be closed first: otherwise its file stays open and out of reach to the
     /// end of the process, and its buffer is leaked. REQUIRES: `mode` is one of Mode.
-    int Open(const NFile& file, int mode);
+    [[nodiscard]] int Open(const NFile& file, int mode);
 
     void Close();  ///< Does nothing while closed.
 
     /// How many bytes were read into or written from `buffer` at the position, which moves on by as
     /// many. Fewer than `count` at the end of the file or on a full disk; 0 for a `count` that
     /// isn't positive.
-    int Read(void* buffer, int count);
-    int Write(const void* buffer, int count);
+    [[nodiscard]] int Read(void* buffer, int count);
+    [[nodiscard]] int Write(const void* buffer, int count);
 
     /// Moves to `position` bytes from the head and returns it. A write behind the end fills the gap
     /// with zeros.

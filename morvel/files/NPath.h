@@ -36,7 +36,7 @@ public:
     using NString::operator=;
     NPath& operator=(const NPath& other);
 
-    NPath Absolute() const;  ///< Seen from the current folder.
+    [[nodiscard]] NPath Absolute() const;  ///< Seen from the current folder.
 
     /// Adds `other` in place, this path being read as a folder whatever its end, and `other` as
     /// relative. The encoding becomes the higher of the two by number. Narrow text counts as
@@ -45,15 +45,16 @@ public:
     NPath& Append(const std::string& other);
     NPath& Append(const char* other);
 
-    NString BaseName() const;  ///< The file name up to its last dot; empty for a folder.
+    /// The file name up to its last dot; empty for a folder.
+    [[nodiscard]] NString BaseName() const;
 
     /// Whether the text names a file: isn't empty and doesn't end in a separator. What the disk has
     /// under that name isn't asked.
     bool IsFile() const;
 
-    NPath& MakeDirectory();  ///< In place: the file name becomes the last folder.
-    NPath& MakeFile();       ///< In place: the last folder becomes the file name.
-    NPath Parent() const;    ///< The folder that holds the file or folder.
+    NPath& MakeDirectory();              ///< In place: the file name becomes the last folder.
+    NPath& MakeFile();                   ///< In place: the last folder becomes the file name.
+    [[nodiscard]] NPath Parent() const;  ///< The folder that holds the file or folder.
 
     /// In place: replaces the extension or adds one, without the dot; an empty one takes it away.
     void SetExtension(const NString& extension);

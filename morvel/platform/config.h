@@ -34,6 +34,16 @@
 #define MORVEL_PRINTF_LIKE(format_place, first_place)
 #endif
 
+// What is returned points into the object: a compiler that knows the attribute warns where the
+// object is a temporary that is gone at the end of the statement.
+#if defined(__clang__)
+#define MORVEL_LIFETIMEBOUND [[clang::lifetimebound]]
+#elif defined(_MSC_VER)
+#define MORVEL_LIFETIMEBOUND [[msvc::lifetimebound]]
+#else
+#define MORVEL_LIFETIMEBOUND
+#endif
+
 /// One 16-bit unit of UTF-16 text in native byte order.
 #if defined(_WIN32)
 using NWideChar = wchar_t;

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <iosfwd>
 #include <string>
 #include <utility>
 #include <vector>
@@ -126,6 +127,12 @@ public:
     virtual NString& operator+=(const char* text);
     virtual NString& operator+=(char byte);
 
+    /// A new text: `left` with `right` appended as += does, so in the encoding of `left`.
+    [[nodiscard]] friend NString operator+(NString left, const NString& right) {
+        left += right;
+        return left;
+    }
+
     /// Assigns what the constructor of the same arguments makes.
     virtual void SetData(const unsigned char* counted, NStringEncoding encoding);
     virtual void SetData(const char* text, NStringEncoding encoding);
@@ -171,9 +178,9 @@ public:
 
     /// Up to `count` bytes from `pos`, from the head, and exactly `count` from the tail. Mid throws
     /// std::out_of_range for a `pos` above the length, Right for a `count` above it; Left clips.
-    virtual std::string Mid(std::size_t pos, std::size_t count) const;
-    virtual std::string Left(std::size_t count) const;
-    virtual std::string Right(std::size_t count) const;
+    [[nodiscard]] virtual std::string Mid(std::size_t pos, std::size_t count) const;
+    [[nodiscard]] virtual std::string Left(std::size_t count) const;
+    [[nodiscard]] virtual std::string Right(std::size_t count) const;
 
     /// Position of the first match at or behind `pos`, or -1. An empty needle is found at `pos`
     /// itself as long as that isn't above the length.
@@ -293,7 +300,7 @@ public:
     /// All bytes of such a text into `out`, which has room for `capacity`. 0; -1 for an odd length,
     /// -2 for too little room, with nothing written. Throws Poco::SyntaxException for what isn't
     /// hexadecimal; the bytes before it are written by then.
-    virtual std::int32_t HexBytes(unsigned char* out, std::uint32_t capacity) const;
+    [[nodiscard]] virtual std::int32_t HexBytes(unsigned char* out, std::uint32_t capacity) const;
 
     virtual unsigned long long ToUInt64() const;
 
@@ -319,7 +326,7 @@ public:
 
     /// A new text, printed as std::printf would, up to the first NUL and without a mark at its
     /// head; empty for a null `format`. The object takes no part.
-    virtual NString Format(const char* format, ...) const MORVEL_PRINTF_LIKE(2, 3);
+    [[nodiscard]] virtual NString Format(const char* format, ...) const MORVEL_PRINTF_LIKE(2, 3);
 
     virtual std::uint32_t ToUInt() const;
     virtual unsigned long long ToSize() const;
@@ -337,23 +344,23 @@ public:
     virtual void DecodeBase64(unsigned char* out, std::uint32_t* count) const;
     virtual void DecodeBase64();
 
-    const std::string& Data() const { return _data; }
-    const char* CStr() const { return _data.c_str(); }
+    const std::string& Data() const MORVEL_LIFETIMEBOUND { return _data; }
+    const char* CStr() const MORVEL_LIFETIMEBOUND { return _data.c_str(); }
     std::size_t Length() const { return _data.size(); }
-    bool IsEmpty() const { return _data.empty(); }
+    [[nodiscard]] bool IsEmpty() const { return _data.empty(); }
     NStringEncoding Encoding() const { return _encoding; }
     NStringForm Form() const { return _form; }
 
     /// The byte at `index`, unchecked.
-    char& operator[](std::size_t index) { return _data[index]; }
-    const char& operator[](std::size_t index) const { return _data[index]; }
+    char& operator[](std::size_t index) MORVEL_LIFETIMEBOUND { return _data[index]; }
+    const char& operator[](std::size_t index) const MORVEL_LIFETIMEBOUND { return _data[index]; }
 
     /// The text in `encoding`, UTF-8 in NFC; this object's own bytes and tag stay. The unconverted
     /// bytes if the conversion is refused. The result lies in this object until the next export, an
     /// assignment or the object's end. The call writes that cache although it is const: no other
     /// thread may use the object meanwhile.
-    const std::string& Converted(NStringEncoding encoding) const;
-    const char* Data(NStringEncoding encoding) const;
+    const std::string& Converted(NStringEncoding encoding) const MORVEL_LIFETIMEBOUND;
+    const char* Data(NStringEncoding encoding) const MORVEL_LIFETIMEBOUND;
 
     /// The text in `encoding`, or as it is, with the byte-order mark of UTF-8 or UTF-16 in front
     /// unless it is empty. Writes the same cache as Converted.
@@ -362,6 +369,10 @@ public:
 
     /// The text as wide text in NFC, for the platform's calls. Reads only.
     NWideString Wide() const;
+
+    /// Writes the text in UTF-8, brought to NFC, in the field that the stream is set to. Reads
+    /// only.
+    friend MORVEL_API std::ostream& operator<<(std::ostream& stream, const NString& text);
 
     /// Between narrow and wide text in a code page of the system, 0 for its own, 65001 or any
     /// negative number for UTF-8. Each ends at the first NUL. UTF-8 text is brought to NFC on the

@@ -214,6 +214,12 @@ NWideString NString::Wide() const {
     return StringToWide(copy._data, platform::CodePageUtf8);
 }
 
+std::ostream& operator<<(std::ostream& stream, const NString& text) {
+    NString copy(text);
+    copy.ConvertTo(EncodingUTF8);
+    return stream << copy.Data();
+}
+
 NWideString NString::StringToWide(const std::string& text, std::int32_t codePage) {
     codePage = _codePage(codePage);
     if (codePage != platform::CodePageUtf8) return platform::WideFromNarrow(text.c_str(), codePage);

@@ -49,8 +49,8 @@ public:
 
     /// The token at `index`, valid and writable until the next Assign or the object's end. Throws
     /// Poco::RangeException for an `index` of Count() or more.
-    std::string& Token(std::size_t index);
-    const std::string& Token(std::size_t index) const;
+    std::string& Token(std::size_t index) MORVEL_LIFETIMEBOUND;
+    const std::string& Token(std::size_t index) const MORVEL_LIFETIMEBOUND;
 
     NStringEncoding Encoding() const { return _encoding; }  ///< That of the text as it was given.
 

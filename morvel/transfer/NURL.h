@@ -57,16 +57,18 @@ public:
 
     /// A GET. Progress counts the bytes received against the capacity of the buffer, which isn't
     /// the length of the reply; so it does in Request.
-    virtual std::int32_t Get(std::string url, std::uint32_t timeout, CancelCallback cancelCallback,
-                             void* cancelContext, ProgressCallback progressCallback,
-                             void* progressContext);
+    [[nodiscard]] virtual std::int32_t Get(std::string url, std::uint32_t timeout,
+                                           CancelCallback cancelCallback, void* cancelContext,
+                                           ProgressCallback progressCallback,
+                                           void* progressContext);
 
     /// A POST of `size` bytes, in chunks of no declared length. Progress counts the bytes sent
     /// against `size`. The reply goes to the standard output; Data and Size stay as they were.
-    virtual std::int32_t Upload(std::string url, const void* data, unsigned long long size,
-                                std::uint32_t timeout, CancelCallback cancelCallback,
-                                void* cancelContext, ProgressCallback progressCallback,
-                                void* progressContext);
+    [[nodiscard]] virtual std::int32_t Upload(std::string url, const void* data,
+                                              unsigned long long size, std::uint32_t timeout,
+                                              CancelCallback cancelCallback, void* cancelContext,
+                                              ProgressCallback progressCallback,
+                                              void* progressContext);
 
     /// A POST of `bodySize` bytes, or a GET if there is none. The callbacks see the reply alone.
     ///
@@ -83,30 +85,33 @@ public:
     /// can't be opened. The file is made or emptied first and stays after a failure with what
     /// arrived. Size is 0, and no callback is called. The two returns -3 and -4 leak libcurl's
     /// handle, the headers and one reference to its global state.
-    virtual std::int32_t Request(std::string url, const std::vector<std::string>* headers,
-                                 const void* body, unsigned long long bodySize,
-                                 std::uint32_t timeout, CancelCallback cancelCallback,
-                                 void* cancelContext, ProgressCallback progressCallback,
-                                 void* progressContext, std::uint32_t flags);
+    [[nodiscard]] virtual std::int32_t Request(std::string url,
+                                               const std::vector<std::string>* headers,
+                                               const void* body, unsigned long long bodySize,
+                                               std::uint32_t timeout, CancelCallback cancelCallback,
+                                               void* cancelContext,
+                                               ProgressCallback progressCallback,
+                                               void* progressContext, std::uint32_t flags);
 
     /// The first form with one header line, of `headerLength` bytes.
-    virtual std::int32_t Request(std::string url, const char* headerText,
-                                 unsigned long long headerLength, const void* body,
-                                 unsigned long long bodySize, std::uint32_t timeout,
-                                 CancelCallback cancelCallback, void* cancelContext,
-                                 ProgressCallback progressCallback, void* progressContext,
-                                 std::uint32_t flags);
+    [[nodiscard]] virtual std::int32_t Request(std::string url, const char* headerText,
+                                               unsigned long long headerLength, const void* body,
+                                               unsigned long long bodySize, std::uint32_t timeout,
+                                               CancelCallback cancelCallback, void* cancelContext,
+                                               ProgressCallback progressCallback,
+                                               void* progressContext, std::uint32_t flags);
 
     /// The second form with an empty header line.
-    virtual std::int32_t Request(std::string url, const void* body, unsigned long long bodySize,
-                                 std::uint32_t timeout, CancelCallback cancelCallback,
-                                 void* cancelContext, ProgressCallback progressCallback,
-                                 void* progressContext, std::uint32_t flags);
+    [[nodiscard]] virtual std::int32_t Request(std::string url, const void* body,
+                                               unsigned long long bodySize, std::uint32_t timeout,
+                                               CancelCallback cancelCallback, void* cancelContext,
+                                               ProgressCallback progressCallback,
+                                               void* progressContext, std::uint32_t flags);
 
     /// What the latest Get or Request received: Size() bytes, with no NUL behind them. Null before
     /// the first byte ever. The next request overwrites the bytes; the pointer is good until a
     /// request has to enlarge the buffer, or the object's end.
-    virtual const char* Data() const;
+    virtual const char* Data() const MORVEL_LIFETIMEBOUND;
     virtual unsigned long long Size() const;
 
 private:

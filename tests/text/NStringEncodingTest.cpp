@@ -106,6 +106,7 @@ TEST(NStringEncoding, NormalizeClaimsTheFormInEveryCase) {
 TEST(NStringEncoding, ConvertedLeavesTheTextAlone) {
     const NString text = Raw(Decomposed, Utf8);
     const std::string& cache = text.Converted(Latin1);
+    EXPECT_EQ(testing::PrintToString(text), Composed);  // a stream gets UTF-8, the cache stays
     EXPECT_EQ(cache, "\xE9");
     EXPECT_EQ(text.Converted(NoTag), Composed);  // refused, but composed before that
     EXPECT_EQ(text.Data(Utf8), cache.c_str());   // one place for all of them

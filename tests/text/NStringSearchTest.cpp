@@ -80,6 +80,8 @@ TEST(NStringSearch, ComparingAndAppendingAgreeWithTheLongWay) {
         ASSERT_EQ(text != object, text.Data() != converted(object));
         NString sum(text);
         ASSERT_EQ(&(sum += object), &sum);
+        ASSERT_EQ((text + object).Data(), sum.Data());
+        ASSERT_EQ((text + object).Encoding(), text.Encoding());
         ASSERT_EQ(sum.Data(), text.Data() + (sameTag ? bytes : converted(object)));
         ASSERT_EQ(sum.Encoding(), text.Encoding());
         if (HasFailure()) return;
