@@ -3,6 +3,7 @@
 
 #include <morvel/base/NErrorHandler.h>
 #include <morvel/base/NException.h>
+#include <tests/documents/EmptyText.h>
 #include <tests/support/TemporaryFolder.h>
 #include <tests/support/Test.h>
 
@@ -47,10 +48,10 @@ std::string _thrownBy(Call call) {
 
 TEST(NXML, TellsItsThreeStatesApart) {
     NXML document;
-    const auto expect = [&document](std::int32_t nodes, bool empty, const char* text) {
+    const auto expect = [&document](std::int32_t nodes, bool empty, const std::string& text) {
         EXPECT_EQ(document.CountNodes(), nodes) << text;
         EXPECT_EQ(document.IsEmpty(), empty) << text;
-        EXPECT_EQ(document.HasRoot() != nullptr, text[0] != '\0');
+        EXPECT_EQ(document.HasRoot() != nullptr, !text.empty());
         EXPECT_EQ(document.ToText(0), text);
     };
     EXPECT_EQ(document.ToText(2), "");
@@ -64,7 +65,7 @@ TEST(NXML, TellsItsThreeStatesApart) {
     expect(1, false, "<r a=\"1\"/>");
     document.RemoveAttributes("r");
     document.SetValue("r", "");  // an empty text is a child all the same
-    expect(1, false, "<r></r>");
+    expect(1, false, WithEmptyText("r"));
     document.Clear();
     expect(-1, true, "");
     EXPECT_FALSE(document.SaveFile("/none/r.xml"));
