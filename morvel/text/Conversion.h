@@ -5,22 +5,24 @@
 
 #include <morvel/text/NString.h>
 
-// Internal: the quick way between encodings.
+// Internal: from one encoding to another.
 namespace morvel {
 
-/// Converts well-formed `text` from one encoding to another. False, with anything in `*out`, where
-/// either is EncodingSystem or none at all, and for malformed text, which POCO's converters have
-/// their own outcome for; where the result is true, `*out` is what they give, with '?' for what the
-/// target lacks. `text` must not lie in `*out`. Storage that `*out` has is used again.
-bool ConvertWellFormed(std::string_view text, NStringEncoding from, NStringEncoding to,
-                       std::string* out);
+/// Converts the characters that begin between `from` and `stop`, of a text that goes on to `end`,
+/// moves `from` behind them and returns the end of what is written. What is malformed, and what the
+/// target lacks, becomes '?'. REQUIRES: room for three bytes a byte that is read, and for
+/// ConversionSlack more.
+using Transcoder = char* (*)(const unsigned char*& from, const unsigned char* stop,
+                             const unsigned char* end, char* to);
+constexpr std::size_t ConversionSlack = 64;
 
-/// The same without vector code.
-bool ConvertPortably(std::string_view text, NStringEncoding from, NStringEncoding to,
-                     std::string* out);
+/// The transcoder of a pair, null where either is EncodingSystem or no encoding at all.
+Transcoder PortableTranscoder(NStringEncoding from, NStringEncoding to);
 
-/// Converts UTF-8 to UTF-16 as ConvertWellFormed does, but doesn't look for faults.
-/// REQUIRES: the text is well formed.
-void Utf16FromKnownUtf8(std::string_view text, std::string* out);
+/// Replaces `*out` by all of `text`, converted. `text` must not lie in `*out`.
+void Transcode(std::string_view text, Transcoder transcoder, std::string* out);
+
+/// The same with the quickest transcoder of the pair; false where it has none.
+bool Transcode(std::string_view text, NStringEncoding from, NStringEncoding to, std::string* out);
 
 }  // namespace morvel

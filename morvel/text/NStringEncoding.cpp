@@ -5,18 +5,11 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
-#include <memory>
 #include <sstream>
 #include <utility>
 
-#include <Poco/ASCIIEncoding.h>
 #include <Poco/Base64Decoder.h>
-#include <Poco/Latin1Encoding.h>
-#include <Poco/Latin9Encoding.h>
-#include <Poco/TextConverter.h>
 #include <Poco/URI.h>
-#include <Poco/UTF16Encoding.h>
-#include <Poco/UTF8Encoding.h>
 
 #include <morvel/platform/platform.h>
 #include <morvel/text/Conversion.h>
@@ -27,27 +20,24 @@ namespace platform = morvel::platform;
 
 namespace {
 
-// POCO's reader and writer of the bytes under a tag; null for a value that is no tag. The system's
-// narrow encoding is read and written by the platform, with wide text on POCO's side.
-std::unique_ptr<Poco::TextEncoding> _pocoEncoding(NStringEncoding encoding) {
-    switch (encoding) {
-        case EncodingASCII:
-            return std::make_unique<Poco::ASCIIEncoding>();
-        case EncodingLatin1:
-            return std::make_unique<Poco::Latin1Encoding>();
-        case EncodingLatin9:
-            return std::make_unique<Poco::Latin9Encoding>();
-        case EncodingUTF8:
-            return std::make_unique<Poco::UTF8Encoding>();
-        case EncodingSystem:
-        case EncodingUTF16:
-            return std::make_unique<Poco::UTF16Encoding>(Poco::UTF16Encoding::NATIVE_BYTE_ORDER);
-    }
-    return nullptr;
-}
-
 bool _isOfBytes(NStringEncoding encoding) {
     return encoding <= EncodingUTF8;
+}
+
+// Converts `text`, the system's narrow encoding by way of wide text as the platform has it. False
+// where either encoding is none.
+bool _transcode(const std::string& text, NStringEncoding from, NStringEncoding to,
+                std::string* out) {
+    if (from == EncodingSystem) {
+        const NWideString wide = NString::StringToWide(text, platform::CodePageSystem);
+        return _transcode(morvel::BytesFromWide(wide), EncodingUTF16, to, out);
+    }
+    if (to != EncodingSystem) return morvel::Transcode(text, from, to, out);
+    std::string bytes;
+    if (!morvel::Transcode(text, from, EncodingUTF16, &bytes)) return false;
+    const NWideString wide = morvel::WideFromBytes(bytes.data(), bytes.size());
+    *out = platform::NarrowFromWide(wide.c_str(), platform::CodePageSystem);
+    return true;
 }
 
 std::int32_t _codePage(std::int32_t codePage) {
@@ -134,28 +124,7 @@ bool NString::ConvertTo(NStringEncoding encoding) {
     }
 
     std::string result;
-    if (morvel::ConvertWellFormed(_data, _encoding, encoding, &result)) {
-        _data = std::move(result);
-        _encoding = encoding;
-        return true;
-    }
-    result.clear();
-    const std::unique_ptr<Poco::TextEncoding> source = _pocoEncoding(_encoding);
-    const std::unique_ptr<Poco::TextEncoding> target = _pocoEncoding(encoding);
-    if (!source || !target) return false;
-
-    Poco::TextConverter converter(*source, *target, '?');
-    if (_encoding == EncodingSystem) {
-        // As a string of bytes: the converter counts a pointer's bytes in an int.
-        converter.convert(morvel::BytesFromWide(StringToWide(_data, platform::CodePageSystem)),
-                          result);
-    } else {
-        converter.convert(_data, result);
-    }
-    if (encoding == EncodingSystem) {
-        const NWideString wide = morvel::WideFromBytes(result.data(), result.size());
-        result = platform::NarrowFromWide(wide.c_str(), platform::CodePageSystem);
-    }
+    if (!_transcode(_data, _encoding, encoding, &result)) return false;
     _data = std::move(result);
     _encoding = encoding;
     return true;
@@ -175,21 +144,15 @@ void NString::SwapBytes() {
 
 const std::string& NString::Converted(NStringEncoding encoding) const {
     // What ConvertTo would do to a copy, without the copy where that can be.
-    if (_encoding != EncodingUTF8 || morvel::IsPlainlyNfc(_data)) {
-        if (encoding == _encoding ||
-            (_isOfBytes(_encoding) && _isOfBytes(encoding) && morvel::IsAsciiText(_data))) {
-            _cache = _data;
-            return _cache;
-        }
-        if (_encoding == EncodingUTF8 && encoding == EncodingUTF16) {
-            morvel::Utf16FromKnownUtf8(_data, &_cache);
-            return _cache;
-        }
-        if (morvel::ConvertWellFormed(_data, _encoding, encoding, &_cache)) return _cache;
+    if (_encoding == EncodingUTF8 && !morvel::IsPlainlyNfc(_data)) {
+        NString copy(*this);
+        copy.ConvertTo(encoding);
+        _cache = std::move(copy._data);
+    } else if (encoding == _encoding ||
+               (_isOfBytes(_encoding) && _isOfBytes(encoding) && morvel::IsAsciiText(_data)) ||
+               !_transcode(_data, _encoding, encoding, &_cache)) {
+        _cache = _data;
     }
-    NString copy(*this);
-    copy.ConvertTo(encoding);
-    _cache = std::move(copy._data);
     return _cache;
 }
 
