@@ -127,7 +127,9 @@ void morvel::Transcode(std::string_view text, Transcoder transcoder, std::string
 
 bool morvel::Transcode(std::string_view text, NStringEncoding from, NStringEncoding to,
                        std::string* out) {
-    const Transcoder transcoder = PortableTranscoder(from, to);
+    constexpr std::size_t WorthSimd = 64;
+    Transcoder transcoder = text.size() >= WorthSimd ? Sse42Transcoder(from, to) : nullptr;
+    if (transcoder == nullptr) transcoder = PortableTranscoder(from, to);
     if (transcoder != nullptr) Transcode(text, transcoder, out);
     return transcoder != nullptr;
 }

@@ -19,6 +19,9 @@ constexpr std::size_t ConversionSlack = 64;
 /// The transcoder of a pair, null where either is EncodingSystem or no encoding at all.
 Transcoder PortableTranscoder(NStringEncoding from, NStringEncoding to);
 
+/// One that uses SIMD; null for pairs that have none, and where the processor hasn't SSE 4.2.
+Transcoder Sse42Transcoder(NStringEncoding from, NStringEncoding to);
+
 /// Replaces `*out` by all of `text`, converted. `text` must not lie in `*out`.
 void Transcode(std::string_view text, Transcoder transcoder, std::string* out);
 

@@ -14,7 +14,7 @@
 #include <utf8proc.h>
 
 #include <morvel/platform/processor.h>
-#include <morvel/text/Utf8Blocks.h>
+#include <morvel/text/Utf8Simd.h>
 
 namespace {
 
@@ -159,43 +159,44 @@ const unsigned char* _startOf(const unsigned char* p) {
     return p;
 }
 
-using morvel::AnyHalf;
-using morvel::Halves;
-using morvel::UpperOfAscii;
-using morvel::UpperOfContinuation;
-using morvel::UpperOfFirst;
+using morvel::AnyNibble;
+using morvel::Ascii;
+using morvel::Continuation;
+using morvel::LeadByte;
+using morvel::Nibbles;
 
 // What _plainCharacter leaves out, as rules about a byte and the upper half of the next. Coarser
 // where that saves a rule, and all of F0-FF: what fits a rule is looked at again by itself.
 constexpr std::uint16_t pairRows[8][3] = {
-    {UpperOfFirst, AnyHalf, UpperOfAscii | UpperOfFirst},  // cut short
-    {Halves("0CE"), Halves("0"), AnyHalf},                 // NUL, C0, E0
-    {Halves("C"), Halves("1CD"), AnyHalf},
-    {Halves("D"), Halves("6789BCDF"), AnyHalf},
-    {Halves("E"), Halves("1A"), Halves("89")},
-    {Halves("E"), Halves("12ADF"), Halves("A")},
-    {Halves("E"), Halves("2D"), Halves("B")},
+    {LeadByte, AnyNibble, Ascii | LeadByte},    // cut short
+    {Nibbles("0CE"), Nibbles("0"), AnyNibble},  // NUL, C0, E0
+    {Nibbles("C"), Nibbles("1CD"), AnyNibble},
+    {Nibbles("D"), Nibbles("6789BCDF"), AnyNibble},
+    {Nibbles("E"), Nibbles("1A"), Nibbles("89")},
+    {Nibbles("E"), Nibbles("12ADF"), Nibbles("A")},
+    {Nibbles("E"), Nibbles("2D"), Nibbles("B")},
     // Unexpected: a continuation byte behind anything but a first byte of two or three. It has to
     // be there just where a first byte of three is two bytes in front.
-    {Halves("0123456789ABF"), AnyHalf, UpperOfContinuation},
+    {Nibbles("0123456789ABF"), AnyNibble, Continuation},
 };
 constexpr char Unexpected = static_cast<char>(0x80);
 
 // What takes more bytes to tell: the lower half of one, then two whole ones. If that one matters,
 // its upper half is E: anything else in front of two continuation bytes fits Unexpected.
 constexpr std::uint16_t characterRows[8][5] = {
-    {Halves("2"), Halves("8"), Halves("0"), Halves("8"), Halves("01")},       // E2 80 80-81
-    {Halves("3"), Halves("8"), Halves("0"), Halves("A"), Halves("ABCDEF")},   // E3 80 AA-AF
-    {Halves("3"), Halves("8"), Halves("2"), Halves("9"), Halves("9A")},       // E3 82 99-9A
-    {AnyHalf, Halves("C"), Halves("E"), Halves("8"), Halves("7")},            // CE 87
-    {AnyHalf, Halves("D"), Halves("2"), Halves("8"), Halves("34567")},        // D2 83-87
-    {AnyHalf, Halves("E"), Halves("1"), Halves("B"), Halves("01234567DEF")},  // E1 B0-B7, BD-BF
-    {AnyHalf, Halves("E"), Halves("2"), Halves("8"), Halves("34C")},          // E2 83, 84, 8C
-    {AnyHalf, Halves("E"), Halves("F"), Halves("B"), Halves("8")},            // EF B8
+    {Nibbles("2"), Nibbles("8"), Nibbles("0"), Nibbles("8"), Nibbles("01")},      // E2 80 80-81
+    {Nibbles("3"), Nibbles("8"), Nibbles("0"), Nibbles("A"), Nibbles("ABCDEF")},  // E3 80 AA-AF
+    {Nibbles("3"), Nibbles("8"), Nibbles("2"), Nibbles("9"), Nibbles("9A")},      // E3 82 99-9A
+    {AnyNibble, Nibbles("C"), Nibbles("E"), Nibbles("8"), Nibbles("7")},          // CE 87
+    {AnyNibble, Nibbles("D"), Nibbles("2"), Nibbles("8"), Nibbles("34567")},      // D2 83-87
+    {AnyNibble, Nibbles("E"), Nibbles("1"), Nibbles("B"),
+     Nibbles("01234567DEF")},                                               // E1 B0-B7, BD-BF
+    {AnyNibble, Nibbles("E"), Nibbles("2"), Nibbles("8"), Nibbles("34C")},  // E2 83, 84, 8C
+    {AnyNibble, Nibbles("E"), Nibbles("F"), Nibbles("B"), Nibbles("8")},    // EF B8
 };
 
-constexpr morvel::HalfRules<3> pairRules(pairRows);
-constexpr morvel::HalfRules<5> characterRules(characterRows);
+constexpr morvel::NibbleRules<3> pairRules(pairRows);
+constexpr morvel::NibbleRules<5> characterRules(characterRows);
 
 // Not zero where a rule fits at one of the 16 bytes at `p`, which are added to `*all`. REQUIRES:
 // two bytes of text in front.
@@ -205,9 +206,9 @@ MORVEL_SSE42 inline __m128i _doubts(const unsigned char* p, __m128i* all) {
     const __m128i before = _mm_lddqu_si128(reinterpret_cast<const __m128i*>(p - 1));
     const __m128i twoBefore = _mm_lddqu_si128(reinterpret_cast<const __m128i*>(p - 2));
     *all = _mm_or_si128(*all, bytes);
-    const __m128i upper = morvel::UpperHalves(bytes);
-    const __m128i beforeUpper = morvel::UpperHalves(before);
-    const __m128i beforeLower = morvel::LowerHalves(before);
+    const __m128i upper = morvel::UpperNibbles(bytes);
+    const __m128i beforeUpper = morvel::UpperNibbles(before);
+    const __m128i beforeLower = morvel::LowerNibbles(before);
 
     const __m128i pairs = _mm_and_si128(
         _mm_and_si128(pairRules.Allowed(0, beforeUpper), pairRules.Allowed(1, beforeLower)),
@@ -215,11 +216,11 @@ MORVEL_SSE42 inline __m128i _doubts(const unsigned char* p, __m128i* all) {
     const __m128i expected = _mm_and_si128(_mm_subs_epu8(twoBefore, _mm_set1_epi8(0xE0 - 0x80)),
                                            _mm_set1_epi8(Unexpected));
     const __m128i characters =
-        _mm_and_si128(_mm_and_si128(characterRules.Allowed(0, morvel::LowerHalves(twoBefore)),
+        _mm_and_si128(_mm_and_si128(characterRules.Allowed(0, morvel::LowerNibbles(twoBefore)),
                                     _mm_and_si128(characterRules.Allowed(1, beforeUpper),
                                                   characterRules.Allowed(2, beforeLower))),
                       _mm_and_si128(characterRules.Allowed(3, upper),
-                                    characterRules.Allowed(4, morvel::LowerHalves(bytes))));
+                                    characterRules.Allowed(4, morvel::LowerNibbles(bytes))));
     return _mm_or_si128(_mm_xor_si128(pairs, expected), characters);
 }
 
