@@ -4,8 +4,9 @@
 #   exports.sh <nm> <library> --update   writes the list anew
 set -e
 list=$(dirname "$0")/exports.txt
-# The name alone: constructors and destructors have several symbols each, all of one name.
-names=$("$1" -DC --defined-only "$2" | sed -e 's/^[0-9a-f]* . //' -e 's/@@.*//' | LC_ALL=C sort -u)
+# The name alone: constructors and destructors have several symbols each, all of one name. It is
+# c++filt that reads them, as each nm does it in another way.
+names=$("$1" -D --defined-only "$2" | sed -e 's/^[0-9a-f]* . //' -e 's/@@.*//' | c++filt --no-verbose | LC_ALL=C sort -u)
 if [ "$3" = --update ]; then
     printf '%s\n' "$names" > "$list"
 elif ! printf '%s\n' "$names" | diff -u "$list" -; then

@@ -75,7 +75,7 @@ TEST(Platform, MalformedUtf8BecomesReplacementCharacters) {
 TEST(Platform, ComparesWithAsciiLettersFolded) {
     // Wine's C runtime, unlike that of Windows, takes bytes for signed here.
     const bool isSigned = onWindows && CompareNoCase("\x80", "a") < 0;
-    const auto fold = [isSigned](int c) {
+    const auto fold = [&](int c) {
         return c >= 'A' && c <= 'Z' ? c + 32 : isSigned && c > 127 ? c - 256 : c;
     };
     const auto sign = [](int value) { return (value > 0) - (value < 0); };
