@@ -45,9 +45,9 @@ bool NFile::CreateDirectory() const {
 }
 
 void NFile::CreateDirectories() const {
-    const NString path(_path);  // ahead of the guard: want of memory for it is std::bad_alloc
+    const NString path(_path);  // ahead of the guard: out of memory here is std::bad_alloc
     try {
-        _pocoFile(path).createDirectories();
+        morvel::platform::CreateDirectories(_pocoFile(path).path());
     } catch (...) {
         morvel::ThrowTranslated();
     }

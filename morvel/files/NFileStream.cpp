@@ -9,6 +9,7 @@
 #include <morvel/base/NErrorHandler.h>
 #include <morvel/base/NException.h>
 #include <morvel/files/NFileStreamBuf.h>
+#include <morvel/platform/platform.h>
 
 namespace {
 
@@ -38,8 +39,6 @@ int _resultOf(Operation operation) {
     try {
         const std::streamoff result = operation();
         return result < 0 ? 0 : static_cast<int>(result);
-    } catch (const NException& e) {
-        NErrorHandler::Handle(e);
     } catch (...) {  // 0 is all that the caller is to learn
     }
     return 0;
@@ -62,6 +61,7 @@ int NFileStream::Open(const NFile& file, int mode) {
         NString name(file.Path());
         name.ConvertTo(EncodingUTF8);
         _buf->open(name.Data(), openModes[mode]);
+        morvel::platform::KeepPrivate(_buf);
         // Some systems open a folder for reading, and only the first read would fail.
         if (_isFolder(name.Data())) {
             throw Poco::OpenFileException(name.Data());

@@ -6,12 +6,19 @@
 #include <ctime>
 #include <mutex>
 #include <string>
+#include <string_view>
 
 #include <morvel/platform/config.h>
 
+namespace Poco {
+class FileStreamBuf;
+}
+
 /// The operating system as the library sees it. Internal: no public header includes this file. Each
 /// function is written once for each platform and, where nothing else is said, may be called from
-/// any thread, throws nothing but std::bad_alloc, and leaves its arguments alone.
+/// any thread, throws nothing but std::bad_alloc, and leaves its arguments alone. What is opened
+/// here is closed in programs that the process starts, and is none of the descriptors 0 to 2,
+/// whatever the host has done with its standard streams.
 namespace morvel::platform {
 
 /// Code pages that mean the same on every platform: the system's own narrow encoding, and UTF-8.
@@ -42,11 +49,17 @@ using NativeName = std::string;
 #endif
 NativeName NativeFileName(const NWideString& name);
 
+/// Makes the folder and all of its parents that are missing, as Poco::File::createDirectories does
+/// and with its exceptions, but takes the name as it stands: POCO reads it as a path off Windows,
+/// in which "~" is the home folder and "a:" a device.
+void CreateDirectories(const std::string& name);
+
 /// Folders that the system sets aside for applications; the values are those of the shell's CSIDL.
 enum class Folder { AppData = 26, CommonAppData = 35, CommonDocuments = 46 };
 
 /// Full name of such a folder, or an empty text if the system has none. Off Windows the user's
-/// folder is made, for the user alone, where it is missing.
+/// folder is made, for the user alone, where it is missing; a process with raised privileges takes
+/// it from the password database and not from the environment.
 NWideString SpecialFolder(Folder folder);
 
 /// Full path of the running program in the system's narrow encoding; empty if the system won't say.
@@ -61,6 +74,39 @@ bool CreationTime(const NWideString& name, std::int64_t* seconds);
 /// second writer is refused, off Windows only one that comes through this function (locks are
 /// advisory there). Null if it can't be opened. The caller closes it with std::fclose.
 std::FILE* OpenForWriting(const NWideString& name);
+
+/// Keeps the open file of a Poco::FileStreamBuf from programs that the process starts, and off the
+/// descriptors 0 to 2. Does nothing on Windows, which has neither hazard.
+void KeepPrivate(Poco::FileStreamBuf* file);
+
+/// A file that grows at its end, opened and shared as POCO's log files are: others may read it
+/// meanwhile, and off Windows write it too. Takes no lock of the C runtime, so that a thread may be
+/// cut off in it as happens at the end of a process on Windows. One thread at a time.
+class AppendedFile {
+public:
+    AppendedFile();
+    ~AppendedFile();  ///< Closes it.
+    AppendedFile(const AppendedFile&) = delete;
+    AppendedFile& operator=(const AppendedFile&) = delete;
+
+    /// Closes what is open, then opens `name`, in UTF-8, and makes it where it is missing.
+    bool OpenForAppending(const std::string& name);
+    void Close();
+    bool IsOpen() const;
+
+    std::uint64_t Size() const;  ///< In bytes; REQUIRES: it is open.
+
+    /// Adds `text`, a line feed becoming the system's end of a line, in one write if the system
+    /// takes it so. False if not all of it could be written. REQUIRES: it is open.
+    bool Write(std::string_view text);
+
+    /// Waits for the disk on Windows, as POCO's log files do; elsewhere does nothing, since what is
+    /// written outlives the process. REQUIRES: it is open.
+    bool Flush();
+
+private:
+    std::intptr_t _file;  // a HANDLE on Windows
+};
 
 /// Whether what is written to a file by POCO is visible to others, and outlives the process, only
 /// when it has been flushed. Where it isn't so, on Windows, flushing waits for the disk.
@@ -117,8 +163,9 @@ private:
 
 /// Makes what a Poco::NamedMutex of this name finds in place and so doesn't own. POCO's object,
 /// where it made the system's lock itself, removes it at its own end, under the feet of all other
-/// users. Failures are left to POCO, which meets and reports them next. Does nothing on Windows,
-/// where the system counts the users.
+/// users. Throws Poco::SystemException, as POCO would, for a name with a slash and where the lock's
+/// file can't be opened or is no plain file: a link of another user's leads anywhere. Does nothing
+/// on Windows, where the system counts the users.
 void PrepareNamedMutex(const std::string& name);
 
 /// Whether a Poco::NamedMutex may be held by the calling thread although locking it has thrown. So

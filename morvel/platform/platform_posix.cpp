@@ -18,6 +18,10 @@
 #include <thread>
 #include <vector>
 
+#include <Poco/Exception.h>
+#include <Poco/File.h>
+#include <Poco/FileStream.h>
+
 // What the compiler itself registers the destructors of static objects with. The handle tells the
 // shared library that an entry belongs to, so that unloading it runs the entry.
 extern "C" {
@@ -92,14 +96,14 @@ char32_t nextUtf8(const unsigned char** at) {
 }
 
 std::string homeFolder() {
-    const char* home = std::getenv("HOME");
+    const char* home = secure_getenv("HOME");
     if (home != nullptr && *home != '\0') {
         return home;
     }
     std::vector<char> buffer(1024);
     passwd entry;
     passwd* found = nullptr;
-    while (getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found) == ERANGE) {
+    while (getpwuid_r(geteuid(), &entry, buffer.data(), buffer.size(), &found) == ERANGE) {
         buffer.resize(buffer.size() * 2);
     }
     return found != nullptr && found->pw_dir != nullptr ? found->pw_dir : "";
@@ -119,7 +123,7 @@ void makeFolders(const std::string& folder) {
 std::string userDataFolder() {
     std::string folder;
     // The base directory rules of freedesktop.org tell to ignore a relative name.
-    const char* configured = std::getenv("XDG_DATA_HOME");
+    const char* configured = secure_getenv("XDG_DATA_HOME");
     if (configured != nullptr && *configured == '/') {
         folder = configured;
     } else {
@@ -132,6 +136,28 @@ std::string userDataFolder() {
     makeFolders(folder);
     return folder;
 }
+
+// Where the host runs without its standard streams, what it prints must not end in a file of ours.
+int _aboveStandardStreams(int file) {
+    if (file < 0 || file > STDERR_FILENO) {
+        return file;
+    }
+    const int moved = fcntl(file, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    close(file);
+    return moved;
+}
+
+int _open(const std::string& name, int flags, mode_t mode = 0666) {
+    return _aboveStandardStreams(open(name.c_str(), flags | O_CLOEXEC, mode));
+}
+
+// POCO 1.11 keeps its descriptor to itself, but an explicit instantiation may name what is private.
+int& _descriptorOf(Poco::FileStreamBuf& file);
+template <int Poco::FileStreamBuf::*Member>
+struct Descriptor {
+    friend int& _descriptorOf(Poco::FileStreamBuf& file) { return file.*Member; }
+};
+template struct Descriptor<&Poco::FileStreamBuf::_fd>;
 
 // Gives up after a second: any user who may read a file in /tmp may also hold its lock for good.
 void lockForAMoment(int file) {
@@ -219,6 +245,21 @@ NativeName NativeFileName(const NWideString& name) {
     return NarrowFromWide(name.c_str(), CodePageUtf8);
 }
 
+void CreateDirectories(const std::string& name) {
+    if (Poco::File(name).exists()) {
+        return;
+    }
+    std::size_t end = 0;
+    do {
+        end = name.find('/', end + 1);
+        try {
+            Poco::File(name.substr(0, end)).createDirectory();
+        } catch (const Poco::FileExistsException&) {
+            // a file has the name, and what is to stand in it tells
+        }
+    } while (end != std::string::npos);
+}
+
 NWideString SpecialFolder(Folder folder) {
     std::string name;
     switch (folder) {
@@ -258,7 +299,7 @@ bool CreationTime(const NWideString& name, std::int64_t* seconds) {
 }
 
 std::FILE* OpenForWriting(const NWideString& name) {
-    const int file = open(NativeFileName(name).c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
+    const int file = _open(NativeFileName(name), O_WRONLY | O_CREAT);
     if (file < 0) {
         return nullptr;
     }
@@ -275,6 +316,57 @@ std::FILE* OpenForWriting(const NWideString& name) {
         close(file);
     }
     return stream;
+}
+
+void KeepPrivate(Poco::FileStreamBuf* file) {
+    int& descriptor = _descriptorOf(*file);
+    descriptor = _aboveStandardStreams(descriptor);
+    fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+}
+
+AppendedFile::AppendedFile() : _file(-1) {}
+
+AppendedFile::~AppendedFile() {
+    Close();
+}
+
+bool AppendedFile::OpenForAppending(const std::string& name) {
+    Close();
+    _file = _open(name, O_WRONLY | O_CREAT | O_APPEND);
+    return IsOpen();
+}
+
+void AppendedFile::Close() {
+    if (IsOpen()) {
+        close(static_cast<int>(_file));
+        _file = -1;
+    }
+}
+
+bool AppendedFile::IsOpen() const {
+    return _file >= 0;
+}
+
+std::uint64_t AppendedFile::Size() const {
+    struct stat status = {};
+    fstat(static_cast<int>(_file), &status);
+    return static_cast<std::uint64_t>(status.st_size);
+}
+
+bool AppendedFile::Write(std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t count = write(static_cast<int>(_file), text.data(), text.size());
+        if (count > 0) {
+            text.remove_prefix(static_cast<std::size_t>(count));
+        } else if (count == 0 || errno != EINTR) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool AppendedFile::Flush() {
+    return true;
 }
 
 bool FlushMakesVisible() {
@@ -309,7 +401,7 @@ void SleepMilliseconds(std::uint32_t milliseconds) {
 }
 
 FolderLock::FolderLock(const std::string& folder)
-    : _descriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+    : _descriptor(_open(folder, O_RDONLY | O_DIRECTORY)) {
     if (_descriptor >= 0) {
         lockForAMoment(_descriptor);
     }
@@ -323,11 +415,18 @@ FolderLock::~FolderLock() {
 }
 
 void PrepareNamedMutex(const std::string& name) {
-    // The file, its mode, the key and the mode of the semaphore are those of POCO's class.
+    // The file, its mode, the key, the mode of the semaphore and what is thrown are those of POCO's
+    // class.
     const std::string fileName = "/tmp/" + name + ".mutex";
-    const int file = open(fileName.c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0644);
-    if (file < 0) {
-        return;
+    const int file = name.find('/') != std::string::npos
+                         ? -1
+                         : _open(fileName, O_RDONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK, 0644);
+    struct stat status;
+    if (file < 0 || fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) {
+        if (file >= 0) {
+            close(file);
+        }
+        throw Poco::SystemException("cannot create named mutex " + fileName + " (lockfile)", name);
     }
     lockForAMoment(file);  // two processes that come at once must not both set the semaphore
     const key_t key = ftok(fileName.c_str(), 'p');

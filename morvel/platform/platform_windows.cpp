@@ -9,6 +9,8 @@
 #include <atomic>
 #include <cstring>
 
+#include <Poco/File.h>
+
 // Exported by ntdll since Windows XP. The documented way to learn it is an argument of DllMain,
 // which says the same at the same time.
 extern "C" __declspec(dllimport) BOOLEAN NTAPI RtlDllShutdownInProgress(void);
@@ -28,6 +30,10 @@ std::atomic<UnloadEntry*> newestEntry;  // zero before any code runs
 PSRWLOCK asLock(void** lock) {
     static_assert(sizeof(SRWLOCK) == sizeof(void*));
     return reinterpret_cast<PSRWLOCK>(lock);
+}
+
+HANDLE _asHandle(std::intptr_t file) {
+    return reinterpret_cast<HANDLE>(file);
 }
 
 bool isSameFileForWriting(HANDLE handle, const BY_HANDLE_FILE_INFORMATION& wanted) {
@@ -78,6 +84,10 @@ NativeName NativeFileName(const NWideString& name) {
     return name;
 }
 
+void CreateDirectories(const std::string& name) {
+    Poco::File(name).createDirectories();
+}
+
 NWideString SpecialFolder(Folder folder) {
     static_assert(static_cast<int>(Folder::AppData) == CSIDL_APPDATA &&
                   static_cast<int>(Folder::CommonAppData) == CSIDL_COMMON_APPDATA &&
@@ -107,6 +117,57 @@ bool CreationTime(const NWideString& name, std::int64_t* seconds) {
 
 std::FILE* OpenForWriting(const NWideString& name) {
     return _wfsopen(name.c_str(), L"wb", _SH_DENYWR);
+}
+
+void KeepPrivate(Poco::FileStreamBuf*) {}
+
+AppendedFile::AppendedFile() : _file(-1) {}  // INVALID_HANDLE_VALUE
+
+AppendedFile::~AppendedFile() {
+    Close();
+}
+
+bool AppendedFile::OpenForAppending(const std::string& name) {
+    Close();
+    _file = reinterpret_cast<std::intptr_t>(
+        CreateFileW(WideFromNarrow(name.c_str(), CodePageUtf8).c_str(), FILE_APPEND_DATA,
+                    FILE_SHARE_READ, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    return IsOpen();
+}
+
+void AppendedFile::Close() {
+    if (IsOpen()) {
+        CloseHandle(_asHandle(_file));
+        _file = -1;
+    }
+}
+
+bool AppendedFile::IsOpen() const {
+    return _file != -1;
+}
+
+std::uint64_t AppendedFile::Size() const {
+    LARGE_INTEGER size = {};
+    GetFileSizeEx(_asHandle(_file), &size);
+    return static_cast<std::uint64_t>(size.QuadPart);
+}
+
+bool AppendedFile::Write(std::string_view text) {
+    std::string bytes;
+    for (const char c : text) {
+        if (c == '\n') {
+            bytes += '\r';
+        }
+        bytes += c;
+    }
+    DWORD count = 0;
+    return WriteFile(_asHandle(_file), bytes.data(), static_cast<DWORD>(bytes.size()), &count,
+                     nullptr) &&
+           count == bytes.size();
+}
+
+bool AppendedFile::Flush() {
+    return FlushFileBuffers(_asHandle(_file)) != FALSE;
 }
 
 bool FlushMakesVisible() {
