@@ -26,6 +26,12 @@ DefaultHolder* makeHolder() {
     return holder.release();
 }
 
+// A width that the host has set for an output of its own pads no report.
+std::ostream& _unpadded(std::ostream& stream) {
+    stream.width(0);
+    return stream;
+}
+
 }  // namespace
 
 NErrorHandler::NErrorHandler() = default;
@@ -33,15 +39,15 @@ NErrorHandler::NErrorHandler() = default;
 NErrorHandler::~NErrorHandler() = default;
 
 void NErrorHandler::Exception() {
-    _standardError << "unknown exception" << std::endl;
+    _unpadded(_standardError) << "unknown exception" << std::endl;
 }
 
 void NErrorHandler::Exception(const NException& exception) {
-    _standardError << exception.what() << ": " << exception.Message() << std::endl;
+    _unpadded(_standardError) << exception.what() << ": " << exception.Message() << std::endl;
 }
 
 void NErrorHandler::Exception(const std::exception& exception) {
-    _standardError << exception.what() << std::endl;
+    _unpadded(_standardError) << exception.what() << std::endl;
 }
 
 template <class... Arguments>

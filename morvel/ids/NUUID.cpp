@@ -1,6 +1,6 @@
 #include <morvel/ids/NUUID.h>
 
-#include <morvel/ids/process.h>
+#include <morvel/ids/IdentifierGenerator.h>
 
 NUUID::NUUID() = default;
 NUUID::~NUUID() = default;

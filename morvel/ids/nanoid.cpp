@@ -6,7 +6,7 @@
 #include <new>
 #include <stdexcept>
 
-#include <morvel/ids/process.h>
+#include <morvel/ids/IdentifierGenerator.h>
 
 namespace {
 

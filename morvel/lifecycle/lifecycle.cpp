@@ -5,7 +5,6 @@
 // goes.
 
 #include <iostream>
-#include <random>
 #include <string>
 
 #include <Poco/Mutex.h>
@@ -13,7 +12,7 @@
 #include <morvel/base/NBaseObject.h>
 #include <morvel/base/NErrorHandler.h>
 #include <morvel/documents/NXML.h>
-#include <morvel/ids/process.h>
+#include <morvel/ids/IdentifierGenerator.h>
 #include <morvel/lifecycle/NLogOwner.h>
 #include <morvel/platform/platform.h>
 #include <morvel/sync/NMutex.h>
@@ -67,8 +66,7 @@ NErrorHandler* NErrorHandler::_handler = NErrorHandler::DefaultHandler();
 // What identifiers are usually made of, and the generator that draws them.
 const std::string morvel::identifierAlphabet(
     "_-0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ");
-nanoid::crypto_random<morvel::MersenneTwister> morvel::identifierGenerator{
-    morvel::MersenneTwister{std::random_device{}()}};
+morvel::IdentifierGenerator morvel::identifierGenerator;
 
 // Whatever comes into being later goes before all of the above.
 static const UnloadMark behindTheApplication;
