@@ -22,3 +22,4 @@
 #include <morvel/time/NDateTime.h>
 #include <morvel/time/NTimestamp.h>
 #include <morvel/transfer/NURL.h>
+#include <morvel/version.h>
