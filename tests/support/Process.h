@@ -4,6 +4,11 @@
 #include <string>
 #include <vector>
 
+namespace Poco {
+class Pipe;
+class ProcessHandle;
+}  // namespace Poco
+
 namespace morvel::test {
 
 struct ProcessResult {
@@ -13,8 +18,16 @@ struct ProcessResult {
     std::string output;
 };
 
-/// Runs a program to its end. `environment` is added to this process's own. A program that can't be
-/// started throws on Windows, and ends with exit code 72 elsewhere.
+/// Starts a program; one of another processor by what MORVEL_TEST_LAUNCHER has, words with a blank
+/// between them. `environment` is added to this process's own; what the program writes goes to
+/// `output` if that isn't null. One that can't be started throws on Windows, and ends with exit
+/// code 72 elsewhere.
+Poco::ProcessHandle StartProcess(const std::string& program,
+                                 const std::vector<std::string>& arguments,
+                                 const std::map<std::string, std::string>& environment = {},
+                                 Poco::Pipe* output = nullptr);
+
+/// Runs a program to its end, started as by StartProcess.
 ProcessResult RunProcess(const std::string& program, const std::vector<std::string>& arguments,
                          const std::map<std::string, std::string>& environment = {});
 

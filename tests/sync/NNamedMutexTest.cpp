@@ -8,6 +8,7 @@
 #include <Poco/SharedMemory.h>
 
 #include <morvel/sync/NMutex.h>
+#include <tests/support/Process.h>
 #include <tests/support/TemporaryFolder.h>
 #include <tests/support/Test.h>
 #include <tests/sync/NamedMutexNames.h>
@@ -62,7 +63,7 @@ class NNamedMutexTest : public testing::Test {
 protected:
     // One that nobody waits for ends by itself.
     Poco::ProcessHandle Start(const std::string& role, int rounds) {
-        return Poco::Process::launch(program, {role, _boardFile, name, std::to_string(rounds)});
+        return StartProcess(program, {role, _boardFile, name, std::to_string(rounds)});
     }
 
     bool WaitForArrivals(int count) {
