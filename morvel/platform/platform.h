@@ -4,9 +4,11 @@
 #include <cstdint>
 #include <cstdio>
 #include <ctime>
+#include <filesystem>
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #include <morvel/platform/config.h>
 
@@ -107,6 +109,16 @@ public:
 private:
     std::intptr_t _file;  // a HANDLE on Windows
 };
+/// Puts all that the file holds into `*bytes`, which are to be empty.
+std::error_code ReadWholeFile(const std::filesystem::path& name, std::string* bytes);
+
+/// Writes `bytes` to a new file beside `name`, waits until they are on the disk, and renames it
+/// over `name`, whose permissions it takes over. After an error there is no new file, and `name`
+/// has what it had.
+std::error_code ReplaceFile(const std::filesystem::path& name, std::string_view bytes);
+
+/// Renames, over a file that has the new name already.
+std::error_code Rename(const std::filesystem::path& from, const std::filesystem::path& to);
 
 /// Whether what is written to a file by POCO is visible to others, and outlives the process, only
 /// when it has been flushed. Where it isn't so, on Windows, flushing waits for the disk.

@@ -33,6 +33,15 @@ namespace morvel::platform {
 
 namespace {
 
+std::error_code _lastError() {
+    return std::error_code(errno, std::generic_category());
+}
+
+struct CloseAtEnd {
+    int file;
+    ~CloseAtEnd() { close(file); }
+};
+
 union semun {  // left to the caller by the C library
     int val;
     semid_ds* buf;
@@ -367,6 +376,91 @@ bool AppendedFile::Write(std::string_view text) {
 
 bool AppendedFile::Flush() {
     return true;
+}
+
+std::error_code ReadWholeFile(const std::filesystem::path& name, std::string* bytes) {
+    const int file = _open(name.native(), O_RDONLY);
+    if (file < 0) {
+        return _lastError();
+    }
+    const CloseAtEnd closeAtEnd{file};
+    struct stat status;
+    if (fstat(file, &status) == 0 && S_ISREG(status.st_mode)) {
+        bytes->reserve(static_cast<std::size_t>(status.st_size));
+    }
+    char piece[65536];
+    for (;;) {
+        const ssize_t count = read(file, piece, sizeof piece);
+        if (count == 0) {
+            return {};
+        }
+        if (count > 0) {
+            bytes->append(piece, static_cast<std::size_t>(count));
+        } else if (errno != EINTR) {
+            return _lastError();
+        }
+    }
+}
+
+std::error_code ReplaceFile(const std::filesystem::path& name, std::string_view bytes) {
+    std::filesystem::path newName;
+    int file = -1;
+    // Another process of this number, in a container of its own, may have left or have its file
+    // here.
+    for (int attempt = 0; attempt < 1000 && file < 0; ++attempt) {
+        newName = name.native() + "." + std::to_string(getpid() + attempt) + ".new";
+        file = _open(newName.native(), O_WRONLY | O_CREAT | O_EXCL);
+        if (file < 0 && errno != EEXIST) {
+            break;
+        }
+    }
+    if (file < 0) {
+        return _lastError();
+    }
+    std::error_code error;
+    struct stat status;
+    if (stat(name.c_str(), &status) == 0) {
+        if (S_ISDIR(status.st_mode)) {
+            error = std::make_error_code(std::errc::is_a_directory);
+        } else if (fchmod(file, status.st_mode & 07777) != 0) {
+            error = _lastError();
+        }
+    }
+    while (!error && !bytes.empty()) {
+        const ssize_t count = write(file, bytes.data(), bytes.size());
+        if (count >= 0) {
+            bytes.remove_prefix(static_cast<std::size_t>(count));
+        } else if (errno != EINTR) {
+            error = _lastError();
+        }
+    }
+    if (!error && fsync(file) != 0) {
+        error = _lastError();
+    }
+    if (close(file) != 0 && !error) {
+        error = _lastError();
+    }
+    if (!error) {
+        error = Rename(newName, name);
+    }
+    if (error) {
+        unlink(newName.c_str());
+    }
+    return error;
+}
+
+std::error_code Rename(const std::filesystem::path& from, const std::filesystem::path& to) {
+    if (rename(from.c_str(), to.c_str()) != 0) {
+        return _lastError();
+    }
+    // The new name outlives a power failure once its folder is on the disk.
+    const std::filesystem::path folder = to.parent_path();
+    const int file = _open(folder.empty() ? "." : folder.native(), O_RDONLY | O_DIRECTORY);
+    if (file >= 0) {
+        fsync(file);  // not every file system has that for a folder
+        close(file);
+    }
+    return {};
 }
 
 bool FlushMakesVisible() {

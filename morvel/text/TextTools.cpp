@@ -1,0 +1,176 @@
+#include <morvel/text/TextTools.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include <utf8proc.h>
+
+namespace {
+
+// Calls `use` with each part of `bytes` between NULs and joins what it returns by NULs: NString and
+// the platform end text at the first one.
+template <class Use>
+std::string _eachPart(std::string_view bytes, Use use) {
+    std::string result;
+    std::size_t begin = 0;
+    for (;;) {
+        const std::size_t end = std::min(bytes.find('\0', begin), bytes.size());
+        result += use(bytes.substr(begin, end - begin));
+        if (end == bytes.size()) return result;
+        result += '\0';
+        begin = end + 1;
+    }
+}
+
+NString _tagged(std::string_view bytes, NStringEncoding encoding) {
+    NString text(encoding);
+    text.Normalize(FormNFC);  // of nothing; now SetBytes takes the bytes as they are, NULs included
+    text.SetBytes(bytes.data(), bytes.size(), encoding);
+    return text;
+}
+
+std::string _nfc(std::string_view utf8) {
+    return _eachPart(utf8, [](std::string_view part) {
+        NString text;
+        text.SetBytes(part.data(), part.size(), EncodingUTF8);
+        return text.Data();
+    });
+}
+
+// The code point at the head of `bytes` and its length in bytes. A byte that begins none counts as
+// U+FFFD by itself.
+struct CodePoint {
+    utf8proc_int32_t value;
+    std::size_t length;
+    bool isMalformed;
+};
+CodePoint _codePoint(std::string_view bytes) {
+    utf8proc_int32_t value;
+    const utf8proc_ssize_t length =
+        utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(bytes.data()),
+                         static_cast<utf8proc_ssize_t>(bytes.size()), &value);
+    if (length <= 0) return {0xFFFD, 1, true};
+    return {value, static_cast<std::size_t>(length), false};
+}
+
+std::size_t _malformedInUtf8(std::string_view bytes) {
+    std::size_t offset = 0;
+    while (offset < bytes.size()) {
+        const CodePoint next = _codePoint(bytes.substr(offset));
+        if (next.isMalformed) break;
+        offset += next.length;
+    }
+    return offset;
+}
+
+std::size_t _malformedInUtf16(const std::string& bytes) {
+    std::size_t offset = 0;
+    const auto unitAt = [&](std::size_t at) {
+        char16_t unit = 0;
+        if (at + sizeof unit <= bytes.size()) std::memcpy(&unit, &bytes[at], sizeof unit);
+        return unit;
+    };
+    while (offset + 1 < bytes.size()) {
+        const char16_t unit = unitAt(offset);
+        if (unit < 0xD800 || unit > 0xDFFF) {
+            offset += 2;
+        } else if (unit < 0xDC00 && (unitAt(offset + 2) & 0xFC00) == 0xDC00) {
+            offset += 4;
+        } else {
+            break;
+        }
+    }
+    return offset;
+}
+
+// What the code page can't read doesn't come back as it was.
+std::size_t _malformedInSystemText(const std::string& bytes) {
+    const std::string back = _eachPart(bytes, [](std::string_view part) {
+        NString text = _tagged(part, EncodingSystem);
+        text.ConvertTo(EncodingUTF16);
+        text.ConvertTo(EncodingSystem);
+        return text.Data();
+    });
+    return static_cast<std::size_t>(
+        std::mismatch(bytes.begin(), bytes.end(), back.begin(), back.end()).first - bytes.begin());
+}
+
+}  // namespace
+
+std::string morvel::Utf8(const NString& text) {
+    if (text.Encoding() == EncodingUTF8) return _nfc(text.Data());
+    const auto convert = [&](std::string_view bytes) {
+        NString converted = _tagged(bytes, text.Encoding());
+        converted.ConvertTo(EncodingUTF8);
+        return converted.Data();
+    };
+    if (text.Encoding() == EncodingSystem) return _nfc(_eachPart(text.Data(), convert));
+    return _nfc(convert(text.Data()));
+}
+
+NString morvel::FromUtf8(std::string_view bytes) {
+    return _tagged(_nfc(bytes), EncodingUTF8);
+}
+
+std::optional<std::size_t> morvel::FindMalformed(const NString& text) {
+    const std::string& bytes = text.Data();
+    std::size_t offset = 0;
+    switch (text.Encoding()) {
+        case EncodingSystem:
+            offset = _malformedInSystemText(bytes);
+            break;
+        case EncodingASCII:
+            offset = static_cast<std::size_t>(
+                std::find_if(bytes.begin(), bytes.end(),
+                             [](unsigned char byte) { return byte >= 0x80; }) -
+                bytes.begin());
+            break;
+        case EncodingLatin1:
+        case EncodingLatin9:
+            return std::nullopt;
+        case EncodingUTF8:
+            offset = _malformedInUtf8(bytes);
+            break;
+        case EncodingUTF16:
+            offset = _malformedInUtf16(bytes);
+            break;
+        default:
+            return 0;
+    }
+    if (offset == bytes.size()) return std::nullopt;
+    return offset;
+}
+
+bool morvel::CanConvert(const NString& text, NStringEncoding encoding) {
+    NString converted(text);
+    return IsWellFormed(text) && converted.ConvertTo(encoding) && Utf8(converted) == Utf8(text);
+}
+
+NString morvel::Decode(std::string_view bytes, NStringEncoding fallback) {
+    const auto beginsWith = [&](std::string_view mark) {
+        return bytes.substr(0, mark.size()) == mark;
+    };
+    if (beginsWith("\xEF\xBB\xBF")) return FromUtf8(bytes.substr(3));
+    if (beginsWith("\xFF\xFE")) return _tagged(bytes.substr(2), EncodingUTF16);
+    if (beginsWith("\xFE\xFF")) {
+        NString text = _tagged(bytes.substr(2), EncodingUTF16);
+        text.SwapBytes();
+        return text;
+    }
+    return fallback == EncodingUTF8 ? FromUtf8(bytes) : _tagged(bytes, fallback);
+}
+
+std::size_t morvel::CountCharacters(const NString& text) {
+    const std::string utf8 = Utf8(text);
+    std::string_view rest(utf8);
+    std::size_t count = 0;
+    utf8proc_int32_t state = 0;
+    utf8proc_int32_t former = -1;
+    while (!rest.empty()) {
+        const CodePoint next = _codePoint(rest);
+        if (former < 0 || utf8proc_grapheme_break_stateful(former, next.value, &state)) ++count;
+        former = next.value;
+        rest.remove_prefix(next.length);
+    }
+    return count;
+}

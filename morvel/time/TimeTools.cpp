@@ -1,0 +1,14 @@
+#include <morvel/time/TimeTools.h>
+
+std::optional<NDateTime> morvel::ParseStrict(const std::string& pattern, const std::string& text,
+                                             std::int32_t* differential) {
+    constexpr std::int32_t Utc = 0xFFFF;  // what Format writes as Z or GMT
+    std::int32_t told = 0;
+    const NDateTime date = NDateTime::Parse(pattern, text, told);
+    // Where Parse fell back on the current time, that doesn't come out as the text either.
+    const bool comesBack = NDateTime::Format(date, pattern, told) == text ||
+                           (told == 0 && NDateTime::Format(date, pattern, Utc) == text);
+    if (!comesBack) return std::nullopt;
+    if (differential != nullptr) *differential = told;
+    return date;
+}

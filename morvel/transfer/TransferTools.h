@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <morvel/text/NString.h>
+#include <morvel/transfer/NURL.h>
+
+// Companions of NURL. Any thread may call these.
+namespace morvel {
+
+/// A status of Fetch's own: the URL has another scheme than http and https, or none.
+constexpr std::int32_t StatusOtherScheme = -5;
+
+/// A sentence for each status of NURL and of Fetch, such as "Couldn't connect to server": libcurl's
+/// where the number is libcurl's. Constant text.
+MORVEL_API std::string_view StatusText(std::int32_t status);
+
+/// `base` with these names and values as its query, each escaped as UTF-8, behind a query that it
+/// has already and in front of a fragment.
+///
+///     QueryUrl("https://localhost/find", {{"name", "Zo\xC3\xAB"}, {"page", "2"}})
+///     // https://localhost/find?name=Zo%C3%AB&page=2
+MORVEL_API std::string QueryUrl(std::string_view base,
+                                const std::vector<std::pair<NString, NString>>& query);
+
+/// What came back.
+struct Reply {
+    std::int32_t status = 0;  ///< 0 is success; see StatusText.
+    std::string body;         ///< Up to a failure, what arrived before it.
+
+    explicit operator bool() const { return status == 0; }
+};
+
+/// Bytes received so far.
+using FetchProgress = std::function<void(std::uint64_t)>;
+
+/// True ends the transfer, with status -2.
+using FetchCancel = std::function<bool()>;
+
+/// NURL::Request without a body (so redirects are followed, and **the server's certificate is not
+/// verified**), of http and https alone: libcurl by itself also takes file:, ftp: and others that a
+/// URL from outside can name. A redirect to one of those is still libcurl's to judge.
+///
+/// `seconds` is the limit for the whole transfer, 0 for none. Both functions are called on the
+/// caller's thread at each piece of data, so neither while a server is silent; an exception from
+/// one ends the transfer and comes out of Fetch.
+///
+///     const morvel::Reply reply = morvel::Fetch("http://localhost:8080/orders", 30);
+///     if (!reply) std::cerr << morvel::StatusText(reply.status) << '\n';
+MORVEL_API Reply Fetch(const std::string& url, std::uint32_t seconds,
+                       const FetchProgress& progress = nullptr,
+                       const FetchCancel& cancel = nullptr);
+
+}  // namespace morvel
