@@ -13,6 +13,7 @@
 
 #include <morvel/platform/platform.h>
 #include <morvel/text/Conversion.h>
+#include <morvel/text/NfcQuickCheck.h>
 #include <morvel/text/Normalization.h>
 #include <morvel/text/RawText.h>
 
@@ -118,7 +119,7 @@ bool _decodeWholeGroups(const std::string& digits, std::string* bytes) {
 bool NString::ConvertTo(NStringEncoding encoding) {
     if (_encoding == EncodingUTF8) Normalize(FormNFC);
     if (_encoding == encoding) return true;
-    if (_isOfBytes(_encoding) && _isOfBytes(encoding) && morvel::IsAsciiText(_data)) {
+    if (_isOfBytes(_encoding) && _isOfBytes(encoding) && morvel::IsAscii(_data)) {
         _encoding = encoding;  // the way through the converters would give the same bytes
         return true;
     }
@@ -144,12 +145,12 @@ void NString::SwapBytes() {
 
 const std::string& NString::Converted(NStringEncoding encoding) const {
     // What ConvertTo would do to a copy, without the copy where that can be.
-    if (_encoding == EncodingUTF8 && !morvel::IsPlainlyNfc(_data)) {
+    if (_encoding == EncodingUTF8 && !morvel::NfcQuickCheck(_data)) {
         NString copy(*this);
         copy.ConvertTo(encoding);
         _cache = std::move(copy._data);
     } else if (encoding == _encoding ||
-               (_isOfBytes(_encoding) && _isOfBytes(encoding) && morvel::IsAsciiText(_data)) ||
+               (_isOfBytes(_encoding) && _isOfBytes(encoding) && morvel::IsAscii(_data)) ||
                !_transcode(_data, _encoding, encoding, &_cache)) {
         _cache = _data;
     }

@@ -1,6 +1,5 @@
-// The normaliser is utf8proc. Around it stand a skip in front, for text that comes out as it went
-// in, by vector code and without, and a guard, since utf8proc's time is quadratic in a run of badly
-// ordered combining marks; ASCII goes around it. Covered by NormalizationTest.
+// The normaliser is utf8proc. Around it stands a guard, since utf8proc's time is quadratic in a run
+// of badly ordered combining marks; ASCII goes around it. Covered by NormalizationTest.
 #include <morvel/text/Normalization.h>
 
 #include <algorithm>
@@ -13,8 +12,7 @@
 
 #include <utf8proc.h>
 
-#include <morvel/platform/processor.h>
-#include <morvel/text/Utf8Simd.h>
+#include <morvel/text/NfcQuickCheck.h>
 
 namespace {
 
@@ -39,216 +37,6 @@ Normalizer _normalizer(NStringForm form) {
 const unsigned char* _bytes(const char* text) {
     return reinterpret_cast<const unsigned char*>(text);
 }
-
-constexpr std::ptrdiff_t Stretch = 64;  // bytes that are looked at together
-
-const unsigned char* _skipAscii(const unsigned char* p, const unsigned char* end) {
-#if MORVEL_HAS_SSE42_CODE
-    // No more than every x86-64 has: signed, 01 to 7F are the bytes above 0.
-    for (; end - p >= Stretch; p += Stretch) {
-        __m128i ascii = _mm_set1_epi8(-1);
-        for (std::ptrdiff_t at = 0; at < Stretch; at += 16) {
-            const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + at));
-            ascii = _mm_and_si128(ascii, _mm_cmpgt_epi8(block, _mm_setzero_si128()));
-        }
-        if (_mm_movemask_epi8(ascii) != 0xFFFF) break;
-    }
-#endif
-    for (; end - p >= 8; p += 8) {
-        // Only bytes from 01 to 7F have no high bit, neither they nor they less one.
-        std::uint64_t word;
-        std::memcpy(&word, p, sizeof word);
-        if ((((word - 0x0101010101010101) | word) & 0x8080808080808080) != 0) break;
-    }
-    while (p != end && *p >= 0x01 && *p <= 0x7F) ++p;
-    return p;
-}
-
-bool _isContinuation(unsigned char byte) {
-    return (byte & 0xC0) == 0x80;
-}
-
-// The length of the character at `p` if it is well formed and one of those that NFC leaves alone
-// whatever of their kind stands around it, else 0. Left out are characters that decompose for good,
-// have a combining class, or join with one before them; the lines are coarse where such lie close
-// together.
-int _plainCharacter(const unsigned char* p, std::ptrdiff_t left) {
-    const unsigned char a = p[0];
-    if (left < 2 || a < 0xC2 || !_isContinuation(p[1])) return 0;
-    const unsigned char b = p[1];
-    if (a <= 0xCB) return 2;
-    if (a <= 0xDF) {
-        switch (a) {
-            case 0xCE:
-                return b != 0x87 ? 2 : 0;
-            case 0xD2:
-                return b < 0x83 || b > 0x87 ? 2 : 0;
-            case 0xCF:
-            case 0xD0:
-            case 0xD1:
-            case 0xD3:
-            case 0xD4:
-            case 0xD5:
-            case 0xDA:
-            case 0xDE:
-                return 2;
-            default:
-                return 0;
-        }
-    }
-    if (left < 3 || !_isContinuation(p[2])) return 0;
-    const unsigned char c = p[2];
-    switch (a) {
-        case 0xE1:
-            return b >= 0xB8 && b <= 0xBC ? 3 : 0;
-        case 0xE2:
-            if (b == 0x80) return c >= 0x82 ? 3 : 0;
-            return b != 0x83 && b != 0x84 && b != 0x8C && b != 0xAB && b != 0xB3 && b != 0xB5 &&
-                           b != 0xB7
-                       ? 3
-                       : 0;
-        case 0xE3:
-            if (b == 0x80) return c < 0xAA || c > 0xAF ? 3 : 0;
-            if (b == 0x82) return c != 0x99 && c != 0x9A ? 3 : 0;
-            return 3;
-        case 0xE4:
-        case 0xE5:
-        case 0xE6:
-        case 0xE7:
-        case 0xE8:
-        case 0xE9:
-        case 0xEB:
-        case 0xEC:
-        case 0xEE:
-            return 3;
-        case 0xEA:
-            return b >= 0xB0 ? 3 : 0;
-        case 0xED:
-            return b < 0xA0 ? 3 : 0;
-        case 0xEF:
-            return b < 0xA4 || (b > 0xAD && b != 0xB8) ? 3 : 0;
-        case 0xF0:
-            if (left < 4 || !_isContinuation(p[3])) return 0;
-            return b == 0x9F || (b >= 0xA0 && b <= 0xAE) ? 4 : 0;
-        default:
-            return 0;
-    }
-}
-
-// Skips plain characters from `p` on until one begins at `stop` or behind it; null where one isn't
-// plain.
-const unsigned char* _skipPlain(const unsigned char* p, const unsigned char* stop,
-                                const unsigned char* end) {
-    while (p < stop) {
-        if (*p <= 0x7F && *p != 0) {
-            p = _skipAscii(p, end);
-            continue;
-        }
-        const int length = _plainCharacter(p, end - p);
-        if (length == 0) return nullptr;
-        p += length;
-    }
-    return p;
-}
-
-#if MORVEL_HAS_SSE42_CODE
-
-// The start of the plain character that the byte at `p` belongs to.
-const unsigned char* _startOf(const unsigned char* p) {
-    while (_isContinuation(*p)) --p;
-    return p;
-}
-
-using morvel::AnyNibble;
-using morvel::Ascii;
-using morvel::Continuation;
-using morvel::LeadByte;
-using morvel::Nibbles;
-
-// What _plainCharacter leaves out, as rules about a byte and the upper half of the next. Coarser
-// where that saves a rule, and all of F0-FF: what fits a rule is looked at again by itself.
-constexpr std::uint16_t pairRows[8][3] = {
-    {LeadByte, AnyNibble, Ascii | LeadByte},    // cut short
-    {Nibbles("0CE"), Nibbles("0"), AnyNibble},  // NUL, C0, E0
-    {Nibbles("C"), Nibbles("1CD"), AnyNibble},
-    {Nibbles("D"), Nibbles("6789BCDF"), AnyNibble},
-    {Nibbles("E"), Nibbles("1A"), Nibbles("89")},
-    {Nibbles("E"), Nibbles("12ADF"), Nibbles("A")},
-    {Nibbles("E"), Nibbles("2D"), Nibbles("B")},
-    // Unexpected: a continuation byte behind anything but a first byte of two or three. It has to
-    // be there just where a first byte of three is two bytes in front.
-    {Nibbles("0123456789ABF"), AnyNibble, Continuation},
-};
-constexpr char Unexpected = static_cast<char>(0x80);
-
-// What takes more bytes to tell: the lower half of one, then two whole ones. If that one matters,
-// its upper half is E: anything else in front of two continuation bytes fits Unexpected.
-constexpr std::uint16_t characterRows[8][5] = {
-    {Nibbles("2"), Nibbles("8"), Nibbles("0"), Nibbles("8"), Nibbles("01")},      // E2 80 80-81
-    {Nibbles("3"), Nibbles("8"), Nibbles("0"), Nibbles("A"), Nibbles("ABCDEF")},  // E3 80 AA-AF
-    {Nibbles("3"), Nibbles("8"), Nibbles("2"), Nibbles("9"), Nibbles("9A")},      // E3 82 99-9A
-    {AnyNibble, Nibbles("C"), Nibbles("E"), Nibbles("8"), Nibbles("7")},          // CE 87
-    {AnyNibble, Nibbles("D"), Nibbles("2"), Nibbles("8"), Nibbles("34567")},      // D2 83-87
-    {AnyNibble, Nibbles("E"), Nibbles("1"), Nibbles("B"),
-     Nibbles("01234567DEF")},                                               // E1 B0-B7, BD-BF
-    {AnyNibble, Nibbles("E"), Nibbles("2"), Nibbles("8"), Nibbles("34C")},  // E2 83, 84, 8C
-    {AnyNibble, Nibbles("E"), Nibbles("F"), Nibbles("B"), Nibbles("8")},    // EF B8
-};
-
-constexpr morvel::NibbleRules<3> pairRules(pairRows);
-constexpr morvel::NibbleRules<5> characterRules(characterRows);
-
-// Not zero where a rule fits at one of the 16 bytes at `p`, which are added to `*all`. REQUIRES:
-// two bytes of text in front.
-MORVEL_SSE42 inline __m128i _doubts(const unsigned char* p, __m128i* all) {
-    // Not LoadBlock: compilers take that for free and load again for each use.
-    const __m128i bytes = _mm_lddqu_si128(reinterpret_cast<const __m128i*>(p));
-    const __m128i before = _mm_lddqu_si128(reinterpret_cast<const __m128i*>(p - 1));
-    const __m128i twoBefore = _mm_lddqu_si128(reinterpret_cast<const __m128i*>(p - 2));
-    *all = _mm_or_si128(*all, bytes);
-    const __m128i upper = morvel::UpperNibbles(bytes);
-    const __m128i beforeUpper = morvel::UpperNibbles(before);
-    const __m128i beforeLower = morvel::LowerNibbles(before);
-
-    const __m128i pairs = _mm_and_si128(
-        _mm_and_si128(pairRules.Allowed(0, beforeUpper), pairRules.Allowed(1, beforeLower)),
-        pairRules.Allowed(2, upper));
-    const __m128i expected = _mm_and_si128(_mm_subs_epu8(twoBefore, _mm_set1_epi8(0xE0 - 0x80)),
-                                           _mm_set1_epi8(Unexpected));
-    const __m128i characters =
-        _mm_and_si128(_mm_and_si128(characterRules.Allowed(0, morvel::LowerNibbles(twoBefore)),
-                                    _mm_and_si128(characterRules.Allowed(1, beforeUpper),
-                                                  characterRules.Allowed(2, beforeLower))),
-                      _mm_and_si128(characterRules.Allowed(3, upper),
-                                    characterRules.Allowed(4, morvel::LowerNibbles(bytes))));
-    return _mm_or_si128(_mm_xor_si128(pairs, expected), characters);
-}
-
-MORVEL_SSE42 bool _isPlainByBlocks(const unsigned char* p, const unsigned char* end) {
-    while ((p = _skipAscii(p, end)) != end) {
-        p = _skipPlain(p, p + 1, end);  // two bytes at least, which _doubts needs in front
-        for (bool ascii = false; !ascii;) {
-            // All in front of `p` is plain, but a character that has begun there may be cut short.
-            if (p == nullptr) return false;
-            if (end - p < 16) return _skipPlain(_startOf(p - 1), end, end) != nullptr;
-            const unsigned char* const stop = p + std::min(Stretch, (end - p) & ~15);
-            __m128i doubts = _mm_setzero_si128();
-            __m128i all = doubts;
-            for (const unsigned char* at = p; at != stop; at += 16) {
-                doubts = _mm_or_si128(doubts, _doubts(at, &all));
-            }
-            if (_mm_testz_si128(doubts, doubts) == 0) {
-                p = _skipPlain(_startOf(p - 1), stop, end);
-            } else {
-                ascii = _mm_movemask_epi8(all) == 0;
-                p = stop - (ascii ? 1 : 0);  // the last may be a NUL
-            }
-        }
-    }
-    return true;
-}
-
-#endif
 
 // Marks in a row that utf8proc may put in order by itself. Text that is written for reading stays
 // far below. A mark takes a byte at least, so a stretch of no more bytes than that needs no look.
@@ -436,32 +224,12 @@ bool _orderLongRuns(std::string_view text, NStringForm form, std::string* ordere
 
 }  // namespace
 
-bool morvel::IsAsciiText(std::string_view text) {
-    const unsigned char* const end = _bytes(text.data()) + text.size();
-    return _skipAscii(_bytes(text.data()), end) == end;
-}
-
-bool morvel::IsPlainlyNfc(std::string_view text) {
-#if MORVEL_HAS_SSE42_CODE
-    const unsigned char* const end = _bytes(text.data()) + text.size();
-    const unsigned char* const p = _skipAscii(_bytes(text.data()), end);
-    if (p == end) return true;
-    if (platform::HasSse42()) return _isPlainByBlocks(p, end);
-#endif
-    return IsPlainlyNfcPortably(text);
-}
-
-bool morvel::IsPlainlyNfcPortably(std::string_view text) {
-    const unsigned char* const end = _bytes(text.data()) + text.size();
-    return _skipPlain(_bytes(text.data()), end, end) != nullptr;
-}
-
 bool morvel::NormalizeText(std::string* text, NStringForm form) {
     const Normalizer normalizer = _normalizer(form);
     if (normalizer == nullptr) return false;
-    if (form == FormNFC ? IsPlainlyNfc(*text) : IsAsciiText(*text)) return true;
+    if (form == FormNFC ? NfcQuickCheck(*text) : morvel::IsAscii(*text)) return true;
     const std::string_view head(text->c_str());  // up to the first NUL
-    if (form == FormNFC ? IsPlainlyNfc(head) : IsAsciiText(head)) {
+    if (form == FormNFC ? NfcQuickCheck(head) : IsAscii(head)) {
         text->resize(head.size());
         return true;
     }

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include <morvel/text/NString.h>
-#include <morvel/text/Normalization.h>
+#include <morvel/text/NfcQuickCheck.h>
 
 // Internal: what NString and those around it need to know about raw bytes.
 namespace morvel {
@@ -40,8 +40,8 @@ inline std::string BytesFromWide(const NWideString& wide) {
 /// Whether ConvertTo(encoding) is certain to leave the bytes of a copy of `text` as they are.
 inline bool KeepsItsBytes(const NString& text, NStringEncoding encoding) {
     const NStringEncoding own = text.Encoding();
-    if (own == encoding) return encoding != EncodingUTF8 || IsPlainlyNfc(text.Data());
-    return own != EncodingUTF16 && encoding != EncodingUTF16 && IsAsciiText(text.Data());
+    if (own == encoding) return encoding != EncodingUTF8 || NfcQuickCheck(text.Data());
+    return own != EncodingUTF16 && encoding != EncodingUTF16 && IsAscii(text.Data());
 }
 
 }  // namespace morvel

@@ -1,3 +1,4 @@
+#include <morvel/text/NfcQuickCheck.h>
 #include <morvel/text/Normalization.h>
 
 #include <optional>
@@ -29,7 +30,7 @@ testing::AssertionResult isAsPlain(const std::string& text) {
         const std::optional<std::string> expected = plainly(text, form);
         std::string actual = text;
         const bool done = morvel::NormalizeText(&actual, form);
-        const bool skipped = form == FormNFC && morvel::IsPlainlyNfcPortably(text);
+        const bool skipped = form == FormNFC && morvel::NfcQuickCheckPortable(text);
         if (done != expected.has_value() || actual != expected.value_or(text) ||
             (skipped && expected != text)) {
             return testing::AssertionFailure() << testing::PrintToString(text) << ", form " << form;
@@ -162,9 +163,9 @@ TEST(Normalization, TheSkipIsTheSameWithVectorsAndWithout) {
         // Ends where its block of memory does, so that the sanitizer sees any byte read behind it.
         const std::vector<char> exact(text.begin(), text.end());
         const std::string_view view(exact.data(), exact.size());
-        const bool answer = morvel::IsPlainlyNfcPortably(view);
+        const bool answer = morvel::NfcQuickCheckPortable(view);
         plain += answer ? 1 : 0;
-        if (morvel::IsPlainlyNfc(view) == answer) return testing::AssertionSuccess();
+        if (morvel::NfcQuickCheck(view) == answer) return testing::AssertionSuccess();
         return testing::AssertionFailure() << testing::PrintToString(text);
     };
     for (unsigned pair = 0; pair < 0x10000; ++pair) {
