@@ -12,7 +12,7 @@ die() {
 say() { printf '\n== %s\n' "$*"; }
 
 # usage: what stands at the top of the command's file.
-usage() { sed -n '2,/^[^#]/s/^# //p' "$0"; }
+usage() { sed -n '2,/^[^#]/s/^# //p' "script/$(basename "$0")"; }
 
 # refuse OPTION: ends the command at an option that it does not have.
 refuse() {
