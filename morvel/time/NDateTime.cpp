@@ -12,7 +12,6 @@
 
 #include <morvel/platform/platform.h>
 #include <morvel/text/NString.h>
-#include <morvel/text/RawText.h>
 
 namespace {
 
@@ -140,12 +139,8 @@ std::string NDateTime::Format(const NDateTime& dateTime, const std::string& form
 NDateTime NDateTime::Parse(const std::string& format, const std::string& text,
                            std::int32_t& timeZoneDifferential) {
     try {
-        // Without a mark, text is in the system's encoding already.
-        if (morvel::MarkOf(text).length == 0) {
-            return _parsed(format, text, &timeZoneDifferential);
-        }
-        const NString marked(text);
-        return _parsed(format, marked.Converted(EncodingSystem), &timeZoneDifferential);
+        const NString read(text);
+        return _parsed(format, read.Converted(EncodingSystem), &timeZoneDifferential);
     } catch (...) {
         // Whatever it was, the text could not be read.
     }
@@ -170,13 +165,18 @@ void NDateTime::_refresh() {
         _microsecond = static_cast<std::int32_t>(fraction % 1000);
         return;
     }
-    const Poco::DateTime parts{Poco::Timestamp(value)};
-    _year = parts.year();
-    _month = parts.month();
-    _day = parts.day();
-    _hour = parts.hour();
-    _minute = parts.minute();
-    _second = parts.second();
-    _millisecond = parts.millisecond();
-    _microsecond = parts.microsecond();
+    try {
+        const Poco::DateTime parts{Poco::Timestamp(value)};
+        _year = parts.year();
+        _month = parts.month();
+        _day = parts.day();
+        _hour = parts.hour();
+        _minute = parts.minute();
+        _second = parts.second();
+        _millisecond = parts.millisecond();
+        _microsecond = parts.microsecond();
+    } catch (
+        const Poco::Exception&) {  // later releases have no reading outside the years 0 to 9999
+        *this = NDateTime();
+    }
 }
