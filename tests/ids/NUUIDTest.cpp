@@ -11,6 +11,11 @@ namespace {
 
 std::string program;
 
+std::string drawn() {
+    NUUID id;
+    return id.Generate(nanoid::default_alphabet(), 21) == 0 ? id.Value() : "";
+}
+
 }  // namespace
 
 TEST(NUUID, HoldsTheLatestIdentifierThatItCouldMake) {
@@ -24,27 +29,23 @@ TEST(NUUID, HoldsTheLatestIdentifierThatItCouldMake) {
     EXPECT_EQ(id.Value(), "yy");
 }
 
-// One generator that goes on, in each process seeded from the random device: not by a constant and
-// not by the clock.
+// One generator that goes on, in each process seeded from the random device: not by a constant, not
+// by the clock, and not as in the process that it was forked from, as death tests are.
 TEST(NUUID, NeverComesTwice) {
     std::set<std::string> seen;
-    for (int i = 0; i < 1000; ++i) {
-        NUUID id;
-        ASSERT_EQ(id.Generate(nanoid::default_alphabet(), 21), 0);
-        EXPECT_TRUE(seen.insert(id.Value()).second) << id.Value();
-    }
+    const auto isNew = testing::Truly([&](const std::string& identifier) {
+        return identifier.size() == 21 && seen.insert(identifier).second;
+    });
     for (int i = 0; i < 5; ++i) {
-        const auto result = morvel::test::RunProcess(program, {"--print-identifier"});
-        EXPECT_EQ(result.output.size(), 21u);
-        EXPECT_TRUE(seen.insert(result.output).second) << result.output;
+        EXPECT_THAT(morvel::test::RunProcess(program, {"--print-identifier"}).output, isNew);
+        EXPECT_EXIT((std::cerr << drawn(), std::exit(0)), testing::ExitedWithCode(0), isNew);
     }
+    for (int i = 0; i < 1000; ++i) EXPECT_THAT(drawn(), isNew);
 }
 
 int main(int argc, char** argv) {
     if (argc == 2 && argv[1] == std::string("--print-identifier")) {
-        NUUID id;
-        id.Generate(nanoid::default_alphabet(), 21);
-        std::cout << id.Value();
+        std::cout << drawn();
         return 0;
     }
     program = argv[0];

@@ -103,8 +103,3 @@ TEST(nanoid, NextBytesDrawsWholeWordsAndDropsTheRestOfTheLast) {
         EXPECT_EQ(bytes, drawn(&engine, length) + '\0') << length;
     }
 }
-
-TEST(nanoid, DefaultAlphabetHasTheSymbolsThatAUrlTakesAsTheyAre) {
-    EXPECT_EQ(nanoid::default_alphabet(),
-              "_-0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ");
-}

@@ -4,6 +4,7 @@
 #include <sys/file.h>
 #include <sys/ipc.h>
 #include <sys/sem.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -56,6 +57,24 @@ TEST_F(NNamedMutexPosix, IsLeftAsItStandsByThoseThatComeLater) {
     EXPECT_EQ(semctl(Semaphore(), 0, GETVAL), 0);
 }
 
-TEST_F(NNamedMutexPosix, PassesOnWhatPocoSaysOfANameThatCannotBe) {
-    EXPECT_THROW(NNamedMutex("morvel-test/no-such-folder"), Poco::SystemException);
+// A name that leaves the folder, and a file that another user has put there to be followed.
+TEST_F(NNamedMutexPosix, RefusesAFileThatIsNoneOfALock) {
+    const std::string target = file + ".target", folder = "/tmp/" + name;
+    ASSERT_EQ(symlink(target.c_str(), file.c_str()), 0);
+    std::filesystem::create_directory(folder);
+    for (const std::string& refused :
+         {name, name + "/x", "../tmp/" + name, std::string(300, 'x')}) {
+        try {
+            const NNamedMutex mutex(refused.c_str());
+            ADD_FAILURE() << refused;
+        } catch (const Poco::SystemException& e) {
+            EXPECT_EQ(e.message(), "cannot create named mutex /tmp/" + refused +
+                                       ".mutex (lockfile): " + refused);
+        }
+    }
+    EXPECT_FALSE(std::filesystem::exists(target) || std::filesystem::exists(folder + "/x.mutex"));
+    std::filesystem::remove_all(folder);
+    std::filesystem::remove(file);
+    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);  // to open it would wait for a writer
+    EXPECT_THROW(NNamedMutex(name.c_str()), Poco::SystemException);
 }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <random>
-#include <set>
 #include <string>
 
 /// Names for locks that nobody else uses. What the system keeps of such locks is removed with the
@@ -15,12 +14,7 @@ public:
     /// The file that stands for the lock off Windows.
     static std::string FileOf(const std::string& name) { return "/tmp/" + name + ".mutex"; }
 
-    /// Whether the lock, which exists, is the same as that of a name asked about before. So it may
-    /// be off Windows, where the number of the file tells locks apart, and few of its bits.
-    bool IsSharedWithFormer(const std::string& name);
-
 private:
     const std::string _prefix = "morvel-test-" + std::to_string(std::random_device()()) + "-";
     int _count = 0;
-    std::set<long> _keys;
 };

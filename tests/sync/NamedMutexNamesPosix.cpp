@@ -13,7 +13,3 @@ NamedMutexNames::~NamedMutexNames() {
         std::remove(file.c_str());
     }
 }
-
-bool NamedMutexNames::IsSharedWithFormer(const std::string& name) {
-    return !_keys.insert(ftok(FileOf(name).c_str(), 'p')).second;
-}
