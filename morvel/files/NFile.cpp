@@ -2,7 +2,7 @@
 
 #include <Poco/File.h>
 
-#include <morvel/files/translation.h>
+#include <morvel/files/ThrowTranslated.h>
 #include <morvel/platform/platform.h>
 #include <morvel/text/RawText.h>
 

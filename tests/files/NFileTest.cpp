@@ -3,6 +3,7 @@
 #include <ctime>
 
 #include <morvel/base/NException.h>
+#include <morvel/files/NFileStream.h>
 #include <tests/support/TemporaryFolder.h>
 #include <tests/support/Test.h>
 
@@ -104,4 +105,24 @@ TEST_F(NFileTest, KeepsItsPathAndConvertsTheNameOnTheWay) {
     EXPECT_EQ(created % second, 0);
     EXPECT_GE(created, now - 5 * second);  // the file system's clock may be a little behind
     EXPECT_LE(created, now + 60 * second);
+    NFileStream stream;
+    EXPECT_EQ(stream.Open(NFile(latin + NString("/x", EncodingLatin1)), NFileStream::ModeWrite), 0);
+    EXPECT_TRUE(folder.Has("caf\xC3\xA9/\xC3\xB1/x"));
+    if (std::filesystem::exists("/proc/self/stat")) {  // procfs keeps no birth times
+        EXPECT_GE(NFile(NString("/proc/self/stat")).CreationTime().Value(), now - 5 * second);
+    }
+}
+
+// POCO takes "~" for the home folder and a first part with a colon for a device.
+TEST_F(NFileTest, CreatesFoldersByTheBytesOfTheirNames) {
+    if (OnWindows) {
+        GTEST_SKIP() << "names have no colons";
+    }
+    const std::filesystem::path former = std::filesystem::current_path();
+    std::filesystem::current_path(folder.Path());
+    for (const char* const name : {"~/p/q", "zq1:/u", "a/../b//c/"}) {
+        EXPECT_EQ(creating(NFile(NString(name))), "none") << name;
+        EXPECT_TRUE(folder.Has(name)) << name;
+    }
+    std::filesystem::current_path(former);
 }

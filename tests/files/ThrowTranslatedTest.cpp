@@ -1,4 +1,4 @@
-#include <morvel/files/translation.h>
+#include <morvel/files/ThrowTranslated.h>
 
 #include <typeinfo>
 

@@ -1,0 +1,57 @@
+#include <morvel/files/NPath.h>
+
+#include <pwd.h>
+#include <sys/stat.h>
+
+#include <tests/support/TemporaryFolder.h>
+#include <tests/support/Test.h>
+
+namespace {
+
+std::string homeOfUser;
+bool privileged = false;
+
+}  // namespace
+
+// Stand in front of the C library's, so that no test makes a folder in a user's home, and that none
+// needs a program with raised privileges.
+#pragma GCC visibility push(default)
+extern "C" int getpwuid_r(uid_t, passwd* entry, char*, std::size_t, passwd** found) {
+    entry->pw_dir = homeOfUser.data();
+    *found = entry;
+    return 0;
+}
+extern "C" char* secure_getenv(const char* name) {
+    return privileged ? nullptr : std::getenv(name);
+}
+#pragma GCC visibility pop
+
+TEST(NPathPosix, AppDataFolderFollowsTheEnvironmentIfThatIsToBeBelieved) {
+    const morvel::test::TemporaryFolder folder;
+    const std::string home = folder.File("home"), data = folder.File("a/b/\xC3\xA9");
+    homeOfUser = folder.File("entry");
+    const std::string inHome = home + "/.local/share", inEntry = homeOfUser + "/.local/share";
+    const struct {
+        const char *home, *data;
+        std::string expected;
+        bool privileged = false;
+    } rows[] = {
+        {home.c_str(), data.c_str(), data},
+        {home.c_str(), nullptr, inHome},
+        {home.c_str(), "", inHome},
+        {home.c_str(), "relative", inHome},
+        {nullptr, nullptr, inEntry},
+        {"", nullptr, inEntry},
+        {home.c_str(), data.c_str(), inEntry, true},
+    };
+    for (const auto& row : rows) {
+        row.home != nullptr ? setenv("HOME", row.home, 1) : unsetenv("HOME");
+        row.data != nullptr ? setenv("XDG_DATA_HOME", row.data, 1) : unsetenv("XDG_DATA_HOME");
+        privileged = row.privileged;
+        EXPECT_EQ(NPath::AppDataFolder().Data(), row.expected + '/');
+        struct stat status = {};
+        EXPECT_EQ(stat(row.expected.c_str(), &status), 0);
+        EXPECT_EQ(status.st_mode & 07777, 0700u);
+        std::filesystem::remove_all(row.expected);
+    }
+}
