@@ -12,10 +12,6 @@ namespace {
 
 const NWideString beyondTheBasicPlane = L"\xD83D\xDE00";
 
-NWideString wideName(const TemporaryFolder& folder, const std::string& name) {
-    return WideFromNarrow(folder.File(name).c_str(), CodePageUtf8);
-}
-
 }  // namespace
 
 TEST(PlatformWindows, TheSystemsEncodingIsTheAnsiCodePage) {
@@ -43,39 +39,14 @@ TEST(PlatformWindows, TheSystemsEncodingIsTheAnsiCodePage) {
         EXPECT_EQ(NarrowFromWide(wide.c_str(), CodePageSystem), back);
         EXPECT_EQ(wide.size(), std::string(back).size());
     }
-}
-
-TEST(PlatformWindows, UnknownCodePagesGiveNothing) {
-    EXPECT_EQ(NarrowFromWide(L"text", 12345), "");
+    EXPECT_EQ(NarrowFromWide(L"text", 12345), "") << "an unknown code page";
     EXPECT_EQ(WideFromNarrow("text", 12345), L"");
     EXPECT_EQ(WideFromNarrow("text", 28591), L"text") << "a code page besides the two";
 }
 
-TEST(PlatformWindows, HasEachSpecialFolder) {
-    for (const Folder folder : {Folder::AppData, Folder::CommonAppData, Folder::CommonDocuments}) {
-        const NWideString path = SpecialFolder(folder);
-        ASSERT_GT(path.size(), 3u);
-        EXPECT_EQ(path.substr(1, 2), L":\\");
-        EXPECT_NE(GetFileAttributesW(path.c_str()) & FILE_ATTRIBUTE_DIRECTORY, 0u);
-    }
-}
-
-TEST(PlatformWindows, AFolderHasACreationTimeWithAndWithoutSeparator) {
-    TemporaryFolder folder;
-    std::int64_t plain = 0;
-    std::int64_t separated = 0;
-    EXPECT_TRUE(CreationTime(wideName(folder, "").c_str(), &separated));
-    NWideString name = wideName(folder, "");
-    while (name.back() == L'\\') {
-        name.pop_back();
-    }
-    EXPECT_TRUE(CreationTime(name, &plain));
-    EXPECT_EQ(plain, separated);
-}
-
 TEST(PlatformWindows, WhatIsWrittenMayBeReadAndNothingElse) {
     TemporaryFolder folder;
-    const NWideString name = wideName(folder, "\xD0\x96-\xE4\xB8\xAD-\xF0\x9F\x98\x80");
+    const NWideString name = WideFromNarrow(folder.File("\u0416\u4E2D").c_str(), CodePageUtf8);
     std::FILE* const writer = OpenForWriting(name);
     ASSERT_NE(writer, nullptr);
     const auto opens = [&](DWORD access, DWORD share) {
@@ -92,15 +63,4 @@ TEST(PlatformWindows, WhatIsWrittenMayBeReadAndNothingElse) {
     EXPECT_FALSE(DeleteFileW(name.c_str()));
     std::fclose(writer);
     EXPECT_TRUE(opens(GENERIC_WRITE, all));
-}
-
-TEST(PlatformWindows, NoThreadIsGoneWhileTheProcessLives) {
-    TemporaryFolder folder;
-    std::FILE* const file = OpenForWriting(wideName(folder, "f"));
-    ASSERT_NE(file, nullptr);
-    EXPECT_FALSE(OtherThreadsAreGone());
-    EXPECT_FALSE(CloseLeftOpen(wideName(folder, "f")));
-    EXPECT_EQ(std::fputs("still open", file), 0);
-    EXPECT_EQ(std::fclose(file), 0);
-    EXPECT_EQ(folder.Read("f"), "still open");
 }
