@@ -1,10 +1,12 @@
 #!/usr/bin/env python3
 """Tables and charts from the results of the benchmarks.
 
-usage: report.py RESULTS [--document FOLDER --versions FILE]
-RESULTS is a folder with one JSON file of Google Benchmark a job, repetitions in it. Without
---document the tables go to the standard output; with it they go to FOLDER/performance.md and the
-charts to FOLDER/performance/.
+usage: report.py RESULTS [--tables FOLDER] [--document FOLDER --versions FILE] [--missed]
+RESULTS is a folder with JSON files of Google Benchmark, repetitions in them: JOB.json, and
+JOB.again.json where a job was run again. --tables writes tables.md with all figures, and a chart a
+job, to FOLDER; --document writes the page for readers, FOLDER/performance.md, and its chart; --missed
+prints the jobs that miss a goal without a reason in reasons.json. Without any of these the tables go
+to the standard output.
 """
 import argparse
 import html
@@ -115,19 +117,22 @@ class Subject:
         return (high - low) / 2 / middle
 
 
-def read(path):
-    """The cases of a job: {case: {subject: Subject}}, and the context of the run."""
-    document = json.loads(path.read_text())
-    cases = {}
+def read(paths):
+    """The cases of a job: {case: {subject: Subject}}, and the context of the last run."""
+    runs, context, cases = [], None, {}
+    for path in paths:
+        document = json.loads(path.read_text())
+        runs += document["benchmarks"]
+        context = document["context"]
     # Interleaving shuffles the runs; the order of the tables is that of the source.
-    for run in sorted(document["benchmarks"], key=lambda r: r.get("family_index", 0)):
+    for run in sorted(runs, key=lambda r: r.get("family_index", 0)):
         if run.get("run_type", "iteration") != "iteration":
             continue
         if run.get("error_occurred"):
             sys.exit(f"{run['name']}: {run.get('error_message')}")
         case, subject = run["name"].split("/")[:2]
         cases.setdefault(case, {}).setdefault(subject, Subject()).add(run)
-    return cases, document["context"]
+    return cases, context
 
 
 def is_own(name):
@@ -201,17 +206,9 @@ def reason(job, case):
     return next((r["reason"] for r in reasons() if r["job"] == job and case.startswith(r["case"])), None)
 
 
-def verdict(ok, job, case):
-    if ok:
-        return "met"
-    why = reason(job, case)
-    return "**not met**" + (f": {why}" if why else "")
-
-
 def goals(results):
-    rows = ["| job | case | goal | there | |", "|---|---|---|---|---|"]
-    met = 0
-    total = 0
+    """Each goal: (job, case, what was to be reached, what was, whether it is met)."""
+    found = []
     for job, prefix, metric, against, factor in GOALS:
         for case, subjects in results.get(job, {}).items():
             if not case.startswith(prefix) or OWN not in subjects:
@@ -232,11 +229,103 @@ def goals(results):
                 limit = factor * subjects[other].median(metric)
                 goal = f"{label}at most {factor:.2f} of {other.replace(CEILING, '')}"
                 there = f"{ratio(own, subjects[other].median(metric))} ({shown(own, metric)})"
-            ok = own <= limit
-            met += ok
-            total += 1
-            rows.append(f"| {job} | {case} | {goal} | {there} | {verdict(ok, job, case)} |")
-    return rows, met, total
+            found.append((job, case, goal, there, own <= limit))
+    return found
+
+
+def missed(found):
+    return [g for g in found if not g[4]]
+
+
+def goal_table(found):
+    rows = ["| job | case | goal | there | |", "|---|---|---|---|---|"]
+    for job, case, goal, there, ok in found:
+        why = reason(job, case)
+        verdict = "met" if ok else "**not met**" + (f": {why}" if why else "")
+        rows.append(f"| {job} | {case} | {goal} | {there} | {verdict} |")
+    return rows
+
+
+# A picture has no background of its own, and colours that can be read on a bright page and a dark one.
+STYLE = """<style>
+text { fill: #24292f; font: 12px sans-serif } text.title { font-size: 14px } text.quiet { fill: #57606a }
+line { stroke: #d0d7de } line.one { stroke: #57606a } line.range { stroke: #8c959f; stroke-width: 2 }
+circle { fill: #8c959f } circle.best { fill: #0b6e99 }
+@media (prefers-color-scheme: dark) {
+  text { fill: #e6edf3 } text.quiet { fill: #9198a1 } line { stroke: #3d444d } line.one { stroke: #9198a1 }
+  circle.best { fill: #4ab3e0 }
+}
+</style>"""
+
+
+def svg(width, height, parts):
+    return "\n".join([f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {width} {height}" width="{width}" '
+                      f'height="{height}">', STYLE, *parts, "</svg>"]) + "\n"
+
+
+def ratios(job, cases):
+    """(ratio to the best peer, case, metric) of each case, the best first. A log is its 99th percentile."""
+    metric = "call_p99_ns" if job == "log" else "time"
+    found = []
+    for case, subjects in cases.items():
+        peer = best(subjects, metric)
+        if peer and OWN in subjects and not case.startswith("memory") and subjects[OWN].median(metric):
+            found.append((subjects[OWN].median(metric) / subjects[peer].median(metric), case, metric))
+    return sorted(found)
+
+
+def glance(results):
+    """A line a job, on a logarithmic axis: the best case as a dot, the others on the line behind it."""
+    rows = [(JOBS[job], found) for job, cases in results.items()
+            if job != "growth" and (found := ratios(job, cases))]
+    rows.sort(key=lambda row: row[1][0][0])
+    left, width, line, top = 215, 500, 24, 60
+    low = math.floor(min(math.log2(found[0][0]) for _, found in rows))
+    high = math.ceil(max(math.log2(found[-1][0]) for _, found in rows))
+    height = top + line * len(rows) + 30
+
+    def x(value):
+        return left + width * (math.log2(value) - low) / (high - low)
+
+    parts = ['<text x="10" y="20" class="title">Time beside the best peer, the log by the 99th percentile of a '
+             'call: less is better</text>',
+             '<text x="10" y="38" class="quiet">Dot: the job\'s best case. Line: its other cases.</text>']
+    for power in range(low, high + 1):
+        at, label = x(2.0**power), f"{2**power}" if power >= 0 else f"1/{2**-power}"
+        parts.append(f'<line x1="{at:.1f}" y1="{top - 8}" x2="{at:.1f}" y2="{height - 26}"'
+                     f'{" class=" + chr(34) + "one" + chr(34) if power == 0 else ""}/>'
+                     f'<text x="{at:.1f}" y="{height - 10}" text-anchor="middle" class="quiet">{label}</text>')
+    for index, (title, found) in enumerate(rows):
+        y = top + line * index + 8
+        parts.append(f'<text x="{left - 12}" y="{y + 4}" text-anchor="end">{html.escape(title)}</text>'
+                     f'<line x1="{x(found[0][0]):.1f}" y1="{y}" x2="{x(found[-1][0]):.1f}" y2="{y}" class="range"/>')
+        parts += [f'<circle cx="{x(value):.1f}" cy="{y}" r="2.5"/>' for value, _, _ in found[1:]]
+        parts.append(f'<circle cx="{x(found[0][0]):.1f}" cy="{y}" r="6" class="best"/>'
+                     f'<text x="{left + width + 12}" y="{y + 4}">{found[0][0]:.2f}</text>')
+    return svg(left + width + 60, height, parts)
+
+
+def summary(results, found):
+    """A line a job."""
+    rows = ["| job | its best case | Morvel | the best peer there | ratio | all cases | goals met |",
+            "|---|---|--:|---|--:|--:|--:|"]
+    for job, cases in results.items():
+        if job == "growth":
+            continue
+        own_goals = [g for g in found if g[0] == job]
+        met = f"{len(own_goals) - len(missed(own_goals))} of {len(own_goals)}"
+        each = ratios(job, cases)
+        if not each:
+            case, subjects = next(iter(cases.items()))
+            rows.append(f"| {JOBS[job]} | {case} | {shown(subjects[OWN].median())} | - | - | - | {met} |")
+            continue
+        value, case, metric = each[0]
+        peer = best(cases[case], metric)
+        span = f"{value:.2f} to {each[-1][0]:.2f}" if len(each) > 1 else "-"
+        label = case + (", 99th percentile of a call" if metric == "call_p99_ns" else "")
+        rows.append(f"| {JOBS[job]} | {label} | {shown(cases[case][OWN].median(metric), metric)} | "
+                    f"{peer}, {shown(cases[case][peer].median(metric), metric)} | {value:.2f} | {span} | {met} |")
+    return rows
 
 
 COLOURS = {"own": "#0b6e99", "ceiling": "#b8b8b8", "raw": "#d9853b", "peer": "#7a9a5b"}
@@ -271,15 +360,12 @@ def chart(title, cases):
         return left + width * (math.log10(max(value, 10**low)) - low) / (high - low)
 
     height = 60 + sum(gap + line * len(group) for _, group in bars)
-    out = [f'<svg xmlns="http://www.w3.org/2000/svg" width="{left + width + 70}" height="{height}" '
-           'font-family="sans-serif" font-size="11">',
-           '<rect width="100%" height="100%" fill="#ffffff"/>',
-           f'<text x="10" y="18" font-size="14">{html.escape(title)}: multiples of the best '
+    out = [f'<text x="10" y="18" class="title">{html.escape(title)}: multiples of the best '
            'peer, less is better</text>']
     for power in range(low, high + 1):
         at = x(10**power)
-        out.append(f'<line x1="{at:.1f}" y1="32" x2="{at:.1f}" y2="{height - 12}" stroke="#dddddd"/>'
-                   f'<text x="{at:.1f}" y="{height - 2}" text-anchor="middle" fill="#666666">{10**power:g}</text>')
+        out.append(f'<line x1="{at:.1f}" y1="32" x2="{at:.1f}" y2="{height - 12}"/>'
+                   f'<text x="{at:.1f}" y="{height - 2}" text-anchor="middle" class="quiet">{10**power:g}</text>')
     y = 38
     for case, group in bars:
         out.append(f'<text x="10" y="{y + 10}" font-weight="bold">{html.escape(case)}</text>')
@@ -291,7 +377,7 @@ def chart(title, cases):
                        f'<text x="{max(x(value), left + 1) + 4:.1f}" y="{y + 11}">{value:.2f}</text>')
             y += line
         y += gap - 16
-    return "\n".join(out + ["</svg>"]) + "\n"
+    return svg(left + width + 70, height, out)
 
 
 def growth(cases):
@@ -318,85 +404,107 @@ def growth(cases):
         return (left + size * math.log10(point[0]) / high,
                 top + size - size * (math.log10(point[1]) - low) / (high - low))
 
-    out = [f'<svg xmlns="http://www.w3.org/2000/svg" width="{left + size + 340}" height="{top + size + 40}" '
-           'font-family="sans-serif" font-size="11">', '<rect width="100%" height="100%" fill="#ffffff"/>',
-           '<text x="10" y="18" font-size="14">Time against size, multiples of the smallest; dashed: '
+    out = ['<text x="10" y="18" class="title">Time against size, multiples of the smallest; dashed: '
            'linear</text>']
     for power in range(0, high + 1):
         at = place((10**power, 1))[0]
-        out.append(f'<line x1="{at:.1f}" y1="{top}" x2="{at:.1f}" y2="{top + size}" stroke="#dddddd"/>'
+        out.append(f'<line x1="{at:.1f}" y1="{top}" x2="{at:.1f}" y2="{top + size}"/>'
                    f'<text x="{at:.1f}" y="{top + size + 14}" text-anchor="middle">{10**power:g}</text>')
     for power in range(low, high + 1):
         at = place((1, 10**power))[1]
-        out.append(f'<line x1="{left}" y1="{at:.1f}" x2="{left + size}" y2="{at:.1f}" stroke="#dddddd"/>'
+        out.append(f'<line x1="{left}" y1="{at:.1f}" x2="{left + size}" y2="{at:.1f}"/>'
                    f'<text x="{left - 5}" y="{at + 4:.1f}" text-anchor="end">{10**power:g}</text>')
     begin, end = place((1, 1)), place((10**high, 10**high))
     out.append(f'<line x1="{begin[0]:.1f}" y1="{begin[1]:.1f}" x2="{end[0]:.1f}" y2="{end[1]:.1f}" '
-               'stroke="#444444" stroke-dasharray="5,4"/>')
+               'class="one" stroke-dasharray="5,4"/>')
     for index, (case, points) in enumerate(lines):
         hue = f"hsl({index * 360 // max(len(lines), 1)},65%,42%)"
         path = " ".join("{:.1f},{:.1f}".format(*place(p)) for p in points)
         out.append(f'<polyline points="{path}" fill="none" stroke="{hue}" stroke-width="2"/>'
                    f'<rect x="{left + size + 20}" y="{top + 18 * index}" width="12" height="4" fill="{hue}"/>'
                    f'<text x="{left + size + 38}" y="{top + 6 + 18 * index}">{html.escape(case)}</text>')
-    return rows, "\n".join(out + ["</svg>"]) + "\n"
+    return rows, svg(left + size + 340, top + size + 40, out)
+
+
+def tables(folder, results):
+    """All figures, for those who want them."""
+    folder.mkdir(parents=True, exist_ok=True)
+    text = ["# Tables of one run", "",
+            "\"(raw)\" is the dependency that Morvel stands on, called directly; a ceiling is the bare work that no "
+            "library can beat. Spread is half the distance between the quartiles.", "",
+            *goal_table(goals(results)), ""]
+    for job, cases in results.items():
+        rows, plot = growth(cases) if job == "growth" else (table(cases), chart(JOBS[job], cases))
+        text += [f"## {JOBS[job]}", "", *rows, ""]
+        if plot:
+            (folder / f"{job}.svg").write_text(plot)
+            text += [f"![{JOBS[job]}]({job}.svg)", ""]
+    (folder / "tables.md").write_text("\n".join(text))
 
 
 def document(folder, results, context, versions):
+    """The page for readers: a chart, a line a job, and how it was measured."""
     charts = folder / "performance"
     charts.mkdir(parents=True, exist_ok=True)
-    for old in charts.glob("*.svg"):
-        old.unlink()
-    goal_rows, met, total = goals(results)
+    (charts / "glance.svg").write_text(glance(results))
+    found = goals(results)
     text = ["# Performance", "",
-            "Morvel beside what a user could take instead, written by `script/bench`. `script/bench JOB` runs "
-            "one job and prints its table. Times of one machine say little about another's: read the ratios. "
-            "All subjects of a job ran in one process, their repetitions shuffled among each other, each "
-            "after its result had been checked. \"(raw)\" is the dependency that Morvel stands on, called "
-            "directly; a ceiling is the bare work that no library can beat. Spread is half the distance "
-            "between the quartiles.", "",
-            f"Machine: {versions.pop('machine', 'unknown')}; {context['num_cpus']} cores. "
-            f"Run: {context['date']}, library built as {versions.pop('build', 'release')}.", "",
-            "Versions: " + ", ".join(f"{k} {v}" for k, v in versions.items()) + ".", "",
-            "## Goals", "", f"{met} of {total} met.", "", *goal_rows, ""]
-    for job, title in JOBS.items():
-        if job not in results:
-            continue
-        text += [f"## {title}", "", f"`script/bench {job}`", ""]
-        if job == "growth":
-            rows, plot = growth(results[job])
-        else:
-            rows, plot = table(results[job]), chart(title, results[job])
-        text += rows + [""]
-        if job == "growth":
-            text += [f"{case}: {why}\n" for case in results[job] if (why := reason(job, case))]
-        if plot:
-            (charts / f"{job}.svg").write_text(plot)
-            text += [f"![{title}](performance/{job}.svg)", ""]
+            "Morvel beside what a user could take instead. A ratio is Morvel's time by that of the best peer in the "
+            "same case, so below 1 Morvel is faster. \"(raw)\" is the dependency that Morvel stands on, called "
+            "directly.", "",
+            "![Morvel beside the best of its peers, a line a job](performance/glance.svg)", "",
+            *summary(results, found), ""]
+    text += ["Goals that are not met, and why:" if missed(found) else "All goals are met.", ""]
+    text += [f"- {JOBS[job]}, {case}: {goal}, there {there}" + (f": {why}" if (why := reason(job, case)) else ".")
+             for job, case, goal, there, _ in missed(found)] + [""]
+    if "growth" in results:
+        rows = [[cell.strip() for cell in row.split("|")] for row in growth(results["growth"])[0]]
+        text += ["## Growth", "", "From the smallest size to the largest; the steepest step of work that is linear is "
+                 "size^1.", "", "| operation | from | to | steepest step |", "|---|--:|--:|--:|",
+                 *[f"| {row[1]} | {row[2]} | {[c for c in row[2:7] if c][-1]} | {row[7]} |" for row in rows[2:]], ""]
+        text += [f"- {case}: {why}" for case in results["growth"] if (why := reason("growth", case))] + [""]
+    text += ["## How it was measured", "",
+             "By `script/bench`; `script/bench JOB` runs one job and prints its table. All subjects of a job run in one "
+             "process, their repetitions shuffled among each other, each after its result has been checked, and the "
+             "figure is the median. A job that misses a goal without a reason is run again, and all its repetitions "
+             "count. What each subject took in each case, with the spread, a ceiling of bare work and the allocations, "
+             "stands in `build/bench/report` after a run. Times of one machine say little about another's: read the "
+             "ratios.", "",
+             f"Machine: {versions.pop('machine', 'unknown')}; {context['num_cpus']} cores. "
+             f"Run: {context['date']}, library built as {versions.pop('build', 'release')}.", "",
+             "Versions: " + ", ".join(f"{k} {v}" for k, v in versions.items()) + ".", ""]
     (folder / "performance.md").write_text("\n".join(text))
 
 
 def main():
     arguments = argparse.ArgumentParser()
     arguments.add_argument("results", type=pathlib.Path)
+    arguments.add_argument("--tables", type=pathlib.Path)
     arguments.add_argument("--document", type=pathlib.Path)
     arguments.add_argument("--versions", type=pathlib.Path)
+    arguments.add_argument("--missed", action="store_true")
     given = arguments.parse_args()
     results, context = {}, None
     for job in JOBS:
-        path = given.results / f"{job}.json"
-        if path.exists():
-            results[job], context = read(path)
+        paths = [p for p in (given.results / f"{job}.json", given.results / f"{job}.again.json") if p.exists()]
+        if paths:
+            results[job], context = read(paths)
     if not results:
         sys.exit(f"no results in {given.results}")
+    if given.missed:
+        print(*sorted({job for job, case, *_ in missed(goals(results)) if not reason(job, case)}))
+        return
+    if given.tables:
+        tables(given.tables, results)
     if given.document:
         versions = dict(l.split("=", 1) for l in given.versions.read_text().splitlines() if "=" in l)
         document(given.document, results, context, versions)
+    if given.tables or given.document:
         return
     for job, cases in results.items():
         print("\n".join([f"\n## {JOBS[job]}", ""] + (growth(cases)[0] if job == "growth" else table(cases))))
-    rows, met, total = goals(results)
-    print("\n".join(["", f"## Goals: {met} of {total} met", ""] + rows))
+    found = goals(results)
+    print("\n".join(["", f"## Goals: {len(found) - len(missed(found))} of {len(found)} met", "", *goal_table(found)]))
 
 
 if __name__ == "__main__":
