@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Sourced by the commands of this folder: where the project is, and one way to give up.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -14,15 +15,23 @@ say() { printf '\n== %s\n' "$*"; }
 # usage: what stands at the top of the command's file.
 usage() { sed -n '2,/^[^#]/s/^# //p' "script/$(basename "$0")"; }
 
-# refuse OPTION: ends the command at an option that it does not have.
+# refuse WORD [SENTENCE...]: ends the command at a word that it does not know, and shows those it does.
 refuse() {
     usage >&2
-    die "there is no option '$1'."
+    die "there is no '$1'.${2:+ ${*:2}}"
+}
+
+# files NAME...: the project's files of these names, with or without git.
+files() {
+    local names=()
+    for name in "$@"; do names+=(-o -name "$name"); done
+    find . \( -path ./build -o -path ./.git \) -prune -o -type f \( "${names[@]:1}" \) -printf '%P\n' | LC_ALL=C sort
 }
 
 # test_option OPTION...: takes the first one, if it is of those that every command with tests has.
 # `taken` is how many words that were, `chosen` what ctest is to be told.
 chosen=()
+# shellcheck disable=SC2034
 test_option() {
     taken=1
     case $1 in
@@ -55,6 +64,7 @@ build() {
     fi
     local log
     log=$(mktemp)
+    say "Building preset $preset"
     if ! cmake --preset "$preset" ${MORVEL_TOLERATE_WARNINGS:+--compile-no-warning-as-error} >"$log" 2>&1; then
         cat "$log" >&2
         rm -f "$log"
