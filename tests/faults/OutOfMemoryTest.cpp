@@ -125,7 +125,7 @@ TEST(OutOfMemory, LeavesWhatIsPromised) {
     const NString number(digits.substr(0, 3) + Repeated(",000"s, 20));
     const NString text(manyNumbers, EncodingUTF8), comma(",");
     // The mark makes it a text to be converted; any other is read where it lies.
-    const std::string date = Mark + "2001-02-03 04:05:06" + std::string(40, ' ');
+    const std::string date = Mark + "2001-02-03 04:05:06";
     const std::string format = "%Y-%m-%d %H:%M:%S", now = std::to_string(NDateTime().Year());
     const TemporaryFolder folder;
     const NFile file{NString(folder.Write("a file with a name that is long enough", "text"))};
@@ -234,7 +234,7 @@ TEST(OutOfMemory, Documents) {
     const std::string children = Repeated("<c/>"s, 40), o = "<o>" + children + "</o>";
     NDataContainerArray array;
     array.push_back(new NXML);
-    array.back()->FromText(xml);
+    ASSERT_TRUE(array.back()->FromText(xml));
     const struct {
         const char* what;
         std::string done;
@@ -270,8 +270,7 @@ TEST(OutOfMemory, Documents) {
     for (const auto& row : rows) {
         _expect(row.what, row.done, row.failed, [&](const Attempt& attempt) {
             NXML document, other;
-            document.FromText(xml);
-            other.FromText(o);
+            EXPECT_TRUE(document.FromText(xml) && other.FromText(o));
             const std::string result = attempt([&] { return row.operation(document, other); });
             const std::string text = other.ToText(0);
             EXPECT_TRUE(other.FromText(xml)) << "can be used again";
