@@ -4,7 +4,7 @@
 
 #include <morvel/files/ThrowTranslated.h>
 #include <morvel/platform/platform.h>
-#include <morvel/text/RawText.h>
+#include <morvel/text/Conversion.h>
 
 // POCO's headers may have brought windows.h in.
 #undef CreateDirectory
@@ -13,7 +13,9 @@
 namespace {
 
 Poco::File _pocoFile(const NString& path) {
-    if (morvel::KeepsItsBytes(path, EncodingUTF8)) return Poco::File(path.Data());
+    if (morvel::KeepsBytes(path.Data(), path.Encoding(), EncodingUTF8)) {
+        return Poco::File(path.Data());
+    }
     NString converted(path);
     converted.ConvertTo(EncodingUTF8);
     return Poco::File(converted.Data());

@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include <morvel/text/Codecs.h>
+#include <morvel/text/NfcQuickCheck.h>
 
 using morvel::Transcoder;
 
@@ -67,41 +68,27 @@ char* _transcode(const unsigned char*& from, const unsigned char* stop, const un
     return to;
 }
 
-template <class From>
-Transcoder _to(NStringEncoding to) {
-    switch (to) {
-        case EncodingASCII:
-            return _transcode<From, morvel::AsciiCodec>;
-        case EncodingLatin1:
-            return _transcode<From, morvel::Latin1Codec>;
-        case EncodingLatin9:
-            return _transcode<From, morvel::Latin9Codec>;
-        case EncodingUTF8:
-            return _transcode<From, morvel::Utf8Codec>;
-        case EncodingUTF16:
-            return _transcode<From, morvel::Utf16Codec>;
-        default:
-            return nullptr;
-    }
+// The encodings that have a codec, in the order of their numbers.
+constexpr unsigned CodecCount = 5;
+constexpr unsigned _codecIndex(NStringEncoding encoding) {
+    return encoding - EncodingASCII;
 }
+
+template <class From>
+constexpr Transcoder To[CodecCount] = {
+    _transcode<From, morvel::AsciiCodec>, _transcode<From, morvel::Latin1Codec>,
+    _transcode<From, morvel::Latin9Codec>, _transcode<From, morvel::Utf8Codec>,
+    _transcode<From, morvel::Utf16Codec>};
+
+constexpr const Transcoder* Pairs[CodecCount] = {To<morvel::AsciiCodec>, To<morvel::Latin1Codec>,
+                                                 To<morvel::Latin9Codec>, To<morvel::Utf8Codec>,
+                                                 To<morvel::Utf16Codec>};
 
 }  // namespace
 
 Transcoder morvel::PortableTranscoder(NStringEncoding from, NStringEncoding to) {
-    switch (from) {
-        case EncodingASCII:
-            return _to<AsciiCodec>(to);
-        case EncodingLatin1:
-            return _to<Latin1Codec>(to);
-        case EncodingLatin9:
-            return _to<Latin9Codec>(to);
-        case EncodingUTF8:
-            return _to<Utf8Codec>(to);
-        case EncodingUTF16:
-            return _to<Utf16Codec>(to);
-        default:
-            return nullptr;
-    }
+    const unsigned row = _codecIndex(from), column = _codecIndex(to);
+    return row < CodecCount && column < CodecCount ? Pairs[row][column] : nullptr;
 }
 
 // Chunk by chunk through the stack: a string that is resized first would be filled with zeros, half
@@ -132,4 +119,9 @@ bool morvel::Transcode(std::string_view text, NStringEncoding from, NStringEncod
     if (transcoder == nullptr) transcoder = PortableTranscoder(from, to);
     if (transcoder != nullptr) Transcode(text, transcoder, out);
     return transcoder != nullptr;
+}
+
+bool morvel::KeepsBytes(std::string_view text, NStringEncoding from, NStringEncoding to) {
+    if (from == to) return from != EncodingUTF8 || NfcQuickCheck(text);
+    return from < EncodingUTF16 && to < EncodingUTF16 && IsAscii(text);
 }

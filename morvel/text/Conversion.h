@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -27,5 +29,19 @@ void Transcode(std::string_view text, Transcoder transcoder, std::string* out);
 
 /// The same with the quickest transcoder of the pair; false where it has none.
 bool Transcode(std::string_view text, NStringEncoding from, NStringEncoding to, std::string* out);
+
+/// Whether ConvertTo(to) leaves all bytes of a text under the tag `from` as they are, a conversion
+/// that is refused aside.
+bool KeepsBytes(std::string_view text, NStringEncoding from, NStringEncoding to);
+
+/// Bytes, at any address, as wide units; an odd last byte is left out.
+inline NWideString WideFromBytes(std::string_view bytes) {
+    NWideString wide(bytes.size() / sizeof(NWideChar), NWideChar());
+    if (!wide.empty()) std::memcpy(&wide[0], bytes.data(), wide.size() * sizeof(NWideChar));
+    return wide;
+}
+inline std::string BytesFromWide(const NWideString& wide) {
+    return std::string(reinterpret_cast<const char*>(wide.data()), wide.size() * sizeof(NWideChar));
+}
 
 }  // namespace morvel

@@ -6,10 +6,11 @@
 #include <utility>
 
 #include <morvel/platform/platform.h>
-#include <morvel/text/RawText.h>
+#include <morvel/text/ByteOrderMark.h>
+#include <morvel/text/Conversion.h>
 
+using morvel::BomOf;
 using morvel::ByteOrderMark;
-using morvel::MarkOf;
 
 namespace {
 
@@ -22,7 +23,7 @@ std::string _utf8FromWideBytes(const char* bytes) {
     const char* end = bytes;
     for (NWideChar unit; std::memcpy(&unit, end, sizeof unit), unit != 0;) end += sizeof unit;
     return _utf8FromWide(
-        morvel::WideFromBytes(bytes, static_cast<std::size_t>(end - bytes)).c_str());
+        morvel::WideFromBytes({bytes, static_cast<std::size_t>(end - bytes)}).c_str());
 }
 
 std::string_view _countedText(const unsigned char* counted) {
@@ -30,8 +31,8 @@ std::string_view _countedText(const unsigned char* counted) {
     return all.substr(0, all.find('\0'));
 }
 
-std::string _withoutMark(std::string_view bytes) {
-    return std::string(bytes.substr(MarkOf(bytes).length));
+std::string _withoutBom(std::string_view bytes) {
+    return std::string(bytes.substr(BomOf(bytes).length));
 }
 
 }  // namespace
@@ -51,15 +52,15 @@ NString::NString(NString&& other) noexcept
 NString::NString(const std::string& text) : NString(text, EncodingSystem) {}
 
 NString::NString(const std::string& text, NStringEncoding fallback)
-    : _data(_withoutMark(text)), _encoding(fallback) {
-    const ByteOrderMark mark = MarkOf(text);
-    if (mark.length != 0) _encoding = mark.encoding;
+    : _data(_withoutBom(text)), _encoding(fallback) {
+    const ByteOrderMark bom = BomOf(text);
+    if (bom.length != 0) _encoding = bom.encoding;
     if (_encoding == EncodingUTF8) NString::Normalize(FormNFC);
 }
 
 NString::NString(const NWideString& text) : _encoding(EncodingUTF8) {
-    const bool swappedMark = !text.empty() && text.front() == 0xFFFE;
-    _data = _utf8FromWide(text.c_str() + (swappedMark ? 1 : 0));
+    const bool swappedBom = !text.empty() && text.front() == 0xFFFE;
+    _data = _utf8FromWide(text.c_str() + (swappedBom ? 1 : 0));
 }
 
 NString::NString(const NWideChar* text) : _data(_utf8FromWide(text)), _encoding(EncodingUTF8) {}
@@ -67,14 +68,14 @@ NString::NString(const NWideChar* text) : _data(_utf8FromWide(text)), _encoding(
 NString::NString(const char* text) {
     if (text == nullptr) return;
     const std::string_view bytes(text);
-    const ByteOrderMark mark = MarkOf(bytes);
-    if (mark.encoding == EncodingUTF16) {
-        _data = _utf8FromWideBytes(text + mark.length);
+    const ByteOrderMark bom = BomOf(bytes);
+    if (bom.encoding == EncodingUTF16) {
+        _data = _utf8FromWideBytes(text + bom.length);
         _encoding = EncodingUTF8;
         return;
     }
-    _data = bytes.substr(mark.length);
-    _encoding = mark.encoding;
+    _data = bytes.substr(bom.length);
+    _encoding = bom.encoding;
     if (_encoding == EncodingUTF8) NString::Normalize(FormNFC);
 }
 
@@ -84,15 +85,15 @@ NString::NString(const char* text, NStringEncoding encoding) : _encoding(encodin
         _encoding = EncodingUTF8;
         return;
     }
-    _data = _withoutMark(text);
+    _data = _withoutBom(text);
     if (encoding == EncodingUTF8) NString::Normalize(FormNFC);
 }
 
 NString::NString(const unsigned char* counted)
-    : NString(counted, MarkOf(_countedText(counted)).encoding) {}
+    : NString(counted, BomOf(_countedText(counted)).encoding) {}
 
 NString::NString(const unsigned char* counted, NStringEncoding encoding)
-    : _data(_withoutMark(_countedText(counted))), _encoding(encoding) {
+    : _data(_withoutBom(_countedText(counted))), _encoding(encoding) {
     if (encoding == EncodingUTF8) NString::Normalize(FormNFC);
 }
 

@@ -12,18 +12,14 @@
 #include <Poco/URI.h>
 
 #include <morvel/platform/platform.h>
+#include <morvel/text/ByteOrderMark.h>
 #include <morvel/text/Conversion.h>
 #include <morvel/text/NfcQuickCheck.h>
 #include <morvel/text/Normalization.h>
-#include <morvel/text/RawText.h>
 
 namespace platform = morvel::platform;
 
 namespace {
-
-bool _isOfBytes(NStringEncoding encoding) {
-    return encoding <= EncodingUTF8;
-}
 
 // Converts `text`, the system's narrow encoding by way of wide text as the platform has it. False
 // where either encoding is none.
@@ -36,7 +32,7 @@ bool _transcode(const std::string& text, NStringEncoding from, NStringEncoding t
     if (to != EncodingSystem) return morvel::Transcode(text, from, to, out);
     std::string bytes;
     if (!morvel::Transcode(text, from, EncodingUTF16, &bytes)) return false;
-    const NWideString wide = morvel::WideFromBytes(bytes.data(), bytes.size());
+    const NWideString wide = morvel::WideFromBytes(bytes);
     *out = platform::NarrowFromWide(wide.c_str(), platform::CodePageSystem);
     return true;
 }
@@ -45,12 +41,13 @@ std::int32_t _codePage(std::int32_t codePage) {
     return codePage < 0 ? platform::CodePageUtf8 : codePage;
 }
 
-// `text` with the mark of `encoding`, if that has one, in place of any that stands there.
-std::string _marked(std::string text, NStringEncoding encoding) {
-    text.erase(0, morvel::MarkOf(text).length);
+// `text` with the byte-order mark of `encoding`, if that has one, in place of any that stands
+// there.
+std::string _withBom(std::string text, NStringEncoding encoding) {
+    text.erase(0, morvel::BomOf(text).length);
     if (text.empty()) return text;
-    if (encoding == EncodingUTF8) text.insert(0, morvel::Utf8Mark);
-    if (encoding == EncodingUTF16) text.insert(0, morvel::Utf16Mark);
+    if (encoding == EncodingUTF8) text.insert(0, morvel::Utf8Bom);
+    if (encoding == EncodingUTF16) text.insert(0, morvel::Utf16Bom);
     return text;
 }
 
@@ -119,14 +116,11 @@ bool _decodeWholeGroups(const std::string& digits, std::string* bytes) {
 bool NString::ConvertTo(NStringEncoding encoding) {
     if (_encoding == EncodingUTF8) Normalize(FormNFC);
     if (_encoding == encoding) return true;
-    if (_isOfBytes(_encoding) && _isOfBytes(encoding) && morvel::IsAscii(_data)) {
-        _encoding = encoding;  // the way through the converters would give the same bytes
-        return true;
+    if (!morvel::KeepsBytes(_data, _encoding, encoding)) {
+        std::string result;
+        if (!_transcode(_data, _encoding, encoding, &result)) return false;
+        _data = std::move(result);
     }
-
-    std::string result;
-    if (!_transcode(_data, _encoding, encoding, &result)) return false;
-    _data = std::move(result);
     _encoding = encoding;
     return true;
 }
@@ -145,13 +139,13 @@ void NString::SwapBytes() {
 
 const std::string& NString::Converted(NStringEncoding encoding) const {
     // What ConvertTo would do to a copy, without the copy where that can be.
-    if (_encoding == EncodingUTF8 && !morvel::NfcQuickCheck(_data)) {
+    if (morvel::KeepsBytes(_data, _encoding, encoding)) {
+        _cache = _data;
+    } else if (_encoding == EncodingUTF8 && !morvel::NfcQuickCheck(_data)) {
         NString copy(*this);
         copy.ConvertTo(encoding);
         _cache = std::move(copy._data);
-    } else if (encoding == _encoding ||
-               (_isOfBytes(_encoding) && _isOfBytes(encoding) && morvel::IsAscii(_data)) ||
-               !_transcode(_data, _encoding, encoding, &_cache)) {
+    } else if (!_transcode(_data, _encoding, encoding, &_cache)) {
         _cache = _data;
     }
     return _cache;
@@ -162,12 +156,12 @@ const char* NString::Data(NStringEncoding encoding) const {
 }
 
 std::string NString::DataWithBOM(NStringEncoding encoding) const {
-    _cache = _marked(Converted(encoding), encoding);
+    _cache = _withBom(Converted(encoding), encoding);
     return _cache;
 }
 
 std::string NString::DataWithBOM() const {
-    _cache = _marked(_data, _encoding);
+    _cache = _withBom(_data, _encoding);
     return _cache;
 }
 

@@ -12,7 +12,7 @@
 
 #include <morvel/platform/platform.h>
 #include <morvel/platform/processor.h>
-#include <morvel/text/RawText.h>
+#include <morvel/text/Conversion.h>
 
 namespace {
 
@@ -21,7 +21,7 @@ constexpr std::size_t NotFound = std::string::npos;
 /// Calls `use` with the bytes of `text` as ConvertTo(encoding) would leave them.
 template <class Use>
 auto _withBytesIn(NStringEncoding encoding, const NString& text, Use use) {
-    if (morvel::KeepsItsBytes(text, encoding)) return use(text.Data());
+    if (morvel::KeepsBytes(text.Data(), text.Encoding(), encoding)) return use(text.Data());
     NString converted(text);
     converted.ConvertTo(encoding);
     return use(converted.Data());

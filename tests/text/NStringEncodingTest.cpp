@@ -4,7 +4,7 @@
 #include <Poco/Base64Encoder.h>
 #include <Poco/Exception.h>
 
-#include <morvel/text/RawText.h>
+#include <morvel/text/Conversion.h>
 #include <tests/support/Test.h>
 #include <tests/support/Text.h>
 

@@ -1,6 +1,6 @@
 #include <morvel/text/NString.h>
 
-#include <morvel/text/RawText.h>
+#include <morvel/text/Conversion.h>
 #include <tests/support/Test.h>
 #include <tests/support/Text.h>
 
