@@ -1,6 +1,7 @@
 #include <morvel/platform/platform.h>
 
 #include <fcntl.h>
+#include <locale.h>
 #include <pwd.h>
 #include <strings.h>
 #include <sys/file.h>
@@ -201,6 +202,12 @@ void makeSemaphore(key_t key) {
     }
 }
 
+// Not the locale that the application has set: there I may fold to a dotless i, E9 to C9.
+locale_t _asciiLocale() {
+    static const locale_t locale = newlocale(LC_ALL_MASK, "C", nullptr);
+    return locale;
+}
+
 }  // namespace
 
 std::string NarrowFromWide(const NWideChar* text, std::int32_t codePage) {
@@ -243,11 +250,11 @@ NWideString WideFromNarrow(const char* text, std::int32_t codePage) {
 }
 
 int CompareNoCase(const char* a, const char* b) {
-    return strcasecmp(a, b);
+    return strcasecmp_l(a, b, _asciiLocale());
 }
 
 int CompareNoCase(const char* a, const char* b, std::size_t count) {
-    return strncasecmp(a, b, count);
+    return strncasecmp_l(a, b, count, _asciiLocale());
 }
 
 NativeName NativeFileName(const NWideString& name) {

@@ -1,4 +1,10 @@
 #include <morvel/text/NString.h>
+
+#include <Poco/Environment.h>
+
+#include <clocale>
+
+#include <tests/support/TemporaryFolder.h>
 #include <tests/support/Test.h>
 #include <tests/support/Text.h>
 
@@ -238,6 +244,22 @@ TEST(NStringSearch, OverloadsEndInTheOneThatASubclassOverrides) {
                                                    "TrimLeft", "TrimRight", "a>b", "c>d"));
     EXPECT_EQ(text.Left(2), "Mid ab");
     EXPECT_EQ(text.Right(2), "Mid de");
+}
+
+// The application's locale may have other pairs of letters: I and a dotless i, E9 and C9.
+TEST(NStringSearch, ComparesWithoutCaseAsAsciiInEveryLocale) {
+    const TemporaryFolder folder;
+    std::system(("localedef -i tr_TR -f ISO-8859-9 " + folder.File("tr_TR") + " 2>&1").c_str());
+    Poco::Environment::set("LOCPATH", folder.File(""));
+    if (OnWindows || std::setlocale(LC_ALL, "tr_TR") == nullptr) {
+        GTEST_SKIP() << "localedef and the sources of the locales make the locale that this needs";
+    }
+    const NString title = Raw("TITLE \xC9", EncodingLatin1);
+    const int ascii = title.CompareNoCase("title \xC9", EncodingLatin1);
+    const int latin = title.CompareNoCase("title \xE9", EncodingLatin1);
+    const int first = title.CompareNoCaseN("title \xE9", EncodingLatin1, 6);
+    std::setlocale(LC_ALL, "C");
+    EXPECT_TRUE(ascii == 0 && latin < 0 && first == 0) << ascii << ' ' << latin << ' ' << first;
 }
 
 }  // namespace
