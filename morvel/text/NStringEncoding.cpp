@@ -222,13 +222,13 @@ void NString::EncodeBase64() {
 }
 
 void NString::DecodeBase64(unsigned char* out, std::uint32_t* count) const {
+    *count = 0;
     std::string bytes;
     if (_decodeWholeGroups(_data, &bytes)) {
         if (out != nullptr) std::copy(bytes.begin(), bytes.end(), out);
         *count = static_cast<std::uint32_t>(bytes.size());
         return;
     }
-    *count = 0;
     std::istringstream digits(_data);
     Poco::Base64Decoder decoder(digits);
     for (int c = decoder.get(); decoder.good(); c = decoder.get()) {

@@ -169,6 +169,13 @@ TEST(OutOfMemory, LeavesWhatIsPromised) {
         return attempt([&] { return NDateTime::Parse(format, date, zone).Year(); });
     };
     _expect("Parse", "2001", now, parse, 1);  // the C library's copy of the zone's name, each time
+    const NString base64(digits);
+    _expect("DecodeBase64", "45", noMemory + "0", [&](const Attempt& attempt) {
+        std::uint32_t count = 99;
+        const auto decode = [&] { return base64.DecodeBase64(nullptr, &count), ""; };
+        const std::string status = attempt(decode);
+        return status + std::to_string(count);
+    });
     const auto open = [&](const Attempt& attempt) {
         NFileStream stream;
         const auto read = [&] { return stream.Open(file, NFileStream::ModeRead); };
