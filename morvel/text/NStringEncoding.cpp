@@ -1,5 +1,5 @@
 // Between encodings and forms: conversion, normalisation, exports, URL escapes, Base64. Covered by
-// NStringEncodingTest.
+// NStringTest and ConversionTest.
 #include <morvel/text/NString.h>
 
 #include <algorithm>

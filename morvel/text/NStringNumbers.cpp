@@ -1,5 +1,5 @@
 // NString: between text and numbers, formatting. The digits of decimal numbers are POCO's. Covered
-// by NStringNumbersTest.
+// by NStringTest.
 #include <morvel/text/NString.h>
 
 #include <algorithm>

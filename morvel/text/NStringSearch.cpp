@@ -1,5 +1,5 @@
 // NString: comparing, appending, case, trimming, parts, searching and replacing, all of it by
-// bytes. Covered by NStringSearchTest.
+// bytes. Covered by NStringTest.
 #include <morvel/text/NString.h>
 
 #include <algorithm>

@@ -1,194 +1,111 @@
 #include <morvel/text/Conversion.h>
 
-#include <Poco/ASCIIEncoding.h>
-#include <Poco/Latin1Encoding.h>
-#include <Poco/Latin9Encoding.h>
-#include <Poco/TextConverter.h>
-#include <Poco/UTF16Encoding.h>
-#include <Poco/UTF8Encoding.h>
-
-#include <string_view>
-
-#include <tests/support/Test.h>
+#include <tests/support/Generated.h>
+#include <tests/support/GuardedMemory.h>
+#include <tests/text/ReferenceText.h>
 
 namespace {
 
-std::unique_ptr<Poco::TextEncoding> pocoEncoding(NStringEncoding encoding) {
-    if (encoding == EncodingASCII) return std::make_unique<Poco::ASCIIEncoding>();
-    if (encoding == EncodingLatin1) return std::make_unique<Poco::Latin1Encoding>();
-    if (encoding == EncodingLatin9) return std::make_unique<Poco::Latin9Encoding>();
-    if (encoding == EncodingUTF8) return std::make_unique<Poco::UTF8Encoding>();
-    return std::make_unique<Poco::UTF16Encoding>(Poco::UTF16Encoding::NATIVE_BYTE_ORDER);
+using namespace morvel::test;
+using namespace std::string_literals;
+
+// With SIMD and without it comes out what POCO gives.
+void _expectAsByPoco(const std::string& bytes, NStringEncoding from, NStringEncoding to,
+                     bool atFront) {
+    const std::string_view text = Guarded(bytes, atFront);
+    const std::string expected = ByPoco(bytes, from, to);
+    std::string simd = "left from the last conversion", portable = simd;
+    ASSERT_TRUE(morvel::Transcode(text, from, to, &simd));
+    morvel::Transcode(text, morvel::PortableTranscoder(from, to), &portable);
+    ASSERT_EQ(simd, expected) << testing::PrintToString(bytes) << " from " << from;
+    ASSERT_EQ(portable, expected) << testing::PrintToString(bytes) << " from " << from;
 }
 
-// POCO's result, but that a low surrogate alone is malformed.
-std::string byPoco(std::string text, NStringEncoding from, NStringEncoding to) {
-    for (std::size_t i = 1; from == EncodingUTF16 && i < text.size(); i += 2) {
-        const int kind = text[i] & 0xFC;
-        if (kind == 0xD8) i += 2;
-        if (kind == 0xDC) text.replace(i - 1, 2, "?\0", 2);
+// At every alignment to a block of 16 bytes and across the edge of four, which are classified
+// together, among one character over and over: with more of it behind, and with nothing behind but
+// memory without access.
+void _expectAtEveryAlignment(const std::string& piece, const std::string& filler,
+                             NStringEncoding from, NStringEncoding to) {
+    const std::string ascii = from == Utf16 ? "a\0"s : "a"s;
+    const auto front = [&](std::size_t size) {
+        const std::size_t left = size % filler.size() / ascii.size();
+        return Repeated(ascii, left) + Repeated(filler, size / filler.size());
+    };
+    for (std::size_t offset = 44; offset <= 66; offset += ascii.size()) {
+        _expectAsByPoco(front(offset) + piece + front(80), from, to, true);
+        _expectAsByPoco(front(offset) + piece, from, to, false);
+        if (testing::Test::HasFailure()) return;
     }
-    std::string result;
-    const auto source = pocoEncoding(from), target = pocoEncoding(to);
-    Poco::TextConverter(*source, *target, '?').convert(text, result);
-    return result;
 }
 
-constexpr NStringEncoding encodings[] = {EncodingASCII, EncodingLatin1, EncodingLatin9,
-                                         EncodingUTF8, EncodingUTF16};
-
-void expectAsByPoco(const std::string& bytes, NStringEncoding from, NStringEncoding to) {
-    SCOPED_TRACE(testing::Message() << from << " to " << to);
-    // Ends where its block of memory does, so that the sanitizer sees any byte read behind it.
-    const std::vector<char> exact(bytes.begin(), bytes.end());
-    const std::string_view text(exact.data(), exact.size());
-    const std::string expected = byPoco(bytes, from, to);
-    std::string actual = "left from the last conversion";
-    ASSERT_TRUE(morvel::Transcode(text, from, to, &actual));
-    ASSERT_EQ(actual, expected);
-    morvel::Transcode(text, morvel::PortableTranscoder(from, to), &actual);
-    ASSERT_EQ(actual, expected);
+// All that a table of 256 bytes could have wrong, and all that a target could lack. Many units
+// together take the ways that long text takes.
+TEST(Conversion, EveryByteAndUnit) {
+    const NStringEncoding tags[] = {Sys, Ascii, Latin1, Latin9, Utf8, Utf16};
+    for (const NStringEncoding from : tags) {
+        for (unsigned c = 0; c < (from == Utf16 ? 0x10000 : 0x100); c += from == Utf16 ? 64 : 1) {
+            ReferenceText reference(from);
+            for (unsigned unit = c; from == Utf16 && unit < c + 64; ++unit) {
+                reference.data += {static_cast<char>(unit), static_cast<char>(unit >> 8), 'a', 0};
+            }
+            if (from != Utf16) reference.data = static_cast<char>(c);
+            for (const NStringEncoding to : tags) {
+                NString text = Raw(reference.data, from);
+                ASSERT_TRUE(text.ConvertTo(to));
+                ASSERT_EQ(text.Data(), reference.In(to)) << c << ", " << from << " to " << to;
+            }
+        }
+    }
 }
 
-void expectAsByPoco(const std::string& bytes) {
-    expectAsByPoco(bytes, EncodingLatin1, EncodingUTF8);
-    expectAsByPoco(bytes, EncodingUTF8, EncodingUTF16);
-    expectAsByPoco(bytes, EncodingUTF16, EncodingUTF8);
+TEST(Conversion, Utf8OfEveryKindAtEveryAlignment) {
+    const std::string fillers[] = {"a", "\xC3\xA9", "\xE6\xBC\xA2", "\xF0\x9F\x98\x80"};
+    const auto bytes = "\x22\x7F\x80\x8F\x90\x9F\xA0\xBF\xC2"s, some = "\x22\x80\xBF\xC2"s;
+    std::size_t turn = 0;
+    for (const char lead : "\x41\x80\xBF\xC0\xC1\xC2\xDF\xE0\xE1\xED\xEF\xF0\xF1\xF4\xF5\xFF"s) {
+        for (const char second : bytes) {
+            for (std::size_t i = 0; i < some.size() * some.size(); ++i) {
+                const std::string piece = {lead, second, some[i / some.size()],
+                                           some[i % some.size()]};
+                const std::string& filler = fillers[turn++ % std::size(fillers)];
+                _expectAtEveryAlignment(piece.substr(0, 4 - turn % 3 % 2), filler, Utf8, Utf16);
+                if (HasFailure()) return;
+            }
+        }
+    }
 }
 
-std::string utf8(char32_t c) {
-    const int low = static_cast<int>(c);
-    unsigned char bytes[4];
-    const int count = Poco::UTF8Encoding().convert(low, bytes, 4);
-    return std::string(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(count));
+TEST(Conversion, Utf16OfEveryKindAtEveryAlignment) {
+    const std::string fillers[] = {"a\0"s, "\xE9\0"s, "\x22\x6F"s, "\x3D\xD8\x00\xDE"s};
+    const std::vector<NWideString> units = {Wide({0}),      Wide({0x7F}),   Wide({0x80}),
+                                            Wide({0x7FF}),  Wide({0x800}),  Wide({0xD7FF}),
+                                            Wide({0xD800}), Wide({0xDBFF}), Wide({0xDC00}),
+                                            Wide({0xDFFF}), Wide({0xE000}), Wide({0xFFFF})};
+    for (std::size_t i = 0; i < 12 * 12 * 12; ++i) {
+        const std::string piece = BytesOf(units[i / 144] + units[i / 12 % 12] + units[i % 12]);
+        _expectAtEveryAlignment(piece.substr(i % 2), fillers[i % 4], Utf16, Utf8);
+        if (HasFailure()) return;
+    }
 }
 
-// Whole characters of each length, and what lies beside the borders.
-const std::vector<std::string> whole = {"a",
-                                        "plain text ",
-                                        std::string(33, 'x'),
-                                        std::string(1, '\0'),
-                                        "\x7F",
-                                        "\xC2\x80",
-                                        "\xC3\xA9",
-                                        "\xDF\xBF",
-                                        "\xE0\xA0\x80",
-                                        "\xE2\x82\xAC",
-                                        "\xED\x9F\xBF",
-                                        "\xEE\x80\x80",
-                                        "\xEF\xBB\xBF",
-                                        "\xEF\xBF\xBF",
-                                        "\xF0\x90\x80\x80",
-                                        "\xF4\x8F\xBF\xBF"};
-const std::vector<std::string> broken = {"\x80",
-                                         "\xBF",
-                                         "\xC0",
-                                         "\xC1\xBF",
-                                         "\xC2",
-                                         "\xE0\x80\x80",
-                                         "\xE0\x9F\xBF",
-                                         "\xE2\x82",
-                                         "\xE2\x82" + std::string(64, 'x') + "\xAC",
-                                         "\xED\xA0\x80",
-                                         "\xF0\x8F\xBF\xBF",
-                                         "\xF0\x9F\x98",
-                                         "\xF4\x90\x80\x80",
-                                         "\xF5\x80\x80\x80",
-                                         "\xFF",
-                                         "\x3D\xD8\x00\xDE",
-                                         "\x3D\xD8",
-                                         std::string("\x00\xDE", 2)};
+TEST(Conversion, AnyMixture) {
+    const int edges[] = {0,     'a',    0x7F,   0x80,   0xE9,    0x7FF,
+                         0x800, 0xD7FF, 0xE000, 0xFFFF, 0x10000, 0x10FFFF};
+    ForEachDraw(15000, [&](Draw& draw) {
+        std::string text = draw.Bytes(9);
+        for (std::size_t left = draw.Below(60); left > 0; --left) {
+            text += draw.OneIn(9) ? std::string(33, 'x') : Utf8Of(draw.Of(edges));
+        }
+        std::string wide = ByPoco(text, Utf8, Utf16);
+        for (std::string* bytes : {&text, &wide}) {
+            for (std::size_t faults = draw.Below(7); faults > 3; --faults) {
+                bytes->replace(draw.Below(bytes->size() + 1), draw.Below(3), draw.Bytes(2));
+            }
+        }
+        _expectAsByPoco(text, Latin1, Utf8, draw.OneIn(2));
+        _expectAsByPoco(text, Utf8, Utf16, draw.OneIn(2));
+        _expectAsByPoco(wide, Utf16, Utf8, draw.OneIn(2));
+    });
+}
 
 }  // namespace
-
-// Each alone, in front of and behind ASCII of all lengths that a block is looked at in.
-TEST(Conversion, TakesEveryCodePointThereAndBack) {
-    const std::string ascii(70, 'a');
-    std::string wide, back;
-    for (char32_t c = 0; c <= 0x10FFFF; c += c < 0x3000 ? 1 : 7) {
-        if (c >= 0xD800 && c <= 0xDFFF) continue;
-        const std::size_t around = c % 71;
-        const std::string text = ascii.substr(0, around) + utf8(c) + ascii.substr(around);
-        ASSERT_TRUE(morvel::Transcode(text, EncodingUTF8, EncodingUTF16, &wide)) << c;
-        ASSERT_EQ(wide, byPoco(text, EncodingUTF8, EncodingUTF16)) << c;
-        ASSERT_TRUE(morvel::Transcode(wide, EncodingUTF16, EncodingUTF8, &back)) << c;
-        ASSERT_EQ(back, text) << c;
-    }
-}
-
-// At every place of the blocks that are looked at together, among characters of each length.
-TEST(Conversion, GivesWhatPocoGivesAtEveryPlaceOfABlock) {
-    const std::string fillers[] = {"a",
-                                   "\xC3\xA9",
-                                   "\xE6\xBC\xA2",
-                                   "\xF0\x9F\x98\x80",
-                                   std::string("w\0", 2),
-                                   std::string("\x3D\xD8\x00\xDE", 4)};
-    for (const std::string& filler : fillers) {
-        for (std::string front; front.size() < 70; front += filler) {
-            for (const auto* pieces : {&whole, &broken}) {
-                for (const std::string& piece : *pieces) {
-                    std::string text = front + piece;
-                    while (text.size() < 200) text += filler;
-                    expectAsByPoco(text);
-                    if (HasFatalFailure()) return;
-                }
-            }
-        }
-    }
-}
-
-TEST(Conversion, GivesWhatPocoGivesForAnyMixture) {
-    std::mt19937 engine(1);
-    const auto any = [&](const std::vector<std::string>& pieces) {
-        return pieces[engine() % pieces.size()];
-    };
-    for (int turn = 0; turn < 20000; ++turn) {
-        const unsigned oneIn = 1u << engine() % 8;
-        std::string text;
-        for (unsigned count = engine() % 60; count > 0; --count) {
-            text += engine() % 128 < oneIn ? any(broken) : any(whole);
-        }
-        expectAsByPoco(text);
-        std::string wide = byPoco(text, EncodingUTF8, EncodingUTF16);
-        if (turn % 2 != 0 && !wide.empty()) wide.erase(engine() % wide.size() & ~std::size_t{1}, 2);
-        expectAsByPoco(wide);
-        if (HasFatalFailure()) return;
-    }
-    for (int turn = 0; turn < 40000; ++turn) {
-        std::string text(engine() % 10, '\0');
-        for (char& c : text) c = static_cast<char>(engine());
-        expectAsByPoco(text);
-        if (HasFatalFailure()) return;
-    }
-}
-
-// All that a table of 256 bytes could have wrong, and all that a target could lack.
-TEST(Conversion, GivesWhatPocoGivesForEveryByteAndUnit) {
-    for (const NStringEncoding from : encodings) {
-        for (const NStringEncoding to : encodings) {
-            if (from == to) continue;
-            const unsigned count = from == EncodingUTF16 ? 0x10000 : 0x100;
-            for (unsigned c = 0; c < count; ++c) {
-                std::string text(1, static_cast<char>(c));
-                if (count > 0x100) text += static_cast<char>(c >> 8);
-                expectAsByPoco(text, from, to);
-                if (HasFatalFailure()) return;
-            }
-            // Through UTF-16 where there is no straight way; U+1F600 is one character to lack.
-            const std::string text =
-                byPoco("caf\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80.", EncodingUTF8, from);
-            std::string result;
-            EXPECT_TRUE(morvel::Transcode(text, from, to, &result)) << from << " to " << to;
-            EXPECT_EQ(result, byPoco(text, from, to)) << from << " to " << to;
-        }
-    }
-}
-
-TEST(Conversion, RefusesOtherWays) {
-    std::string result;
-    for (const NStringEncoding encoding : {EncodingSystem, static_cast<NStringEncoding>(6)}) {
-        EXPECT_FALSE(morvel::Transcode("a", EncodingUTF8, encoding, &result));
-        EXPECT_FALSE(morvel::Transcode("a", encoding, EncodingUTF8, &result));
-    }
-}
