@@ -7,8 +7,11 @@
 #include <cstdlib>
 #include <functional>
 #include <memory>
+#include <numeric>
 #include <string>
+#include <thread>
 #include <utility>
+#include <vector>
 
 #include <morvel/text/NString.h>
 
@@ -90,6 +93,18 @@ void AddEqual(const std::string& name, Size size, Work work, const Expected& exp
     Add(
         name, size, std::move(work), [kept](const auto& result) { return Same(result, *kept); },
         clock);
+}
+
+/// Adds up what `work()` returns in each of `count` threads.
+template <class Work>
+auto InThreads(std::size_t count, Work work) {
+    std::vector<decltype(work())> results(count);
+    std::vector<std::thread> threads;
+    for (auto& result : results) {
+        threads.emplace_back([&result, work] { result = work(); });
+    }
+    for (std::thread& thread : threads) thread.join();
+    return std::accumulate(results.begin(), results.end(), decltype(work()){});
 }
 
 /// `pattern` over and over, cut to whole repetitions of at most `bytes`, at least one.

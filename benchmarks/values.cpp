@@ -36,6 +36,33 @@ pugi::xml_node _section(const pugi::xml_document& document, int i) {
         .child(("s" + std::to_string(i % 10)).c_str());
 }
 
+// `count` paths in one element, each to a name of two CJK characters.
+std::vector<std::string> _cjkPaths(std::size_t count) {
+    const auto character = [](std::size_t codePoint) {
+        return std::string{static_cast<char>(0xE0 | codePoint >> 12),
+                           static_cast<char>(0x80 | (codePoint >> 6 & 0x3F)),
+                           static_cast<char>(0x80 | (codePoint & 0x3F))};
+    };
+    std::vector<std::string> paths;
+    for (std::size_t i = 0; i < count; ++i) {
+        paths.push_back("list." + character(0x4E00 + i / 250) + character(0x4E00 + i % 250));
+    }
+    return paths;
+}
+
+// New elements in a document of their own, in one thread and in four with a document each.
+template <class Fill>
+void _addNewNames(const char* subject, Fill fill) {
+    for (const std::size_t count : {16000, 64000}) {
+        const std::string name = std::to_string(count / 1000) + ",000 new names";
+        const auto work = [fill, paths = _cjkPaths(count)] { return fill(paths); };
+        bench::AddEqual(name + '/' + subject, bench::Items(count), work, count);
+        bench::AddEqual(
+            name + ", four threads/" + subject, bench::Items(4 * count),
+            [work] { return bench::InThreads(4, work); }, 4 * count, bench::Clock::Wall);
+    }
+}
+
 }  // namespace
 
 void AddSubjects() {
@@ -149,4 +176,17 @@ void AddSubjects() {
             return sum;
         },
         expected);
+
+    _addNewNames("Morvel", [](const std::vector<std::string>& paths) {
+        NXML document;
+        document.CreateRoot("list");
+        std::size_t set = 0;
+        for (const std::string& path : paths) set += document.SetValue(path, std::string("v"));
+        return set;
+    });
+    _addNewNames("Boost property tree", [](const std::vector<std::string>& paths) {
+        pt::ptree document;
+        for (const std::string& path : paths) document.put(path, "v");
+        return document.get_child("list").size();
+    });
 }
