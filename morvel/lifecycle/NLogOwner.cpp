@@ -3,6 +3,7 @@
 #include <memory>
 
 #include <morvel/files/NFile.h>
+#include <morvel/logging/LogAsyncChannel.h>
 #include <morvel/logging/NLog.h>
 
 NLogOwner::NLogOwner() : _log(nullptr) {
@@ -23,6 +24,7 @@ NLogOwner::~NLogOwner() {
     if (_log == nullptr) {
         return;
     }
+    morvel::LogAsyncChannel::WriteAllIfAlone();
     NLog::Set(NLog::DefaultLog());
     delete _log;
     _log = nullptr;

@@ -12,18 +12,18 @@ const struct {
     const char* name;
 } lists[] = {{L"msvcrt.dll", "_onexit"}, {L"ucrtbase.dll", "_crt_atexit"}};
 
-int beforeTheEnd() {
+int _beforeTheEnd() {
     morvel::LogGate::CloseForTheEnd();
     return 0;
 }
 
-void joinTheListsOfExit() {
+void _joinExitHandlers() {
     for (const auto& list : lists) {
         const HMODULE runtime = GetModuleHandleW(list.runtime);
         if (runtime == nullptr) continue;
         using Add = void* (*)(int (*)());
         const FARPROC add = GetProcAddress(runtime, list.name);
-        if (add != nullptr) reinterpret_cast<Add>(reinterpret_cast<void*>(add))(beforeTheEnd);
+        if (add != nullptr) reinterpret_cast<Add>(reinterpret_cast<void*>(add))(_beforeTheEnd);
     }
 }
 
@@ -38,7 +38,7 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void* loadedWithP
         DisableThreadLibraryCalls(module);
         // Nothing is ever taken off those lists, so only a library that stays until the end may
         // stand on one. It stands there ahead of the program itself, and so its turn comes last.
-        if (loadedWithProgram != nullptr) joinTheListsOfExit();
+        if (loadedWithProgram != nullptr) _joinExitHandlers();
     }
     return TRUE;
 }

@@ -30,8 +30,8 @@ NMutex NMutex::_process;
 // The log's owner, which switches the log on or leaves it off. What it asks for while it goes is
 // cleaned up right behind it.
 namespace {
-const UnloadMark behindTheLog;
-NLogOwner logOwner;
+const UnloadMark _behindTheLog;
+NLogOwner _logOwner;
 }  // namespace
 
 // The record of the root class.
@@ -60,7 +60,7 @@ const std::string NDateTime::_monthNames[] = {"January",   "February", "March", 
 
 // Where exceptions end that an operation must not let through.
 Poco::FastMutex NErrorHandler::_mutex;
-static const UnloadMark behindTheHandler;
+static const UnloadMark _behindTheHandler;
 NErrorHandler* NErrorHandler::_handler = NErrorHandler::DefaultHandler();
 
 // What identifiers are usually made of, and the generator that draws them.
@@ -69,4 +69,4 @@ const std::string morvel::identifierAlphabet(
 morvel::IdentifierGenerator morvel::identifierGenerator;
 
 // Whatever comes into being later goes before all of the above.
-static const UnloadMark behindTheApplication;
+static const UnloadMark _behindTheApplication;

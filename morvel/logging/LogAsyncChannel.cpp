@@ -3,10 +3,9 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <mutex>
-#include <new>
 #include <utility>
-#include <vector>
 
 #include <Poco/Message.h>
 
@@ -15,174 +14,169 @@
 namespace morvel {
 namespace {
 constexpr std::size_t UsualCapacity = 64 << 10;
+constexpr int LinesOfAStep = 64;  // so that the lock is rarely taken by the writer
 
-platform::Mutex listLock;
-LogAsyncChannel* first = nullptr;
-}  // namespace
+platform::Mutex _listLock;
+LogAsyncChannel* _first = nullptr;
 
-// Lines in a row, each behind its length. Nothing moves or grows, so a line costs the same whether
-// few or many wait. All memory is written to at once: a caller would come to a new page with every
-// thirtieth line or so, and wait for the system to find one.
-struct LogAsyncChannel::Chunk {
-    Chunk(std::size_t capacity, std::uint64_t theBefore) : bytes(capacity), before(theBefore) {}
-
-    std::size_t Room() const { return bytes.size() - used.load(std::memory_order_relaxed); }
-
-    void Add(std::string_view head, std::string_view text) {
-        const std::size_t size = head.size() + text.size();
-        char* to = bytes.data() + used.load(std::memory_order_relaxed);
+// Lines in a row, each behind its length. A thread may be cut off in here, so nothing counts before
+// it is whole.
+struct Buffer {
+    void Append(std::string_view head, std::string_view text) {
+        const std::size_t size = head.size() + text.size() + 1;
+        if (sizeof size + size > capacity - used) {
+            _grow(used + sizeof size + size);
+        }
+        char* to = bytes.get() + used;
         std::memcpy(to, &size, sizeof size);
-        to += sizeof size;
-        std::copy(text.begin(), text.end(), std::copy(head.begin(), head.end(), to));
-        used.store(used.load(std::memory_order_relaxed) + sizeof size + size,
-                   std::memory_order_release);
+        to = std::copy(head.begin(), head.end(), to + sizeof size);
+        *std::copy(text.begin(), text.end(), to) = '\n';
+        used += sizeof size + size;
     }
 
-    std::vector<char> bytes;
-    std::uint64_t before;              // bytes of all chunks before it
-    std::atomic<std::size_t> used{0};  // final once there is a next one
-    std::size_t read = 0;              // for steps alone
-    std::atomic<Chunk*> next{nullptr};
+    std::unique_ptr<char[]> bytes;
+    std::size_t capacity = 0;
+    std::size_t used = 0;
+
+private:
+    // All memory is written to at once: a caller would come to a new page with every thirtieth line
+    // or so, and wait for the system to find one.
+    void _grow(std::size_t needed) {
+        const std::size_t larger = std::max({needed, 2 * capacity, UsualCapacity});
+        std::unique_ptr<char[]> copy(new char[larger]());
+        std::copy_n(bytes.get(), used, copy.get());
+        bytes.swap(copy);
+        capacity = larger;
+    }
+};
+}  // namespace
+
+// What the thread works on: the one that it takes lines from and writes, and the one that callers
+// fill under the worker's lock. It outlives its channel if the thread is stuck.
+struct LogAsyncChannel::Writer {
+    explicit Writer(Poco::AutoPtr<LogFileChannel> theFile) : file(std::move(theFile)) {}
+
+    bool WriteSome();
+    bool Swap();
+    void DropQueued();
+
+    Poco::AutoPtr<LogFileChannel> file;
+    platform::Worker worker{[](void* writer) { return static_cast<Writer*>(writer)->WriteSome(); },
+                            this};
+    Buffer buffers[2];
+    int filled = 0;          // the buffer of the callers; the thread has the other one
+    std::uint64_t done = 0;  // bytes of all lines so far: identifies a line that comes again
+    std::uint64_t base = 0;  // `done` at the start of the thread's buffer
 };
 
+// Where a thread is cut off in here, the next step finds everything as it was or as it should be: a
+// line that comes again has its number again.
+bool LogAsyncChannel::Writer::WriteSome() {
+    if (done - base >= buffers[1 - filled].used && !Swap()) {
+        return false;
+    }
+    const Buffer& buffer = buffers[1 - filled];
+    for (int line = 0; line < LinesOfAStep && done - base < buffer.used; ++line) {
+        const char* const from = buffer.bytes.get() + (done - base);
+        std::size_t size;
+        std::memcpy(&size, from, sizeof size);
+        const std::uint64_t next = done + sizeof size + size;
+        file->WriteLine({from + sizeof size, size}, done + 1, next - base < buffer.used);
+        done = next;
+    }
+    return true;
+}
+
+bool LogAsyncChannel::Writer::Swap() {
+    const std::lock_guard<platform::Worker> lock(worker);
+    Buffer& written = buffers[1 - filled];
+    written.used = 0;
+    base = done;
+    if (buffers[filled].used != 0) {
+        filled = 1 - filled;
+        return true;
+    }
+    for (Buffer& buffer : buffers) {  // all is written: what a burst took is given back
+        if (buffer.capacity > UsualCapacity) {
+            buffer.capacity = 0;
+            buffer.bytes.reset();
+        }
+    }
+    return false;
+}
+
+void LogAsyncChannel::Writer::DropQueued() {
+    buffers[0].used = buffers[1].used = 0;
+    base = ++done;  // what comes next is not the line that the parent is writing
+}
+
 LogAsyncChannel::LogAsyncChannel(Poco::AutoPtr<LogFileChannel> file)
-    : Poco::AsyncChannel(file, Poco::Thread::PRIO_NORMAL),
-      _file(std::move(file)),
-      _worker(_step, this),
-      _reading(new Chunk(UsualCapacity, 0)),
-      _last(_reading) {
-    const std::lock_guard<platform::Mutex> lock(listLock);
-    _next = first;
-    first = this;
+    : Poco::AsyncChannel(file, Poco::Thread::PRIO_NORMAL), _writer(new Writer(std::move(file))) {
+    const std::lock_guard<platform::Mutex> lock(_listLock);
+    _next = _first;
+    _first = this;
 }
 
 LogAsyncChannel::~LogAsyncChannel() {
-    const std::lock_guard<platform::Mutex> lock(listLock);
-    _worker.Stop();
-    LogAsyncChannel** place = &first;
+    const std::lock_guard<platform::Mutex> lock(_listLock);
+    LogAsyncChannel** place = &_first;
     while (*place != this) {
         place = &(*place)->_next;
     }
     *place = _next;
-    _dropQueued();
-    delete _reading;
-    delete _spare.load();
+    if (_writer->worker.Stop()) {
+        delete _writer;
+    }
 }
 
 void LogAsyncChannel::open() {}
 
 void LogAsyncChannel::close() {
-    const std::lock_guard<platform::Mutex> lock(listLock);
-    _worker.Stop();
+    const std::lock_guard<platform::Mutex> lock(_listLock);
+    _writer->worker.Stop();
 }
 
 void LogAsyncChannel::log(const Poco::Message& message) {
     Queue([] { return std::string_view(); }, message.getText());
 }
 
+platform::Worker& LogAsyncChannel::_worker() {
+    return _writer->worker;
+}
+
 void LogAsyncChannel::_append(std::string_view head, std::string_view text) {
-    const std::size_t needed = sizeof(std::size_t) + head.size() + text.size();
-    if (needed <= _last->Room()) {
-        _last->Add(head, text);
-        return;
-    }
-    const std::uint64_t before = _last->before + _last->bytes.size();
-    Chunk* chunk = needed <= UsualCapacity ? _spare.exchange(nullptr) : nullptr;
-    if (chunk != nullptr) {
-        chunk->before = before;
-    } else {
-        chunk = new Chunk(std::max(needed, UsualCapacity), before);
-    }
-    chunk->Add(head, text);
-    _last->next.store(chunk, std::memory_order_release);
-    _last = chunk;
-}
-
-bool LogAsyncChannel::_step(void* channel) {
-    return static_cast<LogAsyncChannel*>(channel)->_writeOne();
-}
-
-// Where a thread is cut off in here, the next step finds everything as it was or as it should be:
-// `_reading` and `read` change by one store each, and a line that comes again has its number again.
-bool LogAsyncChannel::_writeOne() {
-    Chunk* next = _reading->next.load(std::memory_order_acquire);
-    std::size_t used = _reading->used.load(std::memory_order_acquire);
-    if (_reading->read == used) {
-        if (next == nullptr) {
-            return false;
-        }
-        _readNextChunk(next);
-        used = _reading->used.load(std::memory_order_acquire);
-        next = _reading->next.load(std::memory_order_acquire);
-    }
-    if (next != nullptr && _spare.load(std::memory_order_relaxed) == nullptr) {
-        _makeSpare();
-    }
-    const char* const from = _reading->bytes.data() + _reading->read;
-    std::size_t size;
-    std::memcpy(&size, from, sizeof size);
-    const std::size_t end = _reading->read + sizeof size + size;
-    _file->WriteLine({from + sizeof size, size}, _reading->before + _reading->read + 1, end < used);
-    _reading->read = end;
-    return true;
-}
-
-void LogAsyncChannel::_readNextChunk(Chunk* next) {
-    Chunk* done = _reading;
-    _reading = next;
-    if (done->bytes.size() == UsualCapacity) {
-        done->used.store(0, std::memory_order_relaxed);
-        done->read = 0;
-        done->next.store(nullptr, std::memory_order_relaxed);
-        done = _spare.exchange(done);
-    }
-    delete done;
-}
-
-// While lines come faster than they go: the memory for them is found here, not by a caller.
-void LogAsyncChannel::_makeSpare() {
-    try {
-        delete _spare.exchange(new Chunk(UsualCapacity, 0));
-    } catch (const std::bad_alloc&) {
-        // the caller who needs it tries again
-    }
-}
-
-void LogAsyncChannel::_dropQueued() {
-    while (Chunk* const next = _reading->next) {
-        delete _reading;
-        _reading = next;
-    }
-    _reading->read = _reading->used;
+    _writer->buffers[_writer->filled].Append(head, text);
+    _writer->worker.Wake();
 }
 
 void LogAsyncChannel::WriteAllQueued() {
-    const std::lock_guard<platform::Mutex> lock(listLock);
-    for (LogAsyncChannel* channel = first; channel != nullptr; channel = channel->_next) {
-        channel->_worker.Stop();
+    const std::lock_guard<platform::Mutex> lock(_listLock);
+    for (LogAsyncChannel* channel = _first; channel != nullptr; channel = channel->_next) {
+        channel->_writer->worker.Stop();
+    }
+}
+
+void LogAsyncChannel::WriteAllIfAlone() {
+    if (platform::OtherThreadsAreGone()) {
+        WriteAllQueued();
     }
 }
 
 void LogAsyncChannel::PauseAll() {
-    listLock.lock();
-    for (LogAsyncChannel* channel = first; channel != nullptr; channel = channel->_next) {
-        channel->_worker.Pause();
+    _listLock.lock();
+    for (LogAsyncChannel* channel = _first; channel != nullptr; channel = channel->_next) {
+        channel->_writer->worker.Pause();
     }
 }
 
-void LogAsyncChannel::ResumeAll() {
-    for (LogAsyncChannel* channel = first; channel != nullptr; channel = channel->_next) {
-        channel->_worker.Resume();
+void LogAsyncChannel::ResumeAll(bool inChild) {
+    for (LogAsyncChannel* channel = _first; channel != nullptr; channel = channel->_next) {
+        if (inChild) {
+            channel->_writer->DropQueued();
+        }
+        channel->_writer->worker.Resume(inChild);
     }
-    listLock.unlock();
-}
-
-void LogAsyncChannel::ResumeAllInChild() {
-    for (LogAsyncChannel* channel = first; channel != nullptr; channel = channel->_next) {
-        channel->_dropQueued();
-        channel->_worker.ResumeInChild();
-    }
-    listLock.unlock();
+    _listLock.unlock();
 }
 
 }  // namespace morvel

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <atomic>
+#include <mutex>
 #include <string_view>
 
 #include <Poco/AsyncChannel.h>
@@ -16,7 +16,8 @@ namespace morvel {
 /// ever in a forked child. The thread comes with the first line.
 ///
 /// Any thread may log. Lines reach the file in the order in which they were queued. A channel that
-/// was closed may be used again.
+/// was closed may be used again. Where the thread is stuck in the system, close and the destructor
+/// give up after a few seconds, and what is queued is lost.
 class LogAsyncChannel : public Poco::AsyncChannel {
 public:
     explicit LogAsyncChannel(Poco::AutoPtr<LogFileChannel> file);
@@ -29,52 +30,34 @@ public:
     /// `text` behind it. `head` is called by one thread at a time.
     template <class Head>
     void Queue(Head head, std::string_view text) {
-        const Turn turn(_worker);
+        const std::lock_guard<platform::Worker> lock(_worker());
         _append(head(), text);
     }
 
-    /// Writes what is queued in any channel. REQUIRES: no other thread goes on logging.
+    /// Writes what is queued in any channel.
     static void WriteAllQueued();
 
-    /// Around a fork: every channel stands still between two lines. The child drops the lines that
-    /// the parent still has to write.
+    /// The same where the system has cut off all other threads, which Windows does before it runs
+    /// the destructors of a library, else nothing. To be called before anything that may wait for a
+    /// lock of POCO's or of the system's: one of those threads may have held it, and Windows ends
+    /// the process at once there.
+    static void WriteAllIfAlone();
+
+    /// Around a fork: what is queued is written, for a few seconds at most, and every channel
+    /// stands still. The child drops the lines that the parent still has to write.
     static void PauseAll();
-    static void ResumeAll();
-    static void ResumeAllInChild();
+    static void ResumeAll(bool inChild);
 
 protected:
     ~LogAsyncChannel() override;
 
 private:
-    // A caller's time with the queue.
-    class Turn {
-    public:
-        explicit Turn(platform::Worker& worker) : _worker(worker) { _worker.Lock(); }
-        ~Turn() { _worker.UnlockAndWake(); }
-        Turn(const Turn&) = delete;
-        Turn& operator=(const Turn&) = delete;
+    struct Writer;
 
-    private:
-        platform::Worker& _worker;
-    };
-
-    struct Chunk;
-
-    static bool _step(void* channel);
-    bool _writeOne();
+    platform::Worker& _worker();
     void _append(std::string_view head, std::string_view text);
-    void _readNextChunk(Chunk* next);
-    void _makeSpare();
-    void _dropQueued();
 
-    Poco::AutoPtr<LogFileChannel> _file;
-    platform::Worker _worker;
-    // The queue is a chain of chunks. Callers, under the worker's lock, write to the last one,
-    // steps read the first one without it.
-    Chunk* _reading;
-    Chunk* _last;
-    std::atomic<Chunk*> _spare{nullptr};  // for the next time that the last one is full
-
+    Writer* _writer;
     LogAsyncChannel* _next;  // in the list of all channels, whose lock stands for all Stop calls
 };
 

@@ -1,121 +1,110 @@
 #include <morvel/logging/LogFileChannel.h>
 
 #include <cstdio>
+#include <new>
+#include <utility>
 
-#include <Poco/ArchiveStrategy.h>
 #include <Poco/File.h>
-#include <Poco/FileStream.h>
 #include <Poco/Message.h>
 #include <Poco/Path.h>
-
-#include <morvel/platform/platform.h>
 
 namespace morvel {
 namespace {
 // The bytes that a value of the property `rotation` stands for.
-std::uint64_t sizeOf(const std::string& rotation) {
+std::uint64_t _bytesOf(const std::string& rotation) {
     unsigned long long number = 0;
     char unit = 0;
     std::sscanf(rotation.c_str(), "%llu %c", &number, &unit);
     return number << (unit == 'M' ? 20 : unit == 'K' ? 10 : 0);
 }
-
-bool endsInMidLine(const std::string& path) {
-    try {
-        Poco::FileInputStream in(path);
-        in.seekg(-1, std::ios::end);
-        return in && in.get() != '\n';
-    } catch (const Poco::Exception&) {
-        return false;  // there is no such file yet
-    }
-}
-
-std::uint64_t sizeOfFile(const std::string& path) {
-    const Poco::File file(path);
-    return file.exists() ? file.getSize() : 0;
-}
 }  // namespace
 
 LogFileChannel::LogFileChannel() = default;
 
-LogFileChannel::~LogFileChannel() = default;
+LogFileChannel::~LogFileChannel() {
+    LogFileChannel::close();
+}
 
 void LogFileChannel::open() {}
 
 void LogFileChannel::close() {
-    _file.reset();
+    platform::Close(std::exchange(_file, platform::NoFile));
+    _sizeBehind = 0;
 }
 
 void LogFileChannel::log(const Poco::Message& message) {
-    WriteLine(message.getText());
+    WriteLine(message.getText() + "\n");
 }
 
 void LogFileChannel::setProperty(const std::string& name, const std::string& value) {
     Poco::FileChannel::setProperty(name, value);
     if (name == PROP_ROTATION) {
-        _rotationSize = sizeOf(value);
+        _rotationSize = _bytesOf(value);
     }
 }
 
-void LogFileChannel::WriteLine(std::string_view text, std::uint64_t number, bool more) {
+void LogFileChannel::WriteLine(std::string_view line, std::uint64_t number, bool more) {
     try {
-        if (number != 0 && number == _number && _hasComeThrough()) {
+        if (number != 0 && number == _number && platform::SizeOf(_file) > _sizeBefore) {
             return;
         }
-        if (!_file) {
-            _open();
+        if (_file == platform::NoFile) {
+            _file = platform::OpenForAppending(path());
         }
-        std::uint64_t size = _file->size();
+        // To ask for the size costs as much as to write a line, and only forked children change it.
+        std::uint64_t size = std::exchange(_sizeBehind, 0);
+        if (size == 0) {
+            size = platform::SizeOf(_file);
+        }
         if (_rotationSize != 0 && size >= _rotationSize) {
             _rotate();
-            size = _file->size();
+            size = platform::SizeOf(_file);
+        }
+        if (_tornSize != 0 && _tornSize == size) {
+            size += platform::Append(_file, "\n", false);
         }
         _sizeBefore = size;
         _number = number;
-        _file->write(std::string(text), !more || platform::FlushMakesVisible());
-    } catch (...) {
-        _file.reset();  // its stream stays failed; the next line starts with a fresh one
-        _torn = true;
+        if (const std::size_t written = platform::Append(_file, line, !more)) {
+            _sizeBehind = more ? size + written : 0;
+            _tornSize = 0;
+            return;
+        }
+        size = platform::SizeOf(_file);
+        if (size > _sizeBefore) {
+            _tornSize = size;
+        }
+    } catch (const std::bad_alloc&) {
+        // this line is lost
     }
+    close();  // the next line tries a fresh one, since the path may lead elsewhere by then
 }
 
-// Of the line begun last, whose writer was cut off anywhere: on opening the file for it too, which
-// POCO may put off until the first line. Begins afresh with the file.
-bool LogFileChannel::_hasComeThrough() {
-    _file.reset();
-    platform::CloseLeftOpen(platform::WideFromNarrow(path().c_str(), platform::CodePageUtf8));
-    return sizeOfFile(path()) > _sizeBefore;
-}
-
-void LogFileChannel::_open() {
-    const bool torn = _torn && endsInMidLine(path());  // before it is open, and maybe locked
-    _file = std::make_unique<Poco::LogFile>(path());
-    if (torn) {
-        _file->write("");
-    }
-    _torn = false;
-}
-
+// A forked child writes to the same file. Whoever comes second finds a new one in place.
 void LogFileChannel::_rotate() {
-    _file.reset();
+    close();
     try {
         // Whoever removed the folder took the file along, and there is nothing to archive.
         const Poco::Path folder = Poco::Path(path()).parent();
         Poco::File(folder).createDirectories();
-        // A forked child writes to the same file; whoever comes second finds a new one in place.
         const platform::FolderLock lock(folder.toString());
-        const Poco::File file(path());
+        Poco::File file(path());
         if (file.exists() && file.getSize() >= _rotationSize) {
-            Poco::ArchiveByNumberStrategy strategy;
-            _file.reset(strategy.archive(new Poco::LogFile(path())));
+            const auto archive = [this](int n) { return path() + "." + std::to_string(n); };
+            int oldest = 0;
+            while (Poco::File(archive(oldest)).exists()) {
+                ++oldest;
+            }
+            for (; oldest > 0; --oldest) {
+                Poco::File(archive(oldest - 1)).renameTo(archive(oldest));
+            }
+            file.renameTo(archive(0));
             purge();
         }
     } catch (...) {
         // it can't be archived: it grows on, and the next line tries again
     }
-    if (!_file) {
-        _open();
-    }
+    _file = platform::OpenForAppending(path());
 }
 
 }  // namespace morvel

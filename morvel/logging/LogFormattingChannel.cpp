@@ -14,9 +14,13 @@ LogFormattingChannel::LogFormattingChannel(Poco::AutoPtr<Poco::PatternFormatter>
 
 LogFormattingChannel::~LogFormattingChannel() = default;
 
-void LogFormattingChannel::Write(std::string_view text) {
+bool LogFormattingChannel::TryWrite(std::string_view text) {
+    if (getFormatter().get() != _formatter.get() || getChannel().get() != _writer.get()) {
+        return false;
+    }
     const Poco::Timestamp now;
     _writer->Queue([&] { return _headAt(now); }, text);
+    return true;
 }
 
 std::string_view LogFormattingChannel::_headAt(const Poco::Timestamp& now) {

@@ -22,10 +22,11 @@ public:
     LogFormattingChannel(Poco::AutoPtr<Poco::PatternFormatter> formatter,
                          Poco::AutoPtr<LogAsyncChannel> writer);
 
-    /// As log with a message of this text, made now. REQUIRES: the formatter's pattern ends in %t
-    /// and has nothing but dates, times and constants ahead of it; it was set before the first call
-    /// and stays.
-    void Write(std::string_view text);
+    /// As log with a message of this text, made now; false, with nothing done, where the host has
+    /// given this channel another formatter or another next channel. REQUIRES: the formatter's
+    /// pattern ends in %t and has nothing but dates, times and constants ahead of it; it was set
+    /// before the first call and stays.
+    bool TryWrite(std::string_view text);
 
 protected:
     ~LogFormattingChannel() override;

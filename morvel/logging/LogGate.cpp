@@ -10,19 +10,17 @@
 
 namespace morvel {
 namespace {
-constexpr std::chrono::seconds Patience(5);
+std::atomic<int> _inside{0};
+std::atomic<bool> _closed{false};
+std::atomic<bool> _ending{false};  // it was closed for the end of the process
+std::atomic<bool> _forksGuarded{false};
+platform::Mutex _defaultLogLock;
 
-std::atomic<int> inside{0};
-std::atomic<bool> closed{false};
-std::atomic<bool> ending{false};  // it was closed for the end of the process
-std::atomic<bool> forksGuarded{false};
-platform::Mutex defaultLogLock;
-
-// False if the patience ended first.
+// False after a timeout.
 template <class Condition>
-bool waitFor(Condition isMet) {
+bool _waitFor(Condition isTrue) {
     for (int turn = 0; turn < 100; ++turn) {
-        if (isMet()) {
+        if (isTrue()) {
             return true;
         }
         if (platform::OtherThreadsAreGone()) {
@@ -30,9 +28,9 @@ bool waitFor(Condition isMet) {
         }
         std::this_thread::yield();
     }
-    const auto end = std::chrono::steady_clock::now() + Patience;
+    const auto end = std::chrono::steady_clock::now() + platform::StuckTimeout;
     while (std::chrono::steady_clock::now() < end) {
-        if (isMet()) {
+        if (isTrue()) {
             return true;
         }
         platform::SleepMilliseconds(1);
@@ -40,79 +38,79 @@ bool waitFor(Condition isMet) {
     return false;
 }
 
-bool tryEnter() {
-    ++inside;
-    if (!closed) {
+bool _tryEnter() {
+    ++_inside;
+    if (!_closed) {
         return true;
     }
-    --inside;
+    --_inside;
     return false;
 }
 
-void close() {
-    waitFor([] { return !closed.exchange(true); });
-    waitFor([] { return inside == 0; });
+void _close() {
+    _waitFor([] { return !_closed.exchange(true); });
+    _waitFor([] { return _inside == 0; });
 }
 
-void beforeFork() {
-    defaultLogLock.lock();
-    close();
+void _beforeFork() {
+    _defaultLogLock.lock();
+    _close();
     LogAsyncChannel::PauseAll();
 }
 
-void afterForkInParent() {
-    LogAsyncChannel::ResumeAll();
-    closed = false;
-    defaultLogLock.unlock();
+void _afterForkInParent() {
+    LogAsyncChannel::ResumeAll(false);
+    _closed = false;
+    _defaultLogLock.unlock();
 }
 
-void afterForkInChild() {
-    LogAsyncChannel::ResumeAllInChild();
-    inside = 0;
-    closed = false;
-    defaultLogLock.unlock();
+void _afterForkInChild() {
+    LogAsyncChannel::ResumeAll(true);
+    _inside = 0;
+    _closed = false;
+    _defaultLogLock.unlock();
 }
 }  // namespace
 
 LogGate::Pass::Pass() {
-    if (!tryEnter() && !waitFor(tryEnter)) {
-        if (ending.exchange(false)) {
-            closed = false;
+    if (!_tryEnter() && !_waitFor(_tryEnter)) {
+        if (_ending.exchange(false)) {
+            _closed = false;
         }
-        ++inside;
+        ++_inside;
     }
 }
 
 LogGate::Pass::~Pass() {
-    --inside;
+    --_inside;
 }
 
 LogGate::Closure::Closure() {
-    close();
+    _close();
 }
 
 LogGate::Closure::~Closure() {
-    closed = false;
+    _closed = false;
 }
 
 LogGate::DefaultLogTurn::DefaultLogTurn() {
-    defaultLogLock.lock();
+    _defaultLogLock.lock();
 }
 
 LogGate::DefaultLogTurn::~DefaultLogTurn() {
-    defaultLogLock.unlock();
+    _defaultLogLock.unlock();
 }
 
 void LogGate::CloseForTheEnd() {
-    close();
+    _close();
     LogAsyncChannel::WriteAllQueued();
-    ending = true;
+    _ending = true;
 }
 
 void LogGate::GuardForks() {
-    if (!forksGuarded.exchange(true) &&
-        !platform::AtFork(beforeFork, afterForkInParent, afterForkInChild)) {
-        forksGuarded = false;  // memory was short; the next log tries again
+    if (!_forksGuarded.exchange(true) &&
+        !platform::AtFork(_beforeFork, _afterForkInParent, _afterForkInChild)) {
+        _forksGuarded = false;  // memory was short; the next log tries again
     }
 }
 

@@ -40,8 +40,8 @@ public:
     /// that moment doesn't come, the first of those who wait opens the gate again.
     static void CloseForTheEnd();
 
-    /// From now on each fork of the process waits until no line is on its way, every writer is
-    /// between two lines and the default log isn't being made.
+    /// From now on each fork of the process waits until the lines queued so far are written and the
+    /// default log isn't being made, for a few seconds at most where the writer is stuck.
     static void GuardForks();
 };
 

@@ -1,12 +1,13 @@
 #include <morvel/logging/NLog.h>
 
+#include <ctime>
 #include <string_view>
 
 #include <Poco/AutoPtr.h>
-#include <Poco/LocalDateTime.h>
 #include <Poco/Logger.h>
 #include <Poco/Message.h>
 #include <Poco/PatternFormatter.h>
+#include <Poco/Timestamp.h>
 
 #include <morvel/files/NFile.h>
 #include <morvel/logging/LogAsyncChannel.h>
@@ -33,19 +34,28 @@ constexpr struct {
     {"TRACE", Poco::Message::PRIO_TRACE},
 };
 
-// The mark makes NString read the bytes as UTF-8 on every platform.
-NPath _folderName() {
-    return NPath(NString("\xEF\xBB\xBFTarnwick Software"));
+// With the byte-order mark NString reads the name as UTF-8 on every platform.
+NPath _logFolder() {
+    NPath folder = NPath::AppDataFolder();
+    folder.ConvertTo(EncodingUTF8);
+    folder.Append(NPath(NString("\xEF\xBB\xBFTarnwick Software")));
+    return folder;
 }
 
-NLog* defaultLog = nullptr;
+// Of the logger of this name; null where there is no such logger.
+Poco::Channel::Ptr _channelOf(const std::string& name) {
+    const Poco::Logger::Ptr logger = Poco::Logger::has(name);
+    return logger.isNull() ? Poco::Channel::Ptr() : logger->getChannel();
+}
+
+NLog* _defaultLog = nullptr;
 
 void _deleteDefaultLog(void*) {
     NLog* log;
     {
         const LogGate::DefaultLogTurn turn;
-        log = defaultLog;
-        defaultLog = nullptr;
+        log = _defaultLog;
+        _defaultLog = nullptr;
     }
     delete log;
 }
@@ -55,9 +65,7 @@ std::atomic<NLog*> NLog::_instance{nullptr};
 
 NLog::NLog() : _level(Poco::Message::PRIO_TRACE), _configured(false) {
     _name = NPath(morvel::platform::ExecutablePath().c_str()).BaseName();
-    _path = NPath::AppDataFolder();
-    _path.ConvertTo(EncodingUTF8);
-    _path.Append(_folderName());
+    _path = _logFolder();
     NFile(_path.Absolute()).CreateDirectory();
     _rotation = "10 M";
     _archive = "number";
@@ -66,16 +74,14 @@ NLog::NLog() : _level(Poco::Message::PRIO_TRACE), _configured(false) {
 
 NLog::~NLog() {
     try {
-        // Held until the gate is open again: whoever logs need not wait while the queue is written.
-        Poco::Channel::Ptr chain;
+        LogAsyncChannel::WriteAllIfAlone();
+        // Kept until the gate is open again: whoever logs need not wait while the queue is written.
+        Poco::Channel::Ptr rootChannel, ownChannel;
         const LogGate::Closure closure;
-        if (morvel::platform::OtherThreadsAreGone()) {
-            // One of them may have held a lock of POCO's. To wait for it ends the process there.
-            LogAsyncChannel::WriteAllQueued();
-        }
         NLog* self = this;
         _instance.compare_exchange_strong(self, nullptr);
-        chain = Poco::Logger::root().getChannel();
+        rootChannel = Poco::Logger::root().getChannel();
+        ownChannel = _channelOf(_name.Data());
         Poco::Logger::root().setChannel(nullptr);
         Poco::Logger::shutdown();
     } catch (...) {
@@ -101,11 +107,11 @@ NLog* NLog::Set(NLog* log) {
 NLog* NLog::DefaultLog() {
     LogGate::GuardForks();
     const LogGate::DefaultLogTurn turn;
-    if (defaultLog == nullptr) {
+    if (_defaultLog == nullptr) {
         morvel::platform::AtUnload(_deleteDefaultLog, nullptr);
-        defaultLog = new NLog;
+        _defaultLog = new NLog;
     }
-    return defaultLog;
+    return _defaultLog;
 }
 
 void NLog::Write(const std::string& level, const std::string& text) {
@@ -143,9 +149,7 @@ void NLog::_write(int priority, std::string_view text) {
                 Poco::Logger& logger = Poco::Logger::get(name);
                 Poco::Channel::Ptr channel = logger.getChannel();
                 auto* const chain = dynamic_cast<LogFormattingChannel*>(channel.get());
-                if (chain != nullptr && logger.is(priority)) {
-                    chain->Write(text);
-                } else {
+                if (chain == nullptr || !logger.is(priority) || !chain->TryWrite(text)) {
                     logger.log(Poco::Message(name, std::string(text),
                                              static_cast<Poco::Message::Priority>(priority)));
                 }
@@ -175,10 +179,7 @@ void NLog::_configure() {
     NPath path(_path);
     path.ConvertTo(EncodingUTF8);
     if (path.IsEmpty()) {
-        path = NPath::AppDataFolder();
-        path.ConvertTo(EncodingUTF8);
-        path.Append(_folderName()).MakeDirectory();
-        path.ConvertTo(EncodingUTF8);
+        path = _logFolder();
     }
     path.Append(fileName).MakeFile();
     path.ConvertTo(EncodingUTF8);
@@ -190,7 +191,7 @@ void NLog::_configure() {
     Poco::AutoPtr<Poco::PatternFormatter> formatter(new Poco::PatternFormatter);
     formatter->setProperty(Poco::PatternFormatter::PROP_PATTERN, "%t");
     Poco::AutoPtr<LogFormattingChannel> chain(new LogFormattingChannel(formatter, writer));
-    const Poco::LocalDateTime now;
+    const std::tm now = morvel::platform::LocalTime(Poco::Timestamp().epochTime());
 
     // Ahead of the logger's first use, because a new logger takes over the root's channel.
     Poco::Logger::root().setChannel(chain);
@@ -200,8 +201,9 @@ void NLog::_configure() {
     const std::string stars(53, '*');
     logger.information(stars);
     logger.information("* - Log System -\t\t\t\t\t\t\t\t\t ");
-    logger.information(text.Format("* Creation date: %d/%d/%d at %d:%d:%d", now.day(), now.month(),
-                                   now.year(), now.hour(), now.minute(), now.second())
+    logger.information(text.Format("* Creation date: %d/%d/%d at %d:%d:%d", now.tm_mday,
+                                   now.tm_mon + 1, now.tm_year + 1900, now.tm_hour, now.tm_min,
+                                   now.tm_sec)
                            .Data());
     logger.information(text.Format("* Name: %s", _name.CStr()).Data());
     logger.information("*" + std::string(52, ' '));

@@ -81,34 +81,26 @@ std::FILE* OpenForWriting(const NWideString& name);
 /// descriptors 0 to 2. Does nothing on Windows, which has neither hazard.
 void KeepPrivate(Poco::FileStreamBuf* file);
 
-/// A file that grows at its end, opened and shared as POCO's log files are: others may read it
-/// meanwhile, and off Windows write it too. Takes no lock of the C runtime, so that a thread may be
-/// cut off in it as happens at the end of a process on Windows. One thread at a time.
-class AppendedFile {
-public:
-    AppendedFile();
-    ~AppendedFile();  ///< Closes it.
-    AppendedFile(const AppendedFile&) = delete;
-    AppendedFile& operator=(const AppendedFile&) = delete;
+/// A file that is open for appending.
+using FileHandle = std::intptr_t;
+constexpr FileHandle NoFile = -1;
 
-    /// Closes what is open, then opens `name`, in UTF-8, and makes it where it is missing.
-    bool OpenForAppending(const std::string& name);
-    void Close();
-    bool IsOpen() const;
+/// Opens or creates a text file of a UTF-8 name, shared as POCO shares its log files: with
+/// everybody off Windows, with readers there. NoFile if it can't be opened, as a FIFO that nobody
+/// reads.
+FileHandle OpenForAppending(const std::string& name);
 
-    std::uint64_t Size() const;  ///< In bytes; REQUIRES: it is open.
+/// Appends `text`, with the line ends of the platform, and gives the number of bytes that were
+/// appended; 0 if it couldn't be written whole. What has been written outlives the process; with
+/// `flush` it is visible to others, too, which on Windows takes a wait for the disk.
+std::size_t Append(FileHandle file, std::string_view text, bool flush);
 
-    /// Adds `text`, a line feed becoming the system's end of a line, in one write if the system
-    /// takes it so. False if not all of it could be written. REQUIRES: it is open.
-    bool Write(std::string_view text);
+/// 0 for NoFile and for what has no size.
+std::uint64_t SizeOf(FileHandle file);
 
-    /// Waits for the disk on Windows, as POCO's log files do; elsewhere does nothing, since what is
-    /// written outlives the process. REQUIRES: it is open.
-    bool Flush();
+/// NoFile is left alone.
+void Close(FileHandle file);
 
-private:
-    std::intptr_t _file;  // a HANDLE on Windows
-};
 /// Puts all that the file holds into `*bytes`, which are to be empty.
 std::error_code ReadWholeFile(const std::filesystem::path& name, std::string* bytes);
 
@@ -120,18 +112,9 @@ std::error_code ReplaceFile(const std::filesystem::path& name, std::string_view 
 /// Renames, over a file that has the new name already.
 std::error_code Rename(const std::filesystem::path& from, const std::filesystem::path& to);
 
-/// Whether what is written to a file by POCO is visible to others, and outlives the process, only
-/// when it has been flushed. Where it isn't so, on Windows, flushing waits for the disk.
-bool FlushMakesVisible();
-
 /// Whether the process is ending and the system has cut off all other threads, each wherever it
 /// was: what they held stays held. So Windows ends a process; elsewhere it never is so.
 bool OtherThreadsAreGone();
-
-/// Closes `name` where a thread that was cut off has opened it for writing and nobody knows the
-/// handle, so that it can be opened again. True if there was one. Does nothing, with false, unless
-/// OtherThreadsAreGone.
-bool CloseLeftOpen(const NWideString& name);
 
 /// A lock for std::lock_guard which needs no code at load and doesn't outlive the thread that holds
 /// it: once OtherThreadsAreGone it lets everybody pass. Not recursive.

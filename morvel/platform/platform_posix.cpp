@@ -340,49 +340,37 @@ void KeepPrivate(Poco::FileStreamBuf* file) {
     fcntl(descriptor, F_SETFD, FD_CLOEXEC);
 }
 
-AppendedFile::AppendedFile() : _file(-1) {}
-
-AppendedFile::~AppendedFile() {
-    Close();
-}
-
-bool AppendedFile::OpenForAppending(const std::string& name) {
-    Close();
-    _file = _open(name, O_WRONLY | O_CREAT | O_APPEND);
-    return IsOpen();
-}
-
-void AppendedFile::Close() {
-    if (IsOpen()) {
-        close(static_cast<int>(_file));
-        _file = -1;
+FileHandle OpenForAppending(const std::string& name) {
+    // A FIFO without a reader is refused instead of waited for; other files never wait.
+    const int file = _open(name, O_WRONLY | O_CREAT | O_APPEND | O_NONBLOCK);
+    if (file >= 0) {
+        fcntl(file, F_SETFL, O_APPEND);
     }
+    return file;
 }
 
-bool AppendedFile::IsOpen() const {
-    return _file >= 0;
-}
-
-std::uint64_t AppendedFile::Size() const {
-    struct stat status = {};
-    fstat(static_cast<int>(_file), &status);
-    return static_cast<std::uint64_t>(status.st_size);
-}
-
-bool AppendedFile::Write(std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t count = write(static_cast<int>(_file), text.data(), text.size());
-        if (count > 0) {
-            text.remove_prefix(static_cast<std::size_t>(count));
-        } else if (count == 0 || errno != EINTR) {
-            return false;
+std::size_t Append(FileHandle file, std::string_view text, bool) {
+    std::size_t done = 0;
+    while (done < text.size()) {
+        const ssize_t written =
+            write(static_cast<int>(file), text.data() + done, text.size() - done);
+        if (written <= 0) {
+            return 0;
         }
+        done += static_cast<std::size_t>(written);
     }
-    return true;
+    return done;
 }
 
-bool AppendedFile::Flush() {
-    return true;
+std::uint64_t SizeOf(FileHandle file) {
+    const off_t size = lseek(static_cast<int>(file), 0, SEEK_END);
+    return size < 0 ? 0 : static_cast<std::uint64_t>(size);
+}
+
+void Close(FileHandle file) {
+    if (file != NoFile) {
+        close(static_cast<int>(file));
+    }
 }
 
 std::error_code ReadWholeFile(const std::filesystem::path& name, std::string* bytes) {
@@ -470,15 +458,7 @@ std::error_code Rename(const std::filesystem::path& from, const std::filesystem:
     return {};
 }
 
-bool FlushMakesVisible() {
-    return true;
-}
-
 bool OtherThreadsAreGone() {
-    return false;
-}
-
-bool CloseLeftOpen(const NWideString&) {
     return false;
 }
 

@@ -54,20 +54,6 @@ PSRWLOCK asLock(void** lock) {
     return reinterpret_cast<PSRWLOCK>(lock);
 }
 
-HANDLE _asHandle(std::intptr_t file) {
-    return reinterpret_cast<HANDLE>(file);
-}
-
-bool isSameFileForWriting(HANDLE handle, const BY_HANDLE_FILE_INFORMATION& wanted) {
-    BY_HANDLE_FILE_INFORMATION found;
-    DWORD written;
-    return GetFileType(handle) == FILE_TYPE_DISK && GetFileInformationByHandle(handle, &found) &&
-           found.dwVolumeSerialNumber == wanted.dwVolumeSerialNumber &&
-           found.nFileIndexHigh == wanted.nFileIndexHigh &&
-           found.nFileIndexLow == wanted.nFileIndexLow &&
-           WriteFile(handle, "", 0, &written, nullptr);
-}
-
 }  // namespace
 
 std::string NarrowFromWide(const NWideChar* text, std::int32_t codePage) {
@@ -143,53 +129,38 @@ std::FILE* OpenForWriting(const NWideString& name) {
 
 void KeepPrivate(Poco::FileStreamBuf*) {}
 
-AppendedFile::AppendedFile() : _file(-1) {}  // INVALID_HANDLE_VALUE
-
-AppendedFile::~AppendedFile() {
-    Close();
+FileHandle OpenForAppending(const std::string& name) {
+    const NWideString wide = WideFromNarrow(name.c_str(), CodePageUtf8);
+    const HANDLE file = CreateFileW(wide.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
+                                    OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    SetFilePointer(file, 0, nullptr, FILE_END);
+    return reinterpret_cast<FileHandle>(file);
 }
 
-bool AppendedFile::OpenForAppending(const std::string& name) {
-    Close();
-    _file = reinterpret_cast<std::intptr_t>(
-        CreateFileW(WideFromNarrow(name.c_str(), CodePageUtf8).c_str(), FILE_APPEND_DATA,
-                    FILE_SHARE_READ, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
-    return IsOpen();
-}
-
-void AppendedFile::Close() {
-    if (IsOpen()) {
-        CloseHandle(_asHandle(_file));
-        _file = -1;
+std::size_t Append(FileHandle file, std::string_view text, bool flush) {
+    std::string bytes;
+    bytes.reserve(text.size() + 16);
+    for (const char c : text) {
+        bytes += c == '\n' ? "\r\n" : std::string_view(&c, 1);
     }
+    const auto handle = reinterpret_cast<HANDLE>(file);
+    const auto size = static_cast<DWORD>(bytes.size());
+    DWORD written = 0;
+    const bool isWhole =
+        WriteFile(handle, bytes.data(), size, &written, nullptr) && written == size;
+    return isWhole && (!flush || FlushFileBuffers(handle)) ? written : 0;
 }
 
-bool AppendedFile::IsOpen() const {
-    return _file != -1;
-}
-
-std::uint64_t AppendedFile::Size() const {
-    LARGE_INTEGER size = {};
-    GetFileSizeEx(_asHandle(_file), &size);
+std::uint64_t SizeOf(FileHandle file) {
+    LARGE_INTEGER size{};
+    GetFileSizeEx(reinterpret_cast<HANDLE>(file), &size);
     return static_cast<std::uint64_t>(size.QuadPart);
 }
 
-bool AppendedFile::Write(std::string_view text) {
-    std::string bytes;
-    for (const char c : text) {
-        if (c == '\n') {
-            bytes += '\r';
-        }
-        bytes += c;
+void Close(FileHandle file) {
+    if (file != NoFile) {
+        CloseHandle(reinterpret_cast<HANDLE>(file));
     }
-    DWORD count = 0;
-    return WriteFile(_asHandle(_file), bytes.data(), static_cast<DWORD>(bytes.size()), &count,
-                     nullptr) &&
-           count == bytes.size();
-}
-
-bool AppendedFile::Flush() {
-    return FlushFileBuffers(_asHandle(_file)) != FALSE;
 }
 
 std::error_code ReadWholeFile(const std::filesystem::path& name, std::string* bytes) {
@@ -269,36 +240,8 @@ std::error_code Rename(const std::filesystem::path& from, const std::filesystem:
     }
 }
 
-bool FlushMakesVisible() {
-    return false;
-}
-
 bool OtherThreadsAreGone() {
     return RtlDllShutdownInProgress() != FALSE;
-}
-
-bool CloseLeftOpen(const NWideString& name) {
-    if (!OtherThreadsAreGone()) {
-        return false;
-    }
-    const HANDLE self = CreateFileW(name.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                    OPEN_EXISTING, 0, nullptr);
-    BY_HANDLE_FILE_INFORMATION wanted;
-    if (self == INVALID_HANDLE_VALUE) {
-        return false;
-    }
-    bool closed = false;
-    if (GetFileInformationByHandle(self, &wanted)) {
-        // The system has no list of a process's handles to give, but they are small multiples of 4.
-        for (std::uintptr_t value = 4; value < 0x10000; value += 4) {
-            const auto handle = reinterpret_cast<HANDLE>(value);
-            if (handle != self && isSameFileForWriting(handle, wanted)) {
-                closed = CloseHandle(handle) != FALSE || closed;
-            }
-        }
-    }
-    CloseHandle(self);
-    return closed;
 }
 
 void Mutex::lock() {

@@ -1,76 +1,77 @@
 #include <pthread.h>
 #include <signal.h>
 
-#include <atomic>
+#include <condition_variable>
+#include <exception>
+#include <mutex>
+#include <new>
+#include <thread>
 
 #include <morvel/platform/worker.h>
 
 namespace morvel::platform {
 
-// Everything is guarded by `mutex`; `rest` repeats `ending || paused`, so that a thread in the
-// middle of its work can look between two steps without taking the lock.
-struct Worker::State {
+struct Worker::State {  // all guarded by `mutex`
     State(Step theStep, void* theObject) : step(theStep), object(theObject) {}
 
     const Step step;
     void* const object;
-    pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
-    pthread_cond_t wakeUp = PTHREAD_COND_INITIALIZER;  // what the working thread waits for
-    pthread_cond_t atRest = PTHREAD_COND_INITIALIZER;  // what Pause waits for
-    pthread_t thread{};
-    bool running = false;   // the thread exists
-    bool busy = false;      // some thread is at its steps
-    bool pending = false;   // woken since a step last answered false
-    bool ending = false;    // the thread is to end
-    bool stopping = false;  // Stop is at work and does what is left itself
-    bool paused = false;
-    std::atomic<bool> rest{false};
+    std::mutex mutex;
+    std::condition_variable wakeUp;  // what the thread waits for
+    std::condition_variable atRest;  // what Stop and Pause wait for: the thread finished a step
+    std::thread thread;
+    bool running = false;  // the thread is in Run
+    bool busy = false;     // a step is running
+    bool pending = false;  // woken since a step last returned false
+    bool ending = false;   // the thread is to end when all work is done
+    bool stuck = false;    // the step that is running has outlasted the timeout before
 
-    void start();
-    void setRest() { rest.store(ending || paused, std::memory_order_relaxed); }
-    void runSteps();
-    void work();
+    void Start();
+    void Run();
+    void RunStep(std::unique_lock<std::mutex>& lock);
 };
 
-void Worker::State::start() {
-    // A signal of the host's is handled on a thread of the host's.
+void Worker::State::Start() {
+    if (thread.joinable()) {
+        thread.join();
+    }
+    // A signal of the host's is handled on a thread of the host's; one that a write raises, SIGPIPE
+    // or SIGXFSZ, ends nobody.
     sigset_t all, former;
     sigfillset(&all);
     pthread_sigmask(SIG_SETMASK, &all, &former);
-    const auto run = [](void* state) -> void* {
-        static_cast<State*>(state)->work();
-        return nullptr;
-    };
-    running = pthread_create(&thread, nullptr, run, this) == 0;
+    try {
+        ending = false;
+        thread = std::thread(&State::Run, this);
+        running = true;
+    } catch (const std::exception&) {
+        // no thread to be had: the next Wake tries again
+    }
     pthread_sigmask(SIG_SETMASK, &former, nullptr);
 }
 
-// With the mutex held on entry and exit: steps until there is nothing left or the thread has to
-// rest.
-void Worker::State::runSteps() {
-    pending = false;
-    busy = true;
-    pthread_mutex_unlock(&mutex);
-    bool more;
-    do {
-        more = step(object);
-    } while (more && !rest.load(std::memory_order_relaxed));
-    pthread_mutex_lock(&mutex);
-    busy = false;
-    pending = pending || more;
-    if (paused) pthread_cond_broadcast(&atRest);
-}
-
-void Worker::State::work() {
-    pthread_mutex_lock(&mutex);
-    while (!ending) {
-        if (pending && !paused) {
-            runSteps();
+void Worker::State::Run() {
+    std::unique_lock<std::mutex> lock(mutex);
+    while (pending || !ending) {
+        if (pending) {
+            RunStep(lock);
         } else {
-            pthread_cond_wait(&wakeUp, &mutex);
+            wakeUp.wait(lock);
         }
     }
-    pthread_mutex_unlock(&mutex);
+    running = false;
+    atRest.notify_all();
+}
+
+void Worker::State::RunStep(std::unique_lock<std::mutex>& lock) {
+    pending = false;
+    busy = true;
+    lock.unlock();
+    const bool more = step(object);
+    lock.lock();
+    busy = stuck = false;
+    pending = pending || more;
+    atRest.notify_all();
 }
 
 Worker::Worker(Step step, void* object) : _state(new State(step, object)) {}
@@ -79,71 +80,64 @@ Worker::~Worker() {
     delete _state;
 }
 
-void Worker::Lock() {
-    pthread_mutex_lock(&_state->mutex);
+void Worker::lock() {
+    _state->mutex.lock();
 }
 
-void Worker::Unlock() {
-    pthread_mutex_unlock(&_state->mutex);
+void Worker::unlock() {
+    _state->mutex.unlock();
 }
 
-void Worker::UnlockAndWake() {
+void Worker::Wake() {
     const bool asleep = !_state->busy && !_state->pending;
     _state->pending = true;
-    if (!_state->running && !_state->stopping) _state->start();
-    // Under the lock: behind it, the worker may be gone already.
-    if (asleep) pthread_cond_signal(&_state->wakeUp);
-    pthread_mutex_unlock(&_state->mutex);
+    if (!_state->running) {
+        _state->Start();
+    } else if (asleep) {
+        _state->wakeUp.notify_one();
+    }
 }
 
-void Worker::Stop() {
-    pthread_mutex_lock(&_state->mutex);
-    _state->stopping = true;
-    if (_state->running) {
-        _state->ending = true;
-        _state->setRest();
-        pthread_cond_broadcast(&_state->wakeUp);
-        pthread_mutex_unlock(&_state->mutex);
-        pthread_join(_state->thread, nullptr);
-        pthread_mutex_lock(&_state->mutex);
-        _state->running = false;
-        _state->ending = false;
-        _state->setRest();
+bool Worker::Stop() {
+    std::unique_lock<std::mutex> lock(_state->mutex);
+    _state->ending = true;
+    _state->wakeUp.notify_one();
+    while (_state->running && _state->ending) {  // a Wake may have begun another thread
+        // Each step that ends notifies, and begins the time anew.
+        if (_state->stuck ||
+            (_state->atRest.wait_for(lock, StuckTimeout) == std::cv_status::timeout &&
+             _state->busy)) {
+            _state->stuck = true;
+            return false;
+        }
     }
-    do {
-        while (_state->paused) pthread_cond_wait(&_state->wakeUp, &_state->mutex);
-        _state->runSteps();
-    } while (_state->pending);
-    _state->stopping = false;
-    pthread_mutex_unlock(&_state->mutex);
+    if (!_state->running && _state->thread.joinable()) {
+        _state->thread.join();
+    }
+    while (!_state->running && _state->pending) {  // the system had no thread to give
+        _state->RunStep(lock);
+    }
+    return true;
 }
 
 void Worker::Pause() {
-    pthread_mutex_lock(&_state->mutex);
-    _state->paused = true;
-    _state->setRest();
-    while (_state->busy) pthread_cond_wait(&_state->atRest, &_state->mutex);
+    std::unique_lock<std::mutex> lock(_state->mutex);
+    const auto isDone = [this] {
+        return !_state->running || _state->stuck || (!_state->busy && !_state->pending);
+    };
+    _state->stuck = !_state->atRest.wait_for(lock, StuckTimeout, isDone) && _state->busy;
+    lock.release();
 }
 
-void Worker::Resume() {
-    _state->paused = false;
-    _state->setRest();
-    pthread_cond_broadcast(&_state->wakeUp);
-    pthread_mutex_unlock(&_state->mutex);
-}
-
-void Worker::ResumeInChild() {
-    // The waiting threads that the condition variables know of don't exist in this process.
-    _state->wakeUp = PTHREAD_COND_INITIALIZER;
-    _state->atRest = PTHREAD_COND_INITIALIZER;
-    _state->running = false;
-    _state->busy = false;
-    _state->pending = false;
-    _state->ending = false;
-    _state->stopping = false;
-    _state->paused = false;
-    _state->setRest();
-    pthread_mutex_unlock(&_state->mutex);
+void Worker::Resume(bool inChild) {
+    if (inChild) {
+        // The thread, and its wait for a condition, don't exist in this process.
+        new (&_state->wakeUp) std::condition_variable;
+        new (&_state->atRest) std::condition_variable;
+        new (&_state->thread) std::thread;
+        _state->running = _state->busy = _state->pending = _state->stuck = false;
+    }
+    _state->mutex.unlock();
 }
 
 bool AtFork(void (*before)(), void (*inParent)(), void (*inChild)()) {

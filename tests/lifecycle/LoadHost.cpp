@@ -7,7 +7,9 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iostream>
+#include <map>
 #include <string>
 #include <thread>
 
@@ -15,15 +17,16 @@
 
 namespace {
 void* plugin = nullptr;
+void (*lateWrite)(int) = nullptr;
 
-template <class Function>
-Function* find(void* library, const char* name) {
-    return reinterpret_cast<Function*>(system_calls::Find(library, name));
+template <class Result = void, class... Arguments>
+Result call(void* library, const char* name, Arguments... arguments) {
+    return reinterpret_cast<Result (*)(Arguments...)>(system_calls::Find(library, name))(
+        arguments...);
 }
 
-template <class... Arguments>
-void call(const char* name, Arguments... arguments) {
-    find<void(Arguments...)>(plugin, name)(arguments...);
+void answer(bool yes, const char* ifYes, const char* ifNo) {
+    std::cout << (yes ? ifYes : ifNo) << ' ';
 }
 
 // A thread that has ended may stand in the system's list for a moment longer.
@@ -34,53 +37,52 @@ bool keepsThreads() {
     return system_calls::CountThreads() > 1;
 }
 
-void (*lateWrite)(int) = nullptr;
+std::filesystem::path logFile() {
+    return std::filesystem::path(std::getenv("XDG_DATA_HOME")) / "Tarnwick Software" / "morvel.log";
+}
 }  // namespace
 
-// A missing library or function is a crash, which the test sees.
+// A missing library, function or step is a crash, which the test sees.
 int main(int argc, char** argv) {
     std::cout << std::unitbuf;  // nothing for a forked child to write once more
+    const auto poco = [&] { return system_calls::Open(argv[2]); };
+    const auto log = [](const char* name, auto... arguments) {
+        return [=] { call(plugin, name, arguments...); };
+    };
+    const std::map<std::string, std::function<void()>> steps = {
+        {"load", [&] { plugin = system_calls::Open(argv[1]); }},
+        {"unload", [] { system_calls::Close(plugin); }},
+        {"log?", [] { answer(call<bool>(plugin, "plugin_log_in_force"), "on", "off"); }},
+        {"thread?", [] { answer(system_calls::CountThreads() > 1, "thread", "no-thread"); }},
+        {"thread-left?", [] { answer(keepsThreads(), "thread", "no-thread"); }},
+        {"mapped?", [] { answer(system_calls::IsLibraryMapped(), "mapped", "gone"); }},
+        {"channel?",
+         [&] { answer(call<bool>(poco(), "plugin_root_has_channel"), "channel", "no-channel"); }},
+        {"give-channel", [&] { call(poco(), "plugin_give_root_a_channel"); }},
+        {"own-channel", log("plugin_own_channel")},
+        {"write-on", log("plugin_write_on")},
+        {"default-log", log("plugin_default_log", false)},
+        {"default-log-in-force", log("plugin_default_log", true)},
+        {"last-word", log("plugin_last_word")},
+        // Joins the exit handlers ahead of the library's load, and so runs behind its unload.
+        {"late-write", [] { std::atexit([] { lateWrite(1); }); }},
+        {"arm-late-write",
+         [] {
+             lateWrite =
+                 reinterpret_cast<void (*)(int)>(system_calls::Find(plugin, "plugin_write"));
+         }},
+        {"create", [] { std::ofstream file(logFile()); }},
+        {"remove", [] { std::filesystem::remove(logFile()); }},
+        {"move-data",
+         [] { system_calls::SetEnvironment("XDG_DATA_HOME", std::getenv("OTHER_DATA")); }},
+        {"fork", [] { std::cout << system_calls::Fork(); }},
+    };
     for (int i = 3; i < argc; ++i) {
-        const std::string step = argv[i];
-        if (step == "load") {
-            plugin = system_calls::Open(argv[1]);
-        } else if (step == "unload") {
-            system_calls::Close(plugin);
-        } else if (step == "log?") {
-            std::cout << (find<bool()>(plugin, "plugin_log_in_force")() ? "on " : "off ");
-        } else if (step == "thread?") {
-            std::cout << (system_calls::CountThreads() > 1 ? "thread " : "no-thread ");
-        } else if (step == "thread-left?") {
-            std::cout << (keepsThreads() ? "thread " : "no-thread ");
-        } else if (step == "mapped?") {
-            std::cout << (system_calls::IsLibraryMapped() ? "mapped " : "gone ");
-        } else if (step == "channel?") {
-            void* const poco = system_calls::Open(argv[2]);
-            const bool has = find<bool()>(poco, "plugin_root_has_channel")();
-            std::cout << (has ? "channel " : "no-channel ");
-        } else if (step == "give-channel") {
-            find<void()>(system_calls::Open(argv[2]), "plugin_give_root_a_channel")();
-        } else if (step == "write") {
-            call("plugin_write", std::atoi(argv[++i]));
-        } else if (step == "write-on") {
-            call("plugin_write_on");
-        } else if (step == "default-log" || step == "default-log-in-force") {
-            call("plugin_default_log", step == "default-log-in-force");
-        } else if (step == "last-word") {
-            call("plugin_last_word");
-        } else if (step == "late-write") {
-            // Joins the exit list ahead of the library's load, and so runs behind its unload.
-            std::atexit([] { lateWrite(1); });
-        } else if (step == "arm-late-write") {
-            lateWrite = find<void(int)>(plugin, "plugin_write");
-        } else if (step == "create") {
-            std::ofstream file(argv[++i]);
-        } else if (step == "remove") {
-            std::filesystem::remove(argv[++i]);
-        } else if (step == "fork") {
-            std::cout << system_calls::Fork();
+        const int lines = std::atoi(argv[i]);
+        if (lines > 0) {
+            call(plugin, "plugin_write", lines);
         } else {
-            return 2;
+            steps.at(argv[i])();
         }
     }
     return 0;

@@ -9,6 +9,7 @@ void Close(void* library);
 
 int CountThreads();      ///< Of this process.
 bool IsLibraryMapped();  ///< Whether the library under test is in this process.
+void SetEnvironment(const char* name, const char* value);
 
 /// Makes a child that ends at once: "child-ended ", "child-failed ", or "no-forks ".
 const char* Fork();

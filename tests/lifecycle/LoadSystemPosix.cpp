@@ -1,11 +1,10 @@
-#include <dirent.h>
 #include <dlfcn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
-#include <fstream>
-#include <string>
+#include <filesystem>
+#include <iterator>
 
 #include <tests/lifecycle/LoadSystem.h>
 
@@ -24,22 +23,16 @@ void Close(void* library) {
 }
 
 int CountThreads() {
-    DIR* const stream = opendir("/proc/self/task");
-    int count = 0;
-    while (const dirent* entry = readdir(stream)) {
-        count += entry->d_name[0] != '.';
-    }
-    closedir(stream);
-    return count;
+    return static_cast<int>(
+        std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}));
 }
 
 bool IsLibraryMapped() {
-    std::ifstream maps("/proc/self/maps");
-    std::string line;
-    while (std::getline(maps, line)) {
-        if (line.find("libmorvel") != std::string::npos) return true;
-    }
-    return false;
+    return dlopen("libmorvel.so.1", RTLD_NOW | RTLD_NOLOAD) != nullptr;
+}
+
+void SetEnvironment(const char* name, const char* value) {
+    setenv(name, value, 1);
 }
 
 const char* Fork() {

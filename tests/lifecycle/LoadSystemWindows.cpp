@@ -34,6 +34,10 @@ bool IsLibraryMapped() {
     return GetModuleHandleA("morvel.dll") != nullptr;
 }
 
+void SetEnvironment(const char* name, const char* value) {
+    SetEnvironmentVariableA(name, value);
+}
+
 const char* Fork() {
     return "no-forks ";
 }

@@ -1,22 +1,13 @@
-// A module as an application loads it: linked to the library, and through it to POCO.
+// A module of an application: linked to the library, and through it to POCO.
 
 #include <atomic>
 #include <thread>
 
+#include <Poco/Channel.h>
+#include <Poco/Logger.h>
+
 #include <morvel/logging/NLog.h>
 #include <morvel/logging/NLogMessage.h>
-
-namespace {
-// Clean-up of the module's own, which logs.
-struct LastWord {
-    bool wanted = false;
-    ~LastWord() {
-        if (wanted) {
-            NLOG("NOTICE", "last word");
-        }
-    }
-} lastWord;
-}  // namespace
 
 extern "C" {
 bool plugin_log_in_force() {
@@ -24,8 +15,9 @@ bool plugin_log_in_force() {
 }
 
 void plugin_write(int lines) {
-    for (int i = 0; i < lines; ++i) {
-        NLOG("NOTICE", "writer 0 line %d", i);
+    static int number = 0;
+    for (; lines > 0; --lines) {
+        NLOG("NOTICE", "writer 0 line %d", number++);
     }
 }
 
@@ -52,7 +44,19 @@ void plugin_default_log(bool inForce) {
     }
 }
 
+// Clean-up of the module's own, which logs.
 void plugin_last_word() {
-    lastWord.wanted = true;
+    static const struct LastWord {
+        ~LastWord() { plugin_write(1); }
+    } lastWord;
+}
+
+// The log's own logger has a channel that goes with the log, and logs then.
+void plugin_own_channel() {
+    struct Channel : Poco::Channel {
+        void log(const Poco::Message&) override {}
+        ~Channel() override { plugin_write(1); }
+    };
+    Poco::Logger::get("morvel.log").setChannel(new Channel);
 }
 }

@@ -1,98 +1,269 @@
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <chrono>
+#include <ctime>
 
-#include <tests/logging/LogInForce.h>
+#include <tests/logging/Log.h>
 #include <tests/support/Test.h>
 
+using namespace std::chrono_literals;
 using namespace morvel::test;
+using namespace testing;
 
 namespace {
-constexpr int Children = 20;
-constexpr int Lines = 6000;  // of each thread
-
-// Children that end normally, every other one without a line, forked while threads log and the
-// queue is long. Writers 0 to 2 are the parent's threads, those from 100 on the children.
-[[noreturn]] void beBusyAndFork() {
-    NLog::Set(NLog::DefaultLog());
-    std::vector<std::thread> threads;
-    for (int writer = 0; writer < 3; ++writer) {
-        threads.emplace_back([writer] {
-            for (int line = 0; line < Lines; line += 50) {
-                WriteLines(writer, line, 50);
-                std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            }
-        });
-    }
-    int failures = 0;
-    for (int i = 0; i < Children; ++i) {
-        const pid_t child = fork();
-        if (child == 0) {
-            alarm(60);  // rather than wait for ever
-            WriteLines(100 + i, 0, i % 2 * 50);
-            std::exit(0);
-        }
-        int status = 1;
-        waitpid(child, &status, 0);
-        failures += status != 0;
-    }
-    for (std::thread& thread : threads) thread.join();
-    std::exit(failures);
+std::atomic<std::time_t> clockReads{0};  // 0: what the system's clock reads
 }
 
-// A child that asks for the default log is forked while another thread, which began `head start`
-// ago, asks for the first time.
-[[noreturn]] void askForTheDefaultLogAndFork(std::chrono::microseconds headStart) {
-    std::atomic<bool> begun{false};
-    std::thread other([&] {
-        begun = true;
-        NLog::DefaultLog();
-    });
-    while (!begun) {
-    }
-    const auto end = std::chrono::steady_clock::now() + headStart;
-    while (std::chrono::steady_clock::now() < end) {
-    }
+// In place of the C library's: the library and POCO read the clock through it.
+extern "C" __attribute__((visibility("default"))) int clock_gettime(clockid_t clock,
+                                                                    timespec* time) noexcept {
+    const int result = static_cast<int>(syscall(SYS_clock_gettime, clock, time));
+    if (clock == CLOCK_REALTIME && clockReads != 0) time->tv_sec = clockReads;
+    return result;
+}
+
+namespace {
+const std::filesystem::path File = InLogFolder("LogInForce.log");
+
+// Runs `body` in a child process and gives its exit status, or minus the signal that ended it.
+template <class Body>
+int InChild(Body body) {
     const pid_t child = fork();
     if (child == 0) {
-        alarm(10);
-        _exit(NLog::DefaultLog() == nullptr);
+        alarm(60);  // rather than wait for ever
+        body();
+        _exit(0);
     }
-    int status = 1;
+    int status = 0;
     waitpid(child, &status, 0);
-    other.join();
-    _exit(status != 0);
+    return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+// What is queued is in the file: each fork sees to it.
+void Drain() {
+    EXPECT_EQ(InChild([] {}), 0);
+}
+
+// Of the open files, those whose name begins so.
+std::vector<int> Descriptors(const std::string& name = "") {
+    std::vector<int> found;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code gone;  // the one that reads the folder
+        if (std::filesystem::read_symlink(entry, gone).string().rfind(name, 0) == 0) {
+            found.push_back(std::stoi(entry.path().filename()));
+        }
+    }
+    return found;
+}
+
+void LimitFileSize(rlim_t bytes) {
+    rlimit limit;
+    getrlimit(RLIMIT_FSIZE, &limit);
+    limit.rlim_cur = bytes;
+    setrlimit(RLIMIT_FSIZE, &limit);
+}
+
+class NLogPosix : public Test {
+protected:
+    void SetUp() override {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+        GTEST_SKIP() << "the sanitizers' own allocators don't survive a fork beside busy threads";
+#endif
+        std::filesystem::remove_all(InLogFolder(""));
+    }
+};
+
+template <class Function>
+auto SecondsOf(Function function) {
+    const auto begin = std::chrono::steady_clock::now();
+    function();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
 }
 }  // namespace
 
-TEST(NLogPosix, ChildrenOfABusyParentLogAndEnd) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "the sanitizers' own allocators don't survive a fork beside busy threads";
-#endif
-    const std::filesystem::path file = InLogFolder("NLogPosixTest.log");
-    std::filesystem::remove(file);
-    EXPECT_EXIT(beBusyAndFork(), testing::ExitedWithCode(0), "");
-    std::map<int, std::vector<int>> written = WrittenLines(file);
-    EXPECT_EQ(written.size(), 3u + Children / 2);
-    for (int writer = 0; writer < 3; ++writer) {
-        EXPECT_EQ(Gap(written[writer], Lines), "") << "writer " << writer;
+TEST_F(NLogPosix, BannerHasTheWallClockAndEachLineItsSecondInUtc) {
+    // As Europe/Dublin: standard time is the summer's, and the winter's is an hour behind it.
+    setenv("TZ", "IST-1GMT0,M10.5.0,M3.5.0/1", 1);
+    clockReads = 1768478402;
+    EXPECT_THAT(WholeLogOf([] {
+                    NLog::Information("noon");
+                    clockReads = 1768478400;  // set back
+                    NLog::Information("earlier");
+                }),
+                AllOf(HasSubstr("\n* Creation date: 15/1/2026 at 12:0:2\n"),
+                      HasSubstr("\n2026/1/15 - [Thu] - 12:00:02 - noon\n"),
+                      EndsWith("\n2026/1/15 - [Thu] - 12:00:00 - earlier\n")));
+    clockReads = 1784116800;
+    EXPECT_THAT(WholeLogOf([] { NLog::Information("summer"); }),
+                HasSubstr("* Creation date: 15/7/2026 at 13:0:0\n"));
+    clockReads = 0;
+    unsetenv("TZ");
+}
+
+// Children that end normally, every other one without a line, and one of each one's own, forked
+// while threads log and the queue is long.
+TEST_F(NLogPosix, ChildrenOfABusyParentLogAndEnd) {
+    constexpr int Children = 20, Lines = 6000;
+    EXPECT_EQ(InChild([] {
+                  NLog::Set(NLog::DefaultLog());
+                  std::vector<std::thread> threads;
+                  for (int writer = 0; writer < 3; ++writer) {
+                      threads.emplace_back([writer] {
+                          for (int line = 0; line < Lines; line += 50) {
+                              WriteLines(writer, line, 50);
+                              std::this_thread::sleep_for(1ms);
+                          }
+                      });
+                  }
+                  int failures = 0;
+                  for (int child = 100; child < 100 + Children; ++child) {
+                      failures += InChild([child] {
+                          WriteLines(child, 0, child % 2 * 50);
+                          const int grandchild =
+                              InChild([child] { WriteLines(child + 100, 0, 1), std::exit(0); });
+                          std::exit(grandchild);
+                      });
+                  }
+                  for (std::thread& thread : threads) thread.join();
+                  std::exit(failures);
+              }),
+              0);
+    std::map<int, std::vector<int>> expected,
+        written = WrittenLines(InLogFolder("NLogPosixTest.log"));
+    for (int writer = 0; writer < 3; ++writer) expected[writer] = Numbers(Lines);
+    for (int child = 100; child < 100 + Children; ++child) {
+        if (child % 2 == 1) expected[child] = Numbers(50);
+        expected[child + 100] = Numbers(1);
     }
-    for (int child = 101; child < 100 + Children; child += 2) {
-        EXPECT_EQ(Gap(written[child], 50), "") << "writer " << child;
+    EXPECT_EQ(written, expected);
+}
+
+TEST_F(NLogPosix, ChildForkedWhileTheDefaultLogIsMadeGetsItsOwn) {
+    for (int headStart = 0; headStart < 200; headStart += 2) {
+        ASSERT_EQ(InChild([headStart] {
+                      std::atomic<bool> begun{false};
+                      std::thread other([&] {
+                          begun = true;
+                          NLog::DefaultLog();
+                      });
+                      while (!begun) {
+                      }
+                      const auto end = std::chrono::steady_clock::now() + headStart * 1us;
+                      while (std::chrono::steady_clock::now() < end) {
+                      }
+                      const int child = InChild([] { _exit(NLog::DefaultLog() == nullptr); });
+                      other.join();
+                      _exit(child);
+                  }),
+                  0)
+            << headStart;
     }
 }
 
-TEST(NLogPosix, ChildForkedWhileTheDefaultLogIsMadeGetsItsOwn) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "the sanitizers' own allocators don't survive a fork beside busy threads";
-#endif
-    for (int headStart = 0; headStart < 200; headStart += 2) {
-        const pid_t process = fork();
-        if (process == 0) askForTheDefaultLogAndFork(std::chrono::microseconds(headStart));
-        int status = 1;
-        waitpid(process, &status, 0);
-        ASSERT_EQ(status, 0) << headStart;
+// As daemon() does it.
+TEST_F(NLogPosix, ParentThatEndsRightBehindTheForkHasWrittenItsLines) {
+    EXPECT_EQ(InChild([] {
+                  const LogInForce inForce;
+                  WriteLines(0, 0, 1000);
+                  if (fork() != 0) _exit(0);
+                  WriteLines(1, 0, 3);
+                  Drain();
+                  WriteLines(2, 0, 1);
+                  Drain();
+              }),
+              0);
+    for (int turn = 0; turn < 5000 && WrittenLines(File)[2].empty(); ++turn) {
+        std::this_thread::sleep_for(1ms);
     }
+    EXPECT_EQ(WrittenLines(File), (std::map<int, std::vector<int>>{
+                                      {0, Numbers(1000)}, {1, Numbers(3)}, {2, Numbers(1)}}));
+}
+
+// A FIFO whose reader sleeps holds the writer up: the first fork and the end wait a few seconds.
+TEST_F(NLogPosix, WriterThatIsStuckHoldsUpNobodyForLong) {
+    std::filesystem::create_directories(InLogFolder(""));
+    ASSERT_EQ(mkfifo(File.c_str(), 0600), 0);
+    EXPECT_EQ(InChild([] {  // without a reader
+                  const LogInForce inForce;
+                  WriteLines(0, 0, 3);
+                  _exit(SecondsOf(Drain) > 2);
+              }),
+              0);
+    const int reader = open(File.c_str(), O_RDONLY | O_NONBLOCK);
+    auto inForce = std::make_unique<LogInForce>();
+    WriteLines(0, 0, 1000);
+    EXPECT_LT(SecondsOf(Drain), 9);
+    EXPECT_LT(SecondsOf(Drain), 2);
+    const pid_t child = fork();
+    if (child == 0) {
+        WriteLines(1, 0, 1);
+        inForce.reset();
+        _exit(0);
+    }
+    std::string text;
+    char buffer[4096];
+    const auto read = [&](int lines) {
+        while (std::count(text.begin(), text.end(), '\n') < lines) {
+            const ssize_t count = ::read(reader, buffer, sizeof buffer);
+            if (count > 0) text.append(buffer, static_cast<std::size_t>(count));
+        }
+    };
+    read(6 + 1000 + 1);
+    waitpid(child, nullptr, 0);
+    std::ofstream(InLogFolder("read")) << text;
+    EXPECT_EQ(WrittenLines(InLogFolder("read")),
+              (std::map<int, std::vector<int>>{{0, Numbers(1000)}, {1, Numbers(1)}}));
+    WriteLines(0, 0, 1000);
+    EXPECT_LT(SecondsOf([&] { inForce.reset(); }), 9);
+}
+
+// Also on the way out, where the thread that ends would be the one to get the signal.
+TEST_F(NLogPosix, SurvivesALimitOfFileSizeAndGoesOnWithALineOfItsOwn) {
+    EXPECT_EQ(InChild([] {
+                  NLog::Set(NLog::DefaultLog());
+                  LimitFileSize(50000);
+                  WriteLines(0, 0, 20000);
+                  std::exit(0);
+              }),
+              0);
+    const LogInForce inForce;
+    NLog::Information("first");
+    Drain();
+    LimitFileSize(std::filesystem::file_size(File) + 5);
+    WriteLines(0, 0, 50);
+    Drain();
+    LimitFileSize(RLIM_INFINITY);
+    const std::string torn = ReadLog(File);
+    EXPECT_THAT(torn, MatchesRegex(".*first\n....."));
+    WriteLines(0, 0, 2);
+    Drain();
+    EXPECT_EQ(ReadLog(File).rfind(torn + "\n", 0), 0u);
+    EXPECT_EQ(WrittenLines(File), (std::map<int, std::vector<int>>{{0, Numbers(2)}}));
+}
+
+TEST_F(NLogPosix, RotatesWhateverBecameOfTheFolderAndKeepsOneDescriptorOffTheStandardStreams) {
+    EXPECT_EQ(InChild([] {
+                  for (const int stream : {0, 1, 2}) close(stream);
+                  std::size_t before = 0;
+                  const LogInForce inForce("Rotated");
+                  for (int round = 0; round < 5; ++round) {
+                      NLog::Information("x");
+                      Drain();
+                      if (round == 0) before = Descriptors().size();
+                      const std::vector<int> logs = Descriptors(InLogFolder("Rotated.log"));
+                      if (logs.size() != 1 || logs[0] <= 2) _exit(1);
+                      if (fcntl(logs[0], F_GETFD) != FD_CLOEXEC) _exit(2);
+                      if (Descriptors().size() != before) _exit(3);
+                      if (ftruncate(logs[0], 10485760) != 0) _exit(4);
+                      if (round == 3) std::filesystem::remove_all(InLogFolder(""));
+                  }
+              }),
+              0);
 }

@@ -3,11 +3,12 @@
 #include <atomic>
 #include <chrono>
 
-#include <Poco/DateTime.h>
-#include <Poco/DateTimeFormatter.h>
+#include <Poco/FormattingChannel.h>
+#include <Poco/Logger.h>
+#include <Poco/PatternFormatter.h>
 #include <Poco/RegularExpression.h>
 
-#include <tests/logging/LogInForce.h>
+#include <tests/logging/Log.h>
 #include <tests/support/Test.h>
 
 using namespace std::chrono_literals;
@@ -15,8 +16,9 @@ using namespace morvel::test;
 using namespace testing;
 
 namespace {
+constexpr std::uintmax_t RotationSize = 10485760;
 const std::string Stars(53, '*');
-const std::string Title = "* - Log System -\t\t\t\t\t\t\t\t\t \n";
+const std::string Title = Stars + "\n* - Log System -\t\t\t\t\t\t\t\t\t \n";
 
 // A log file that is `missing` bytes short of being rotated, without archives.
 std::filesystem::path AlmostFull(std::uintmax_t missing) {
@@ -25,7 +27,7 @@ std::filesystem::path AlmostFull(std::uintmax_t missing) {
         std::filesystem::remove(file.string() + archive);
     }
     std::ofstream(file, std::ios::trunc).close();
-    std::filesystem::resize_file(file, 10485760 - missing);
+    std::filesystem::resize_file(file, RotationSize - missing);
     return file;
 }
 
@@ -42,42 +44,91 @@ void WriteOnThreads(int count, int lines) {
     }
     for (std::thread& writer : writers) writer.join();
 }
+
+// A channel of the host's: keeps the last message, and logs a line itself when it dies.
+struct HostChannel : Poco::Channel {
+    void log(const Poco::Message& message) override { last = message; }
+    Poco::Message last;
+    std::chrono::steady_clock::duration* time = nullptr;
+
+protected:
+    ~HostChannel() override {
+        const auto begin = std::chrono::steady_clock::now();
+        NLog::Information("late");
+        if (time != nullptr) *time = std::chrono::steady_clock::now() - begin;
+    }
+};
+
+Poco::AutoPtr<Poco::FormattingChannel> Chain() {
+    return Poco::Logger::root().getChannel().cast<Poco::FormattingChannel>();
+}
 }  // namespace
 
 TEST(NLog, BeginsWithTheBannerAndStampsEachLine) {
-    const auto stamp = [] {
-        return Poco::DateTimeFormatter::format(Poco::DateTime(), "%Y/%n/%e - [%w] - %H:%M:%S - ");
-    };
-    std::string before, after;
-    const std::string log = WholeLogOf([&] {
-        NLog::Information("first");
-        std::this_thread::sleep_for(1100ms);  // into another second
-        before = stamp();
-        NLog::Information("100%t\tof it");
-        after = stamp();
-    });
-    Poco::RegularExpression banner(
+    Poco::RegularExpression whole(
         "\\A\\*{53}\n"
         "\\* - Log System -\t{9} \n"
         "\\* Creation date: [1-9]\\d?/[1-9]\\d?/\\d{4} at \\d+:\\d+:\\d+\n"
         "\\* Name: LogInForce\n"
         "\\* {52}\n"
         "\\*{53}\n"
-        "\\d{4}/[1-9]\\d?/[1-9]\\d? - \\[\\w{3}\\] - \\d\\d:\\d\\d:\\d\\d - first\n");
-    std::string head;
-    ASSERT_EQ(banner.extract(log, head), 1) << log;
-    const std::string second = log.substr(head.size());
-    EXPECT_THAT(second, AnyOf(before + "100%t\tof it\n", after + "100%t\tof it\n"));
+        "\\d{4}/[1-9]\\d?/[1-9]\\d? - \\[\\w{3}\\] - \\d\\d:\\d\\d:\\d\\d - 100%t\tof\nit\n\\z");
+    const std::string log = WholeLogOf([] { NLog::Information("100%t\tof\nit"); });
+    EXPECT_TRUE(whole.match(log)) << log;
 }
 
-TEST(NLog, RoutesExactLevelWordsOnly) {
-    for (const char* word :
-         {"INFO", "WARNING", "FATAL", "ERROR", "CRITICAL", "NOTICE", "INFORMATION", "TRACE"}) {
-        EXPECT_EQ(LineOf([&] { NLog::Write(word, "text"); }), "text\n") << word;
+TEST(NLog, RoutesExactLevelWordsAsTheHostHasIt) {
+    const std::pair<const char*, Poco::Message::Priority> rows[] = {
+        {"INFO", Poco::Message::PRIO_INFORMATION},
+        {"INFORMATION", Poco::Message::PRIO_INFORMATION},
+        {"WARNING", Poco::Message::PRIO_WARNING},
+        {"FATAL", Poco::Message::PRIO_FATAL},
+        {"ERROR", Poco::Message::PRIO_ERROR},
+        {"CRITICAL", Poco::Message::PRIO_CRITICAL},
+        {"NOTICE", Poco::Message::PRIO_NOTICE},
+        {"TRACE", Poco::Message::PRIO_TRACE},
+        {"DEBUG", {}},
+        {"notice", {}},
+        {"INFO ", {}},
+        {"INFORMATIO", {}},
+        {"", {}},
+    };
+    for (const auto& [word, priority] : rows) {
+        EXPECT_EQ(WholeLogOf([&] { NLog::Write(word, "text"); }).empty(), priority == 0) << word;
     }
-    for (const char* word : {"DEBUG", "notice", "INFO ", "INFORMATIO", "FATALITY", ""}) {
-        EXPECT_EQ(WholeLogOf([&] { NLog::Write(word, "text"); }), "") << word;
+    Poco::AutoPtr<HostChannel> host(new HostChannel);
+    const LogInForce inForce;
+    NLog::Information("first");
+    Poco::Logger& logger = Poco::Logger::get("LogInForce");
+    logger.setChannel(host);
+    for (const auto& [word, priority] : rows) {
+        host->last = Poco::Message("", "", {});
+        NLog::Write(word, word);
+        EXPECT_EQ(host->last.getText(), priority == 0 ? "" : word);
+        EXPECT_EQ(host->last.getPriority(), priority) << word;
     }
+    logger.setLevel(Poco::Message::PRIO_WARNING);
+    NLog::Write("WARNING", "loud");
+    NLog::Write("NOTICE", "quiet");
+    EXPECT_EQ(host->last.getText(), "loud");
+}
+
+TEST(NLog, ObeysAHostThatChangesItsChain) {
+    Poco::AutoPtr<HostChannel> host(new HostChannel);
+    EXPECT_THAT(
+        WholeLogOf([&] {
+            NLog::Information("one");
+            Chain()->getChannel()->close();
+            NLog::Information("two");
+            Chain()->setFormatter(new Poco::PatternFormatter("<%s %t>"));
+            NLog::Information("three");
+            Poco::Logger::get("LogInForce").setLevel(Poco::Message::PRIO_WARNING);
+            NLog::Information("too quiet");
+            Chain()->setChannel(host);
+            NLog::Write("ERROR", "four");
+        }),
+        AllOf(HasSubstr(" - one\n"), HasSubstr(" - two\n"), EndsWith("two\n<LogInForce three>\n")));
+    EXPECT_EQ(host->last.getText(), "<LogInForce four>");
 }
 
 TEST(NLog, SetGivesTheFormerOneAndDeletesNothing) {
@@ -95,6 +146,25 @@ TEST(NLog, SetGivesTheFormerOneAndDeletesNothing) {
     EXPECT_EQ(NLog::Set(nullptr), &first);
 }
 
+// Both chains go with the first, the older one ahead; whoever logs meanwhile doesn't wait.
+TEST(NLog, TakesTheChainsOfOthersAlongWithoutMakingThemWait) {
+    for (const char* name : {"older.log", "LogInForce.log"})
+        std::filesystem::remove(InLogFolder(name));
+    auto older = std::make_unique<LogInForce>("older");
+    NLog::Information("first");
+    Poco::AutoPtr<HostChannel> host(new HostChannel);
+    const LogInForce inForce;
+    WriteLines(0, 0, 100);
+    std::chrono::steady_clock::duration waited = 1h;
+    host->time = &waited;
+    Poco::Logger::get("older").setChannel(host);
+    host = nullptr;
+    older.reset();
+    EXPECT_LT(waited, 2s);
+    EXPECT_THAT(ReadLog(InLogFolder("older.log")), EndsWith(" - first\n"));
+    EXPECT_EQ(WrittenLines(InLogFolder("LogInForce.log"))[0], Numbers(100));
+}
+
 TEST(NLog, NamesItsFileByItsName) {
     for (const std::string name : {"NLogTest", "other.txt", "caf\xC3\xA9"}) {
         const std::filesystem::path file =
@@ -110,24 +180,42 @@ TEST(NLog, NamesItsFileByItsName) {
     }
 }
 
+TEST(NLog, LinesReachTheFileWhileTheProgramRuns) {
+    const std::filesystem::path file = AlmostFull(RotationSize);
+    const LogInForce inForce;
+    for (int line = 0; line < 20; ++line) {
+        WriteLines(0, line, 1);
+        for (int turn = 0; turn < 5000 && WrittenLines(file)[0] != Numbers(line + 1); ++turn) {
+            std::this_thread::sleep_for(1ms);
+        }
+        ASSERT_EQ(WrittenLines(file)[0], Numbers(line + 1));
+        std::this_thread::sleep_for(line % 4 * 1ms);
+    }
+}
+
 TEST(NLog, KeepsEveryLineOfEightThreadsInItsThreadsOrder) {
     const int lines = std::getenv("MORVEL_LONG_TESTS") != nullptr ? 125000 : 5000;
     const std::filesystem::path file = AlmostFull(1000000);  // a rotation falls in the middle
-    WithLog([&] { WriteOnThreads(8, lines); });
+    {
+        const LogInForce inForce;
+        WriteOnThreads(8, lines);
+        NLog::Information(std::string(1 << 20, 'x'));
+    }
     std::map<int, std::vector<int>> written = WrittenLines(file);
     EXPECT_EQ(written.size(), 8u);
     for (int writer = 0; writer < 8; ++writer) {
-        EXPECT_EQ(Gap(written[writer], static_cast<std::size_t>(lines)), "") << "writer " << writer;
+        EXPECT_EQ(written[writer], Numbers(lines)) << "writer " << writer;
     }
+    EXPECT_THAT(ReadLog(file), EndsWith(" - " + std::string(1 << 20, 'x') + "\n"));
 }
 
 TEST(NLog, FirstLinesThatMeetAreAllWritten) {
     AlmostFull(0);  // without archives
     for (int round = 0; round < 50; ++round) {
-        EXPECT_THAT(WholeLogOf([] { WriteOnThreads(6, 2); }), StartsWith(Stars + "\n" + Title));
+        EXPECT_THAT(WholeLogOf([] { WriteOnThreads(6, 2); }), StartsWith(Title));
         std::map<int, std::vector<int>> written = WrittenLines(InLogFolder("LogInForce.log"));
         for (int writer = 0; writer < 6; ++writer) {
-            EXPECT_EQ(Gap(written[writer], 2), "") << "writer " << writer;
+            EXPECT_EQ(written[writer], Numbers(2)) << "writer " << writer;
         }
     }
 }
@@ -135,7 +223,7 @@ TEST(NLog, FirstLinesThatMeetAreAllWritten) {
 // Each log is deleted halfway through what threads have to log in its time.
 TEST(NLog, ComesAndGoesWhileOtherThreadsLog) {
     const int rounds = 200;
-    const std::filesystem::path file = AlmostFull(10485760);
+    const std::filesystem::path file = AlmostFull(RotationSize);
     std::atomic<bool> go{true};
     std::atomic<int> written{0};
     std::atomic<int> due{0};
@@ -148,10 +236,8 @@ TEST(NLog, ComesAndGoesWhileOtherThreadsLog) {
         });
     }
     for (int round = 0; round < rounds; ++round) {
-        NLog own;
-        own.SetName("LogInForce");
+        const LogInForce inForce;
         const int before = written;
-        NLog::Set(&own);
         due = before + 200;
         while (written < before + 20) std::this_thread::yield();
     }
@@ -160,11 +246,10 @@ TEST(NLog, ComesAndGoesWhileOtherThreadsLog) {
 
     // Each banner whole, with no line of a thread's in it.
     const std::string log = ReadLog(file);
-    const std::string title = Stars + "\n" + Title + "* Creation date: ";
     const std::string name = "\n* Name: LogInForce\n*" + std::string(52, ' ') + "\n" + Stars + "\n";
     int banners = 0;
-    for (std::size_t at = 0; (at = log.find(title, at)) != std::string::npos; ++at) {
-        banners += log.compare(log.find('\n', at + title.size()), name.size(), name) == 0;
+    for (std::size_t at = 0; (at = log.find(Title, at)) != std::string::npos; at += Title.size()) {
+        banners += log.compare(log.find('\n', at + Title.size()), name.size(), name) == 0;
     }
     EXPECT_EQ(banners, rounds);
     for (const auto& writer : WrittenLines(file)) {
@@ -173,40 +258,38 @@ TEST(NLog, ComesAndGoesWhileOtherThreadsLog) {
     }
 }
 
-TEST(NLog, RotatesAtTenMegabytes) {
-    // How many bytes are missing, and what still goes into the old file.
-    const std::pair<std::uintmax_t, std::string> rows[] = {
-        {0, ""}, {1, Stars + "\n"}, {56, Stars + "\n" + Title}};
-    for (const auto& [missing, added] : rows) {
-        SCOPED_TRACE(missing);
-        const std::filesystem::path file = AlmostFull(missing);
-        WithLog([] { NLog::Information("x"); });
-        const std::string archive = ReadLog(file.string() + ".0");
-        ASSERT_GE(archive.size(), 10485760 - missing);
-        EXPECT_EQ(archive.substr(10485760 - missing), added);
+TEST(NLog, RotatesAtTenMegabytesAndRemovesArchivesOlderThanADay) {
+    const struct {
+        std::uintmax_t missing;
+        std::string added;  // to the old file
+    } rows[] = {{0, ""}, {1, Stars + "\n"}, {56, Title}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.missing);
+        const std::filesystem::path file = AlmostFull(row.missing);
+        const auto now = std::filesystem::file_time_type::clock::now();
+        const std::string newest = file.string() + ".0", next = file.string() + ".1";
+        std::ofstream(newest) << "a day less ten minutes";
+        std::ofstream(next) << "a day and ten minutes";
+        std::filesystem::last_write_time(newest, now - 23h - 50min);
+        std::filesystem::last_write_time(next, now - 24h - 10min);
+        {
+            const LogInForce inForce;
+            NLog::Information("x");
+        }
+        EXPECT_EQ(ReadLog(newest).substr(RotationSize - row.missing), row.added);
+        EXPECT_EQ(ReadLog(next), "a day less ten minutes");
+        EXPECT_FALSE(std::filesystem::exists(file.string() + ".2"));
         EXPECT_THAT(ReadLog(file), HasSubstr("* Name: LogInForce\n"));
-        EXPECT_FALSE(std::filesystem::exists(file.string() + ".1"));
     }
-}
-
-TEST(NLog, NumbersArchivesAndRemovesThoseOlderThanADay) {
-    const std::filesystem::path file = AlmostFull(0);
-    const auto now = std::filesystem::file_time_type::clock::now();
-    const std::string newest = file.string() + ".0", next = file.string() + ".1";
-    std::ofstream(newest) << "a day less ten minutes";
-    std::ofstream(next) << "a day and ten minutes";
-    std::filesystem::last_write_time(newest, now - 23h - 50min);
-    std::filesystem::last_write_time(next, now - 24h - 10min);
-    WithLog([] { NLog::Information("x"); });
-    EXPECT_EQ(std::filesystem::file_size(newest), 10485760u);
-    EXPECT_EQ(ReadLog(next), "a day less ten minutes");
-    EXPECT_FALSE(std::filesystem::exists(file.string() + ".2"));
 }
 
 TEST(NLog, LosesLinesAndNothingElseWhereItCannotOpenItsFile) {
     const std::filesystem::path file = InLogFolder("LogInForce.log");
     std::filesystem::remove(file);
     std::filesystem::create_directories(file);
-    WithLog([] { WriteLines(0, 0, 300); });
+    {
+        const LogInForce inForce;
+        WriteLines(0, 0, 300);
+    }
     EXPECT_TRUE(std::filesystem::remove(file));
 }
