@@ -7,9 +7,7 @@
 #include <morvel/logging/NLog.h>
 
 NLogOwner::NLogOwner() : _log(nullptr) {
-    if (NLog::Get() != nullptr) {
-        return;
-    }
+    if (NLog::Get() != nullptr) return;
     auto log = std::make_unique<NLog>();
     NPath file(log->_path);
     file.Append("morvel.log");
@@ -21,9 +19,7 @@ NLogOwner::NLogOwner() : _log(nullptr) {
 }
 
 NLogOwner::~NLogOwner() {
-    if (_log == nullptr) {
-        return;
-    }
+    if (_log == nullptr) return;
     morvel::LogAsyncChannel::WriteAllIfAlone();
     NLog::Set(NLog::DefaultLog());
     delete _log;

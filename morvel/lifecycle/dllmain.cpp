@@ -4,13 +4,13 @@
 
 namespace {
 
-// A process that ends by `exit`, as a return from main does, runs the list of the C runtime first,
-// while all its threads are alive. Each DLL has a list of its own besides, which comes too late: it
-// is the one that std::atexit reaches from here. Both functions below add to the former.
+// A process that ends by `exit`, as a return from main does, runs the exit handlers of the C
+// runtime first, while all its threads are alive. Those of a DLL, which std::atexit reaches from
+// here, come too late. Both functions below add to the former.
 const struct {
     const wchar_t* runtime;
     const char* name;
-} lists[] = {{L"msvcrt.dll", "_onexit"}, {L"ucrtbase.dll", "_crt_atexit"}};
+} Runtimes[] = {{L"msvcrt.dll", "_onexit"}, {L"ucrtbase.dll", "_crt_atexit"}};
 
 int _beforeTheEnd() {
     morvel::LogGate::CloseForTheEnd();
@@ -18,12 +18,14 @@ int _beforeTheEnd() {
 }
 
 void _joinExitHandlers() {
-    for (const auto& list : lists) {
-        const HMODULE runtime = GetModuleHandleW(list.runtime);
+    for (const auto& row : Runtimes) {
+        const HMODULE runtime = GetModuleHandleW(row.runtime);
         if (runtime == nullptr) continue;
         using Add = void* (*)(int (*)());
-        const FARPROC add = GetProcAddress(runtime, list.name);
-        if (add != nullptr) reinterpret_cast<Add>(reinterpret_cast<void*>(add))(_beforeTheEnd);
+        const FARPROC add = GetProcAddress(runtime, row.name);
+        if (add != nullptr) {
+            reinterpret_cast<Add>(reinterpret_cast<void*>(add))(_beforeTheEnd);
+        }
     }
 }
 
@@ -36,9 +38,11 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void* loadedWithP
         // Refused where the module has thread-local storage, as all that GCC links have. The start
         // and end of a thread are then told to us still, and nothing is to be done about them.
         DisableThreadLibraryCalls(module);
-        // Nothing is ever taken off those lists, so only a library that stays until the end may
-        // stand on one. It stands there ahead of the program itself, and so its turn comes last.
-        if (loadedWithProgram != nullptr) _joinExitHandlers();
+        // An exit handler is never taken back, so only a library that stays until the end may add
+        // one. It is added ahead of the program's own, and so it is called last.
+        if (loadedWithProgram != nullptr) {
+            _joinExitHandlers();
+        }
     }
     return TRUE;
 }

@@ -30,7 +30,7 @@ NMutex NMutex::_process;
 // The log's owner, which switches the log on or leaves it off. What it asks for while it goes is
 // cleaned up right behind it.
 namespace {
-const UnloadMark _behindTheLog;
+const UnloadMark BehindTheLog;
 NLogOwner _logOwner;
 }  // namespace
 
@@ -60,7 +60,7 @@ const std::string NDateTime::_monthNames[] = {"January",   "February", "March", 
 
 // Where exceptions end that an operation must not let through.
 Poco::FastMutex NErrorHandler::_mutex;
-static const UnloadMark _behindTheHandler;
+static const UnloadMark BehindTheHandler;
 NErrorHandler* NErrorHandler::_handler = NErrorHandler::DefaultHandler();
 
 // What identifiers are usually made of, and the generator that draws them.
@@ -69,4 +69,4 @@ const std::string morvel::identifierAlphabet(
 morvel::IdentifierGenerator morvel::identifierGenerator;
 
 // Whatever comes into being later goes before all of the above.
-static const UnloadMark _behindTheApplication;
+static const UnloadMark BehindTheApplication;

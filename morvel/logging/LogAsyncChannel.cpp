@@ -72,9 +72,7 @@ struct LogAsyncChannel::Writer {
 // Where a thread is cut off in here, the next step finds everything as it was or as it should be: a
 // line that comes again has its number again.
 bool LogAsyncChannel::Writer::WriteSome() {
-    if (done - base >= buffers[1 - filled].used && !Swap()) {
-        return false;
-    }
+    if (done - base >= buffers[1 - filled].used && !Swap()) return false;
     const Buffer& buffer = buffers[1 - filled];
     for (int line = 0; line < LinesOfAStep && done - base < buffer.used; ++line) {
         const char* const from = buffer.bytes.get() + (done - base);

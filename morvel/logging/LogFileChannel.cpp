@@ -45,9 +45,7 @@ void LogFileChannel::setProperty(const std::string& name, const std::string& val
 
 void LogFileChannel::WriteLine(std::string_view line, std::uint64_t number, bool more) {
     try {
-        if (number != 0 && number == _number && platform::SizeOf(_file) > _sizeBefore) {
-            return;
-        }
+        if (number != 0 && number == _number && platform::SizeOf(_file) > _sizeBefore) return;
         if (_file == platform::NoFile) {
             _file = platform::OpenForAppending(path());
         }

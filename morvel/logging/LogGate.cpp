@@ -20,9 +20,7 @@ platform::Mutex _defaultLogLock;
 template <class Condition>
 bool _waitFor(Condition isTrue) {
     for (int turn = 0; turn < 100; ++turn) {
-        if (isTrue()) {
-            return true;
-        }
+        if (isTrue()) return true;
         if (platform::OtherThreadsAreGone()) {
             return false;  // whoever is awaited won't come
         }
@@ -30,9 +28,7 @@ bool _waitFor(Condition isTrue) {
     }
     const auto end = std::chrono::steady_clock::now() + platform::StuckTimeout;
     while (std::chrono::steady_clock::now() < end) {
-        if (isTrue()) {
-            return true;
-        }
+        if (isTrue()) return true;
         platform::SleepMilliseconds(1);
     }
     return false;
@@ -40,9 +36,7 @@ bool _waitFor(Condition isTrue) {
 
 bool _tryEnter() {
     ++_inside;
-    if (!_closed) {
-        return true;
-    }
+    if (!_closed) return true;
     --_inside;
     return false;
 }

@@ -123,9 +123,7 @@ void NLog::Information(const std::string& text) {
 }
 
 void NLog::_write(std::string_view level, std::string_view text) {
-    if (_instance == nullptr) {
-        return;
-    }
+    if (_instance == nullptr) return;
     for (const auto& row : Levels) {
         if (level == row.word) {
             if (row.priority != Dropped) {
@@ -141,9 +139,7 @@ void NLog::_write(int priority, std::string_view text) {
         {
             const LogGate::Pass pass;
             const NLog* const log = _instance;
-            if (log == nullptr) {
-                return;
-            }
+            if (log == nullptr) return;
             if (log->_configured) {
                 const std::string& name = log->_name.Data();
                 Poco::Logger& logger = Poco::Logger::get(name);
@@ -166,9 +162,7 @@ void NLog::_write(int priority, std::string_view text) {
 }
 
 void NLog::_configure() {
-    if (_configured) {
-        return;
-    }
+    if (_configured) return;
     _configured = true;
 
     Poco::AutoPtr<LogFileChannel> file(new LogFileChannel);

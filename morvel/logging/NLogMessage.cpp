@@ -15,14 +15,14 @@
 namespace {
 constexpr int BufferSize = 2048;
 
-bool isSeparator(char c) {
+bool _isSeparator(char c) {
     return c == '/' || c == '\\' || c == '(';
 }
 
 // What std::vsnprintf would put there, for formats that hold text, %s and whole numbers without
 // flags, width or precision, as nearly all do; below 0 for others, and where the result is too
 // long or an argument is null.
-int printPlain(char (&buffer)[BufferSize], const char* format, std::va_list arguments) {
+int _printPlain(char (&buffer)[BufferSize], const char* format, std::va_list arguments) {
     char* to = buffer;
     char* const end = buffer + sizeof buffer - 1;
     const auto text = [&](const char* from, std::size_t length) {
@@ -77,7 +77,7 @@ NLogMessage::NLogMessage(const char* file, std::int32_t line, const char* functi
 void NLogMessage::_begin(std::string_view file, std::int32_t line, std::string_view function,
                          std::string_view level) {
     std::size_t name = file.size();
-    while (name > 0 && !isSeparator(file[name - 1])) {
+    while (name > 0 && !_isSeparator(file[name - 1])) {
         --name;
     }
     char number[11];
@@ -122,7 +122,7 @@ void NLogMessage::Format(const char* format, ...) {
     char buffer[BufferSize];
     std::va_list arguments;
     va_start(arguments, format);
-    int length = printPlain(buffer, format, arguments);
+    int length = _printPlain(buffer, format, arguments);
     va_end(arguments);
     if (length < 0) {
         va_start(arguments, format);

@@ -31,9 +31,7 @@ struct Worker::State {  // all guarded by `mutex`
 bool Worker::State::MakeWork() {
     if (pool == nullptr) {
         pool = CreateThreadpool(nullptr);
-        if (pool == nullptr) {
-            return false;
-        }
+        if (pool == nullptr) return false;
         SetThreadpoolThreadMaximum(pool, 1);
     }
     if (work == nullptr) {
