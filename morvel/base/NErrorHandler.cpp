@@ -19,7 +19,7 @@ struct DefaultHolder {
     NErrorHandler* handler = nullptr;
 };
 
-DefaultHolder* makeHolder() {
+DefaultHolder* _makeHolder() {
     auto holder = std::make_unique<DefaultHolder>();
     morvel::platform::AtUnload([](void* object) { delete static_cast<DefaultHolder*>(object); },
                                holder.get());
@@ -83,7 +83,7 @@ NErrorHandler* NErrorHandler::Get() {
 }
 
 NErrorHandler* NErrorHandler::DefaultHandler() {
-    static DefaultHolder* const holder = makeHolder();
+    static DefaultHolder* const holder = _makeHolder();
     Poco::FastMutex::ScopedLock lock(holder->mutex);
     if (holder->handler == nullptr) {
         holder->handler = new NErrorHandler;

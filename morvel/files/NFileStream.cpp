@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr std::ios::openmode openModes[] = {
+constexpr std::ios::openmode OpenModes[] = {
     std::ios::out,                                 // ModeWrite
     std::ios::in,                                  // ModeRead
     std::ios::in | std::ios::out,                  // ModeReadWrite
@@ -22,7 +22,7 @@ constexpr std::ios::openmode openModes[] = {
     std::ios::in | std::ios::binary,               // ModeReadBinary
 };
 
-constexpr std::ios::openmode bothWays = std::ios::in | std::ios::out;
+constexpr std::ios::openmode BothDirections = std::ios::in | std::ios::out;
 
 bool _isFolder(const std::string& name) {
     try {
@@ -60,7 +60,7 @@ int NFileStream::Open(const NFile& file, int mode) {
         _buf = new NFileStreamBuf;
         NString name(file.Path());
         name.ConvertTo(EncodingUTF8);
-        _buf->open(name.Data(), openModes[mode]);
+        _buf->open(name.Data(), OpenModes[mode]);
         morvel::platform::KeepPrivate(_buf);
         // Some systems open a folder for reading, and only the first read would fail.
         if (_isFolder(name.Data())) {
@@ -102,7 +102,7 @@ int NFileStream::Seek(int position) {
     if (_buf == nullptr) {
         return 0;
     }
-    return _resultOf([&] { return std::streamoff(_buf->seekpos(position, bothWays)); });
+    return _resultOf([&] { return std::streamoff(_buf->seekpos(position, BothDirections)); });
 }
 
 int NFileStream::Size() {
@@ -110,9 +110,9 @@ int NFileStream::Size() {
         return 0;
     }
     return _resultOf([&] {
-        const std::streamoff position = _buf->seekoff(0, std::ios::cur, bothWays);
-        const std::streamoff size = _buf->seekoff(0, std::ios::end, bothWays);
-        _buf->seekoff(position, std::ios::beg, bothWays);
+        const std::streamoff position = _buf->seekoff(0, std::ios::cur, BothDirections);
+        const std::streamoff size = _buf->seekoff(0, std::ios::end, BothDirections);
+        _buf->seekoff(position, std::ios::beg, BothDirections);
         return size;
     });
 }

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr Poco::Path::Style nativeStyle = Poco::Path::PATH_NATIVE;
+constexpr Poco::Path::Style NativeStyle = Poco::Path::PATH_NATIVE;
 
 std::string _utf8(NString text) {  // by value: the copy is what gets converted
     text.ConvertTo(EncodingUTF8);
@@ -16,7 +16,7 @@ std::string _utf8(NString text) {  // by value: the copy is what gets converted
 }
 
 Poco::Path _parsed(const NString& text) {
-    return Poco::Path(_utf8(text), nativeStyle);
+    return Poco::Path(_utf8(text), NativeStyle);
 }
 
 // SetBytes takes the bytes as they are: a constructor would take FF FE at the head of a name that
@@ -30,7 +30,7 @@ NString _inEncoding(const std::string& utf8, NStringEncoding encoding) {
 
 // Assigns through the virtual table, so that a subclass sees the text arrive.
 void _replace(NString& text, const Poco::Path& path, NStringEncoding encoding) {
-    text = _inEncoding(path.toString(nativeStyle), encoding);
+    text = _inEncoding(path.toString(NativeStyle), encoding);
 }
 
 NPath _specialFolder(morvel::platform::Folder folder) {

@@ -19,8 +19,8 @@ private:
 };
 
 /// Both live as long as the library is loaded.
-extern const std::string identifierAlphabet;
-extern IdentifierGenerator identifierGenerator;
+extern const std::string IdentifierAlphabet;
+extern IdentifierGenerator _identifierGenerator;
 
 /// nanoid::generate into storage that is there already. What it throws leaves `*result` as it was,
 /// but for what the source throws.

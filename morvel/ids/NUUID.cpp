@@ -8,7 +8,7 @@ NUUID::~NUUID() = default;
 // NOLINTNEXTLINE(performance-unnecessary-value-param): by value is part of the interface.
 std::int32_t NUUID::Generate(std::string alphabet, std::uint32_t size) {
     try {
-        morvel::GenerateInto(&_value, morvel::identifierGenerator, alphabet, size);
+        morvel::GenerateInto(&_value, morvel::_identifierGenerator, alphabet, size);
         return 0;
     } catch (...) {
         return -1;  // the reason is for callers of nanoid::generate

@@ -35,11 +35,11 @@ crypto_random_base::~crypto_random_base() = default;
 template class crypto_random<std::mt19937>;
 
 const std::string& default_alphabet() {
-    return morvel::identifierAlphabet;
+    return morvel::IdentifierAlphabet;
 }
 
 std::string generate(const std::string& alphabet, unsigned long long size) {
-    return generate(morvel::identifierGenerator, alphabet, size);
+    return generate(morvel::_identifierGenerator, alphabet, size);
 }
 
 std::string generate(crypto_random_base& source, const std::string& alphabet,

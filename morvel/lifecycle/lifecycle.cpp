@@ -64,9 +64,9 @@ static const UnloadMark BehindTheHandler;
 NErrorHandler* NErrorHandler::_handler = NErrorHandler::DefaultHandler();
 
 // What identifiers are usually made of, and the generator that draws them.
-const std::string morvel::identifierAlphabet(
+const std::string morvel::IdentifierAlphabet(
     "_-0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ");
-morvel::IdentifierGenerator morvel::identifierGenerator;
+morvel::IdentifierGenerator morvel::_identifierGenerator;
 
 // Whatever comes into being later goes before all of the above.
 static const UnloadMark BehindTheApplication;

@@ -51,14 +51,14 @@ union semun {  // left to the caller by the C library
 constexpr char32_t Replacement = 0xFFFD;
 constexpr char32_t Malformed = 0xFFFFFFFF;
 
-bool isHighSurrogate(char32_t c) {
+bool _isHighSurrogate(char32_t c) {
     return c >= 0xD800 && c <= 0xDBFF;
 }
-bool isLowSurrogate(char32_t c) {
+bool _isLowSurrogate(char32_t c) {
     return c >= 0xDC00 && c <= 0xDFFF;
 }
 
-void appendUtf8(std::string* out, char32_t c) {
+void _appendUtf8(std::string* out, char32_t c) {
     const auto byte = [out](char32_t value) { out->push_back(static_cast<char>(value)); };
     if (c < 0x80) {
         byte(c);
@@ -80,7 +80,7 @@ void appendUtf8(std::string* out, char32_t c) {
 // Reads one character and moves `*at` behind it. Of malformed text it takes the longest piece that
 // could have begun a character, or else one byte, as the Unicode Standard recommends in 3.9 and the
 // converter of Windows does. Stops in front of a NUL.
-char32_t nextUtf8(const unsigned char** at) {
+char32_t _nextUtf8(const unsigned char** at) {
     const unsigned char lead = *(*at)++;
     if (lead < 0x80) {
         return lead;
@@ -105,7 +105,7 @@ char32_t nextUtf8(const unsigned char** at) {
     return c;
 }
 
-std::string homeFolder() {
+std::string _homeFolder() {
     const char* home = secure_getenv("HOME");
     if (home != nullptr && *home != '\0') {
         return home;
@@ -120,7 +120,7 @@ std::string homeFolder() {
 }
 
 // Makes whatever is missing of a folder. A failure shows when the folder is used.
-void makeFolders(const std::string& folder) {
+void _makeFolders(const std::string& folder) {
     if (mkdir(folder.c_str(), 0700) == 0 || errno != ENOENT) {
         return;
     }
@@ -130,20 +130,20 @@ void makeFolders(const std::string& folder) {
     }
 }
 
-std::string userDataFolder() {
+std::string _userDataFolder() {
     std::string folder;
     // The base directory rules of freedesktop.org tell to ignore a relative name.
     const char* configured = secure_getenv("XDG_DATA_HOME");
     if (configured != nullptr && *configured == '/') {
         folder = configured;
     } else {
-        folder = homeFolder();
+        folder = _homeFolder();
         if (folder.empty()) {
             return folder;
         }
         folder += "/.local/share";
     }
-    makeFolders(folder);
+    _makeFolders(folder);
     return folder;
 }
 
@@ -170,7 +170,7 @@ struct Descriptor {
 template struct Descriptor<&Poco::FileStreamBuf::_fd>;
 
 // Gives up after a second: any user who may read a file in /tmp may also hold its lock for good.
-void lockForAMoment(int file) {
+void _lockForASecond(int file) {
     for (int attempt = 0; attempt < 1000; ++attempt) {
         if (flock(file, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) {
             return;
@@ -180,7 +180,7 @@ void lockForAMoment(int file) {
 }
 
 // Finds or makes the System V semaphore and sees to it that it isn't left at 0, where it begins.
-void makeSemaphore(key_t key) {
+void _makeSemaphore(key_t key) {
     int semaphore = semget(key, 1, 0666 | IPC_CREAT | IPC_EXCL);
     if (semaphore < 0 && errno == EEXIST) {
         semaphore = semget(key, 1, 0);
@@ -217,12 +217,12 @@ std::string NarrowFromWide(const NWideChar* text, std::int32_t codePage) {
     }
     while (*text != 0) {
         char32_t c = *text++;
-        if (isHighSurrogate(c) && isLowSurrogate(*text)) {
+        if (_isHighSurrogate(c) && _isLowSurrogate(*text)) {
             c = 0x10000 + ((c - 0xD800) << 10) + (*text++ - 0xDC00);
-        } else if (isHighSurrogate(c) || isLowSurrogate(c)) {
+        } else if (_isHighSurrogate(c) || _isLowSurrogate(c)) {
             c = Replacement;
         }
-        appendUtf8(&result, c);
+        _appendUtf8(&result, c);
     }
     return result;
 }
@@ -235,7 +235,7 @@ NWideString WideFromNarrow(const char* text, std::int32_t codePage) {
     const char32_t substitute = codePage == CodePageUtf8 ? Replacement : U'?';
     const auto* at = reinterpret_cast<const unsigned char*>(text);
     while (*at != 0) {
-        char32_t c = nextUtf8(&at);
+        char32_t c = _nextUtf8(&at);
         if (c == Malformed) {
             c = substitute;
         }
@@ -280,7 +280,7 @@ NWideString SpecialFolder(Folder folder) {
     std::string name;
     switch (folder) {
         case Folder::AppData:
-            name = userDataFolder();
+            name = _userDataFolder();
             break;
         case Folder::CommonAppData:
             name = "/var/lib";
@@ -484,7 +484,7 @@ void SleepMilliseconds(std::uint32_t milliseconds) {
 FolderLock::FolderLock(const std::string& folder)
     : _descriptor(_open(folder, O_RDONLY | O_DIRECTORY)) {
     if (_descriptor >= 0) {
-        lockForAMoment(_descriptor);
+        _lockForASecond(_descriptor);
     }
 }
 
@@ -509,10 +509,10 @@ void PrepareNamedMutex(const std::string& name) {
         }
         throw Poco::SystemException("cannot create named mutex " + fileName + " (lockfile)", name);
     }
-    lockForAMoment(file);  // two processes that come at once must not both set the semaphore
+    _lockForASecond(file);  // two processes that come at once must not both set the semaphore
     const key_t key = ftok(fileName.c_str(), 'p');
     if (key != -1) {
-        makeSemaphore(key);
+        _makeSemaphore(key);
     }
     flock(file, LOCK_UN);  // also for a child that was forked meanwhile and shares the open file
     close(file);

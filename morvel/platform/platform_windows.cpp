@@ -47,9 +47,9 @@ struct UnloadEntry {
     UnloadEntry* older;
 };
 
-std::atomic<UnloadEntry*> newestEntry;  // zero before any code runs
+std::atomic<UnloadEntry*> _newestEntry;  // zero before any code runs
 
-PSRWLOCK asLock(void** lock) {
+PSRWLOCK _asLock(void** lock) {
     static_assert(sizeof(SRWLOCK) == sizeof(void*));
     return reinterpret_cast<PSRWLOCK>(lock);
 }
@@ -246,14 +246,14 @@ bool OtherThreadsAreGone() {
 
 void Mutex::lock() {
     if (OtherThreadsAreGone()) {
-        TryAcquireSRWLockExclusive(asLock(&_lock));
+        TryAcquireSRWLockExclusive(_asLock(&_lock));
     } else {
-        AcquireSRWLockExclusive(asLock(&_lock));
+        AcquireSRWLockExclusive(_asLock(&_lock));
     }
 }
 
 void Mutex::unlock() {
-    ReleaseSRWLockExclusive(asLock(&_lock));
+    ReleaseSRWLockExclusive(_asLock(&_lock));
 }
 
 std::tm LocalTime(std::time_t time) {
@@ -279,17 +279,17 @@ bool FailedNamedLockMayHold() {
 // The runtime's own list won't do: what is registered while it runs is never called. Entries are
 // pushed without a lock, since at the end of a process the threads that could hold one are gone.
 void AtUnload(void (*cleanUp)(void*), void* object) {
-    auto* const entry = new UnloadEntry{cleanUp, object, newestEntry.load()};
-    while (!newestEntry.compare_exchange_weak(entry->older, entry)) {
+    auto* const entry = new UnloadEntry{cleanUp, object, _newestEntry.load()};
+    while (!_newestEntry.compare_exchange_weak(entry->older, entry)) {
     }
 }
 
-UnloadMark::UnloadMark() : _newest(newestEntry.load()) {}
+UnloadMark::UnloadMark() : _newest(_newestEntry.load()) {}
 
 UnloadMark::~UnloadMark() {
-    while (newestEntry.load() != _newest) {
-        UnloadEntry* const entry = newestEntry.load();
-        newestEntry.store(entry->older);  // first, so that a new entry comes on top
+    while (_newestEntry.load() != _newest) {
+        UnloadEntry* const entry = _newestEntry.load();
+        _newestEntry.store(entry->older);  // first, so that a new entry comes on top
         entry->cleanUp(entry->object);
         delete entry;
     }

@@ -83,9 +83,9 @@ NTimestamp _fromParts(std::int32_t year, std::int32_t month, std::int32_t day, s
 
 // Whether the parser of POCO would look for a number.
 bool _asksForNumber(const std::string& format) {
-    constexpr std::string_view letters = "defmnoyYrHhMSsicF";
+    constexpr std::string_view Letters = "defmnoyYrHhMSsicF";
     for (std::size_t i = 0; i + 1 < format.size(); ++i) {
-        if (format[i] == '%' && letters.find(format[++i]) != letters.npos) {
+        if (format[i] == '%' && Letters.find(format[++i]) != Letters.npos) {
             return true;
         }
     }

@@ -5,11 +5,11 @@
 namespace {
 
 // Arithmetic that wraps: unsigned, since signed overflow is undefined.
-std::int64_t sum(std::int64_t a, std::int64_t b) {
+std::int64_t _sum(std::int64_t a, std::int64_t b) {
     return static_cast<std::int64_t>(static_cast<std::uint64_t>(a) + static_cast<std::uint64_t>(b));
 }
 
-std::int64_t product(std::int64_t a, std::int64_t b) {
+std::int64_t _product(std::int64_t a, std::int64_t b) {
     return static_cast<std::int64_t>(static_cast<std::uint64_t>(a) * static_cast<std::uint64_t>(b));
 }
 
@@ -22,17 +22,17 @@ NTimestamp::NTimestamp(std::int64_t microseconds) : _value(microseconds) {}
 NTimestamp::~NTimestamp() = default;
 
 NTimestamp NTimestamp::FromMilliseconds(std::int64_t count) {
-    return product(count, 1000);
+    return _product(count, 1000);
 }
 
 NTimestamp NTimestamp::FromUtcTime(std::int64_t utcTime) {
-    return sum(utcTime, -UtcEpochOffset) / 10;
+    return _sum(utcTime, -UtcEpochOffset) / 10;
 }
 
 std::int64_t NTimestamp::UtcTime() const {
-    return product(sum(_value, MicrosecondEpochOffset), 10);
+    return _product(_sum(_value, MicrosecondEpochOffset), 10);
 }
 
 NTimestamp NTimestamp::operator+(const NTimestamp& other) const {
-    return sum(_value, other._value);
+    return _sum(_value, other._value);
 }
