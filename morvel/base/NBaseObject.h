@@ -50,13 +50,13 @@ class MORVEL_API NBaseObject {
 public:
     NBaseObject();
 
-    /// The record of the object's class. A class without a record of its own answers with its
+    /// The record of the object's class. A class without a record of its own returns its
     /// parent's: all do but NXML.
     virtual const NClassRecord* ClassRecord() const;
 
     virtual ~NBaseObject() = 0;
 
-    /// Does nothing. Keeps the places of the operations behind it.
+    /// Does nothing. Keeps the slots of the operations behind it.
     virtual void Reserved();
 
     /// Whether `record` is that of the object's class or of one of its parents; false for null.

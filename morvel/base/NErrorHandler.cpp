@@ -10,8 +10,8 @@
 
 namespace {
 
-// What makes the default handler on demand and deletes it at unload. Its place in the exit list is
-// that of the moment at which it comes into being.
+// Makes the default handler on demand and deletes it at unload. Its exit handler is registered when
+// the holder is made.
 struct DefaultHolder {
     ~DefaultHolder() { delete handler; }
 

@@ -33,8 +33,7 @@ bool NFile::CreateFile() const {
     try {
         return _pocoFile(_path).createFile();
     } catch (...) {
-        return false;  // by contract; who needs the reason calls CreateDirectories or opens the
-                       // file
+        return false;  // by contract; CreateDirectories tells the reason
     }
 }
 

@@ -27,6 +27,10 @@
 ///
 /// Any number of threads may use one object; which of two operations on one place comes first is up
 /// to the file system. An empty path is no place: operations that would create it fail.
+///
+/// Names reach the system in UTF-8, byte for byte: a NUL ends the name, and two names that differ
+/// in their form alone are two files off Windows. NXML opens files by the NFC of their name, so
+/// give both the name in NFC.
 class MORVEL_API NFile : public NBaseObject {
 public:
     NFile(const NString& path);  ///< Doesn't touch the disk.

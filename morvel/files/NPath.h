@@ -40,7 +40,7 @@ public:
 
     /// Adds `other` in place, this path being read as a folder whatever its end, and `other` as
     /// relative. The encoding becomes the higher of the two by number. Narrow text counts as
-    /// EncodingSystem unless it begins with a mark.
+    /// EncodingSystem unless it begins with a byte-order mark.
     NPath& Append(const NString& other);
     NPath& Append(const std::string& other);
     NPath& Append(const char* other);
@@ -62,7 +62,9 @@ public:
     /// The folders for application data of the user and of all users, and for documents of all
     /// users, each with a closing separator; empty if the system has none. Only the user's own is
     /// writable for sure. Off Windows: $XDG_DATA_HOME, else ~/.local/share, made if missing;
-    /// /var/lib; /usr/local/share.
+    /// /var/lib; /usr/local/share. A process with raised privileges takes the home folder from the
+    /// password database instead of the environment. A name that isn't in NFC is made and returned
+    /// in NFC, and bytes that are no UTF-8 become U+FFFD: set XDG_DATA_HOME to another name there.
     static NPath AppDataFolder();
     static NPath CommonAppDataFolder();
     static NPath CommonDocumentsFolder();

@@ -6,7 +6,7 @@
 namespace morvel {
 
 /// MT19937, number for number the sequence of std::mt19937, in a form that compilers turn into
-/// vector code: words of 32 bits, where the standard type may hold each in 64, and the numbers of a
+/// SIMD code: words of 32 bits, where the standard type may hold each in 64, and the numbers of a
 /// whole state at a time. Internal: callers' own sources go on with the standard type.
 class MersenneTwister {
 public:

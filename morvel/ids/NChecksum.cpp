@@ -11,7 +11,7 @@ NChecksum::~NChecksum() {
 }
 
 void NChecksum::Update(const std::string& data) {
-    // In pieces, since POCO counts bytes in 32 bits and would drop the rest of a longer text.
+    // In parts, since POCO counts bytes in 32 bits and would drop the rest of a longer text.
     constexpr std::size_t Largest = std::size_t{1} << 30;
     for (std::size_t at = 0; at < data.size(); at += Largest) {
         const std::size_t length = std::min(Largest, data.size() - at);

@@ -15,7 +15,8 @@
 /// All objects draw on one generator of the process, which has no lock: only one thread of the
 /// process may be in Generate at a time. The generator is seeded once, at load, with 32 bits, and
 /// all that follows can be worked out from them: identifiers are no secrets, and of some 77,000
-/// processes two may well draw the same ones. Otherwise the objects are independent.
+/// processes two may well draw the same ones. A forked child seeds its generator anew. Otherwise
+/// the objects are independent.
 class MORVEL_API NUUID {
 public:
     NUUID();  ///< Empty.
@@ -23,7 +24,7 @@ public:
 
     /// Draws a new identifier of `size` symbols. A symbol is a byte, and one that stands in the
     /// alphabet twice comes up twice as often. 0; or -1, and the former identifier is kept, for an
-    /// alphabet that is empty or longer than 255 bytes, a size of 0, or want of memory.
+    /// alphabet that is empty or longer than 255 bytes, a size of 0, or out of memory.
     std::int32_t Generate(std::string alphabet, std::uint32_t size);
 
     std::string Value() const;

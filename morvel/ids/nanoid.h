@@ -56,11 +56,11 @@ extern template class MORVEL_API crypto_random<std::mt19937>;
 
 /// `size` symbols of `alphabet`, each byte of which is one symbol. Throws std::invalid_argument
 /// with "alphabet must contain between 1 and 255 symbols." or, with a legal alphabet, "size must be
-/// greater than zero."; std::bad_alloc for want of memory; and what the source throws.
+/// greater than zero."; std::bad_alloc if out of memory; and what the source throws.
 ///
 /// The form without a source draws on the one generator of the process, which std::random_device
-/// seeds at load with 32 bits and which has no lock: threads that call it at once need one of their
-/// own.
+/// seeds at load, and in a forked child anew, with 32 bits and which has no lock: threads that call
+/// it at once need one of their own.
 MORVEL_API std::string generate(const std::string& alphabet, unsigned long long size);
 MORVEL_API std::string generate(crypto_random_base& source, const std::string& alphabet,
                                 unsigned long long size);

@@ -174,7 +174,7 @@ bool FailedNamedLockMayHold();
 void AtUnload(void (*cleanUp)(void*), void* object);
 
 /// Keeps the order that AtUnload promises where the C runtime doesn't: before this object is gone,
-/// everything that AtUnload was given since its construction has been called. One stands at the end
+/// everything that AtUnload was given since its construction has been called. One is at the end
 /// of the library's list of static objects, and one in front of each object whose destructor, or
 /// whose construction, calls AtUnload.
 class UnloadMark {

@@ -77,8 +77,8 @@ void _appendUtf8(std::string* out, char32_t c) {
     }
 }
 
-// Reads one character and moves `*at` behind it. Of malformed text it takes the longest piece that
-// could have begun a character, or else one byte, as the Unicode Standard recommends in 3.9 and the
+// Reads one code point and moves `*at` behind it. Of malformed text it takes the longest prefix
+// that could have begun one, or else one byte, as the Unicode Standard recommends in 3.9 and the
 // converter of Windows does. Stops in front of a NUL.
 char32_t _nextUtf8(const unsigned char** at) {
     const unsigned char lead = *(*at)++;

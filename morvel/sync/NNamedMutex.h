@@ -27,7 +27,10 @@ class NamedMutex;
 /// |                         |                                 | semaphore, for the next user    |
 ///
 /// Off Windows the key of the semaphore comes from the 16 low bits of that file's inode number, so
-/// two names may meet in one lock, and to delete the file while the lock is in use parts its users.
+/// two names may share one lock, and to delete the file while the lock is in use parts its users.
+/// The semaphores stay until they are removed (`ipcrm`): the system has 32,000 for all programs.
+/// The file is made with the umask of its first user, and 077 keeps all other users out. A name
+/// with a slash, and one whose file is a link or anything but a plain file, is refused.
 ///
 /// The constructor, Lock and Unlock throw Poco::SystemException where the system refuses. Lock and
 /// Unlock throw the integer -1, which is no exception of any class, if there was no memory for the

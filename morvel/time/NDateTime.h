@@ -17,10 +17,11 @@
 ///
 /// A value: copies share nothing. Any number of threads may read one object at the same time; a
 /// write needs the object to itself. Readings are right from 1582-10-15 to the end of 9999; before
-/// that the parts of a time of day can come out negative.
+/// that the parts of a time of day can come out negative, and what POCO can't read at all becomes
+/// the current local time.
 class MORVEL_API NDateTime : public NBaseObject {
 public:
-    NDateTime();  ///< The current local time, daylight saving included.
+    NDateTime();  ///< The current local time, as the C library tells it.
     NDateTime(const NDateTime& other) = default;
     NDateTime(const NTimestamp& timestamp);
 

@@ -37,6 +37,12 @@ enum NRequestFlag : std::uint32_t {
 /// 18 cut short, 22 an HTTP status of 400 and up, 28 out of time. What arrived before a failure can
 /// be read.
 ///
+/// What libcurl takes besides http and https goes through too (file, ftp, gopher, dict): check the
+/// scheme of a URL from outside. Get returns 0 for a redirect, with the redirect's own body. A
+/// reply that is cut off in its header is an empty success. A reply of any size is kept, and
+/// redirects in a circle may be followed without end: only `timeout` ends those, and a server that
+/// sends nothing, since no callback is asked then.
+///
 /// `timeout` is in seconds and covers the whole transfer. 0 and 0xFFFFFFFF set no limit, and
 /// neither does what exceeds 2,147,483, which libcurl refuses.
 ///
