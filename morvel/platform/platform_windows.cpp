@@ -1,5 +1,7 @@
 #include <morvel/platform/platform.h>
 
+#include <Poco/File.h>  // ahead of windows.h, since it brings winsock2.h
+//
 #include <windows.h>
 //
 #include <fcntl.h>
@@ -12,8 +14,6 @@
 #include <atomic>
 #include <cerrno>
 #include <cstring>
-
-#include <Poco/File.h>
 
 // Exported by ntdll since Windows XP. The documented way to learn it is an argument of DllMain,
 // which says the same at the same time.

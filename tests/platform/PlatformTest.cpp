@@ -89,22 +89,6 @@ TEST(Platform, OpensForWritingOneWriterAtATime) {
     EXPECT_EQ(OpenForWriting(WideFromNarrow(folder.File("").c_str(), CodePageUtf8)), nullptr);
 }
 
-TEST(Platform, AppendsLinesToAFileThatOthersRead) {
-    const morvel::test::TemporaryFolder folder;
-    folder.Write("f", "a");
-    AppendedFile file;
-    EXPECT_FALSE(file.OpenForAppending(folder.File("no/f")) || file.IsOpen());
-    for (const char* const name : {"f", "\u4E2D"}) {
-        ASSERT_TRUE(file.OpenForAppending(folder.File(name)));
-        EXPECT_TRUE(file.Write("b\n") && file.Flush());
-        EXPECT_EQ(folder.Read(name),
-                  std::string(*name == 'f' ? "ab" : "b") + (OnWindows ? "\r\n" : "\n"));
-        EXPECT_EQ(file.Size(), folder.Read(name).size());
-    }
-    file.Close();
-    EXPECT_FALSE(file.IsOpen());
-}
-
 TEST(PlatformDeathTest, AtUnloadRunsTheLastComerFirstInOneListWithStaticObjects) {
     struct Talker {
         ~Talker() { std::fputs("static object, ", stderr); }
