@@ -11,7 +11,7 @@ char* GuardedMemory(std::size_t size);
 
 /// A copy of `text` at the front or at the end of such memory, until the next call.
 inline std::string_view Guarded(std::string_view text, bool atFront) {
-    constexpr std::size_t Size = 0x10000;
+    constexpr std::size_t Size = 0x40000;
     static char* const memory = GuardedMemory(Size);
     char* const copy = atFront ? memory : memory + Size - text.size();
     return {copy, text.copy(copy, text.size())};

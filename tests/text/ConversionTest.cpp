@@ -96,6 +96,7 @@ TEST(Conversion, AnyMixture) {
         for (std::size_t left = draw.Below(60); left > 0; --left) {
             text += draw.OneIn(9) ? std::string(33, 'x') : Utf8Of(draw.Of(edges));
         }
+        if (draw.OneIn(20)) text = Repeated(text, 24);  // more than is converted at a time
         std::string wide = ByPoco(text, Utf8, Utf16);
         for (std::string* bytes : {&text, &wide}) {
             for (std::size_t faults = draw.Below(7); faults > 3; --faults) {
