@@ -477,7 +477,7 @@ TEST(NString, ComparesWithoutCaseAsAsciiInEveryLocale) {
 TEST(NString, NullTextsAndMoves) {
     const char* volatile none = nullptr;
     EXPECT_EQ(_printed(NString(none)), _printed(NString()));
-    EXPECT_EQ(_printed(NString().Format(none)), _printed(NString()));
+    EXPECT_EQ(_printed(NString().Format(none, 0)), _printed(NString()));
     NString text(Decomposed, Utf8);
     const NString copy(text), moved(std::move(text));
     EXPECT_EQ(_printed(moved), _printed(copy)) << "without the form";
