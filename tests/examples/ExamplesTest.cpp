@@ -1,9 +1,10 @@
+#include <morvel/morvel.h>
+
 #include <chrono>
 
 #include <Poco/Process.h>
 #include <Poco/String.h>
 
-#include <morvel/morvel.h>
 #include <tests/support/Process.h>
 #include <tests/support/TemporaryFolder.h>
 #include <tests/support/Test.h>

@@ -2,9 +2,10 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <future>
+#include <utility>
 
 #include <Poco/Environment.h>
-#include <Poco/Event.h>
 #include <Poco/Net/HTTPRequestHandler.h>
 #include <Poco/Net/HTTPRequestHandlerFactory.h>
 #include <Poco/Net/HTTPServer.h>
@@ -21,10 +22,11 @@ namespace {
 
 using Poco::Net::HTTPServerRequest;
 using Poco::Net::HTTPServerResponse;
+using Ending = std::shared_future<void>;
 
 class Handler : public Poco::Net::HTTPRequestHandler {
 public:
-    explicit Handler(Poco::Event& ending) : _ending(ending) {}
+    explicit Handler(Ending ending) : _ending(std::move(ending)) {}
 
     void handleRequest(HTTPServerRequest& request, HTTPServerResponse& response) override {
         const std::string& target = request.getURI();
@@ -55,14 +57,15 @@ public:
     }
 
 private:
-    Poco::Event& _ending;
+    Ending _ending;
 };
 
 struct HandlerFactory : Poco::Net::HTTPRequestHandlerFactory {
     Poco::Net::HTTPRequestHandler* createRequestHandler(const HTTPServerRequest&) override {
-        return new Handler(ending);
+        return new Handler(ended);
     }
-    Poco::Event ending{false};
+    std::promise<void> ending;
+    Ending ended{ending.get_future()};
 };
 
 }  // namespace
@@ -83,7 +86,7 @@ TestServer::TestServer() : _state(std::make_unique<State>()) {
 }
 
 TestServer::~TestServer() {
-    _state->factory->ending.set();
+    _state->factory->ending.set_value();
     _state->server.stopAll(true);
     _state->pool.joinAll();
 }
