@@ -19,26 +19,20 @@ namespace morvel {
 
 constexpr char32_t Malformed = 0xFFFFFFFF;
 
-struct AsciiCodec {
+template <char32_t Last>
+struct ByteCodec {
     using Unit = unsigned char;
     static char32_t Read(const unsigned char*& p, const unsigned char*) {
         const char32_t c = *p++;
-        return c <= 0x7F ? c : Malformed;
+        return c <= Last ? c : Malformed;
     }
     static char* Write(char* to, char32_t c) {
-        *to = static_cast<char>(c <= 0x7F ? c : '?');
+        *to = static_cast<char>(c <= Last ? c : '?');
         return to + 1;
     }
 };
-
-struct Latin1Codec {
-    using Unit = unsigned char;
-    static char32_t Read(const unsigned char*& p, const unsigned char*) { return *p++; }
-    static char* Write(char* to, char32_t c) {
-        *to = static_cast<char>(c <= 0xFF ? c : '?');
-        return to + 1;
-    }
-};
+using AsciiCodec = ByteCodec<0x7F>;
+using Latin1Codec = ByteCodec<0xFF>;
 
 struct Latin9Codec {
     using Unit = unsigned char;

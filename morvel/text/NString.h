@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <iosfwd>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <morvel/base/NBaseObject.h>
@@ -51,7 +50,7 @@ struct NPair32 {
 /// conversion lacks becomes '?'.
 ///
 /// A byte-order mark at the head of narrow text is taken off: EF BB BF says UTF-8, FF FE says
-/// UTF-16; nothing else is a mark. Text from outside without one counts as EncodingSystem.
+/// UTF-16; nothing else is one. Text from outside without one counts as EncodingSystem.
 ///
 /// A value: copies are deep and share nothing. A copy starts with the form FormUnknown; assignment
 /// leaves the form of its target as it was. Threads may read one object at the same time as long as
@@ -74,11 +73,12 @@ public:
     NString(const NString& other);
     NString(NString&& other) noexcept;  ///< As the copy; `other` is empty afterwards.
 
-    /// All bytes but a mark. The mark decides the tag, else it is EncodingSystem or `fallback`.
+    /// All bytes but a byte-order mark, which decides the tag; else that is EncodingSystem or
+    /// `fallback`. UTF-8 ends at its first NUL.
     NString(const std::string& text);
     NString(const std::string& text, NStringEncoding fallback);
 
-    /// Converted to UTF-8 up to the first NUL. A leading unit FFFE, the swapped mark, is taken off
+    /// Converted to UTF-8 up to the first NUL. A leading unit FFFE, a swapped mark, is taken off
     /// by the first of these two; U+FEFF stays as a character.
     NString(const NWideString& text);
     NString(const NWideChar* text);
@@ -143,14 +143,17 @@ public:
     virtual void SetData(const NWideString& text);
     virtual void SetData(const std::string& text);
 
-    /// The first form keeps `length` bytes as they are, marks and NULs included, and then
-    /// normalises UTF-8 to NFC unless the form says that it is NFC already. The other two assign a
-    /// wide text of `count` units and a byte string of `length` bytes through their constructors.
+    /// The first form keeps `length` bytes as they are, byte-order marks and NULs included, and
+    /// then normalises UTF-8 to NFC unless the form says that it is NFC already: UTF-8 ends at its
+    /// first NUL then. The other two assign a wide text of `count` units and a byte string of
+    /// `length` bytes through their constructors.
     virtual void SetBytes(const char* bytes, std::size_t length, NStringEncoding encoding);
     virtual void SetBytes(const NWideChar* chars, std::size_t count);
     virtual void SetBytes(const char* bytes, std::size_t length);
 
-    /// Converts the text in place. UTF-8 is brought to NFC first, even when nothing else is to do.
+    /// Converts the text in place. UTF-8 is brought to NFC first, even when nothing else is to do,
+    /// and so ends at its first NUL. What is malformed, a surrogate alone among it, and what the
+    /// target lacks becomes '?'.
     /// False, and the text as it was but for that, if either tag is none of NStringEncoding's.
     virtual bool ConvertTo(NStringEncoding encoding);
 
@@ -165,8 +168,8 @@ public:
 
     virtual void KeepNumeric();  ///< Drops all bytes but + - . and the digits.
 
-    /// ASCII letters of the text up to its first NUL; in a single-byte locale that the application
-    /// has set, that locale's letters.
+    /// Each byte up to the first NUL, as the C library's locale has it: the ASCII letters alone
+    /// unless the application has set another.
     virtual void ToUpper();
     virtual void ToLower();
     virtual void Capitalize();  ///< The first byte upper case, all others lower.
@@ -213,10 +216,10 @@ public:
     virtual void UrlDecode();
 
     /// Below, equal to or above 0 as `strcmp`, `strncmp`, and the same two with ASCII letters
-    /// folded to lower case give it. The argument is converted to this object's encoding first;
-    /// where Compare and CompareNoCase are told that the encodings are equal they compare at once,
-    /// the cheap way. All stop at the first NUL, so UTF-16 text compares only up to its first zero
-    /// byte.
+    /// folded to lower case, whatever the locale, give it. The argument is converted to this
+    /// object's encoding first; where Compare and CompareNoCase are told that the encodings are
+    /// equal they compare at once, the cheap way. All stop at the first NUL, so UTF-16 text
+    /// compares only up to its first zero byte.
     virtual int Compare(const char* other, NStringEncoding encoding) const;
     virtual int Compare(const char* other) const;
     virtual int Compare(const std::string& other, NStringEncoding encoding) const;
@@ -257,7 +260,7 @@ public:
     virtual void SetNumber(long long value);
 
 protected:
-    virtual void SetNumber64(long long value);  ///< As SetNumber(long long), in a place of its own.
+    virtual void SetNumber64(long long value);  ///< As SetNumber(long long), in a slot of its own.
 
 public:
     /// The four bytes of `code`, highest first, up to a zero one.
@@ -337,10 +340,10 @@ public:
     virtual void EncodeBase64();
 
     /// Decodes the text as Base64 into `out`, which the caller owns and has made large enough, and
-    /// sets `*count` to the bytes decoded; stops without a report at what is no Base64. A null
-    /// `out` only counts: measure, allocate, call again. The form without arguments replaces the
-    /// text by the bytes decoded, and throws Poco::DataFormatException, the text unchanged, where
-    /// the other stops.
+    /// sets `*count` to the bytes decoded, 0 where memory runs out; stops without a report at what
+    /// is no Base64. A null `out` only counts: measure, allocate, call again. The form without
+    /// arguments replaces the text by the bytes decoded, and throws Poco::DataFormatException, the
+    /// text unchanged, where the other stops.
     virtual void DecodeBase64(unsigned char* out, std::uint32_t* count) const;
     virtual void DecodeBase64();
 
@@ -386,11 +389,6 @@ public:
     static std::int32_t ParseInt(const std::string& text);
 
 private:
-    void _setSystemText(std::string text) {
-        _data = std::move(text);
-        _encoding = EncodingSystem;
-    }
-
     std::string _data;
     mutable std::string _cache;
     NStringEncoding _encoding = EncodingSystem;

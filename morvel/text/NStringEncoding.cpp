@@ -58,7 +58,7 @@ bool _isUnreserved(char c) {
            c == '.' || c == '_';
 }
 
-constexpr char base64Digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+constexpr char Base64Digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 std::string _base64(const unsigned char* bytes, std::size_t count) {
     std::string digits;
@@ -68,7 +68,7 @@ std::string _base64(const unsigned char* bytes, std::size_t count) {
         std::uint32_t group = 0;
         for (std::size_t i = 0; i < 3; ++i) group = group << 8 | (i < taken ? bytes[i] : 0u);
         for (std::size_t i = 0; i < 4; ++i) {
-            digits += i <= taken ? base64Digits[group >> (18 - 6 * i) & 63] : '=';
+            digits += i <= taken ? Base64Digits[group >> (18 - 6 * i) & 63] : '=';
         }
         bytes += taken;
         count -= taken;
@@ -80,13 +80,13 @@ std::string _base64(const unsigned char* bytes, std::size_t count) {
 struct Base64Values {
     constexpr Base64Values() : of() {
         for (auto& value : of) value = -1;
-        for (signed char i = 0; i < 64; ++i) of[static_cast<unsigned char>(base64Digits[i])] = i;
+        for (signed char i = 0; i < 64; ++i) of[static_cast<unsigned char>(Base64Digits[i])] = i;
     }
     signed char of[256];
 };
-constexpr Base64Values base64Values;
+constexpr Base64Values ValuesOfDigits;
 
-// The quick way for text that is whole groups of digits and the padding at its end, nothing else.
+// Decodes text that is whole groups of digits and the padding at its end, nothing else.
 // False, with anything in `bytes`, for other text: the decoder's own word is needed for that.
 bool _decodeWholeGroups(const std::string& digits, std::string* bytes) {
     if (digits.size() % 4 != 0) return false;
@@ -95,7 +95,7 @@ bool _decodeWholeGroups(const std::string& digits, std::string* bytes) {
     bytes->reserve(digits.size() / 4 * 3);
     std::uint32_t group = 0;
     for (std::size_t i = 0; i < count; ++i) {
-        const signed char value = base64Values.of[static_cast<unsigned char>(digits[i])];
+        const signed char value = ValuesOfDigits.of[static_cast<unsigned char>(digits[i])];
         if (value < 0) return false;
         group = group << 6 | static_cast<std::uint32_t>(value);
         if (i % 4 == 3) {
@@ -139,13 +139,12 @@ void NString::SwapBytes() {
 
 const std::string& NString::Converted(NStringEncoding encoding) const {
     // What ConvertTo would do to a copy, without the copy where that can be.
-    if (morvel::KeepsBytes(_data, _encoding, encoding)) {
-        _cache = _data;
-    } else if (_encoding == EncodingUTF8 && !morvel::NfcQuickCheck(_data)) {
+    if (_encoding == EncodingUTF8 && !morvel::NfcQuickCheck(_data)) {
         NString copy(*this);
         copy.ConvertTo(encoding);
         _cache = std::move(copy._data);
-    } else if (!_transcode(_data, _encoding, encoding, &_cache)) {
+    } else if (morvel::KeepsBytes(_data, _encoding, encoding) ||
+               !_transcode(_data, _encoding, encoding, &_cache)) {
         _cache = _data;
     }
     return _cache;

@@ -50,7 +50,7 @@ void _writeDecimal(Integer value, std::string* text) {
     char digits[24];
     const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
     const auto count = static_cast<std::size_t>(end - digits);
-    // Memory first: want of it leaves the text as it was. Appending is quicker than assigning.
+    // Memory first: an allocation failure leaves the text as it was.
     if (count > text->capacity()) text->reserve(count);
     text->clear();
     text->append(digits, count);
@@ -171,23 +171,29 @@ std::uint32_t _forEachPiece(const std::string& text, Take take) {
     return count;
 }
 
+// What writes numbers makes the tag EncodingSystem, but for the lists.
+void _setSystemText(std::string text, std::string* data, NStringEncoding* encoding) {
+    *data = std::move(text);
+    *encoding = EncodingSystem;
+}
+
 }  // namespace
 
 void NString::SetNumber(double value) {
-    _setSystemText(NumberFormatter::format(value));
+    _setSystemText(NumberFormatter::format(value), &_data, &_encoding);
 }
 
 // POCO ends the process on a negative precision, on some platforms only.
 void NString::SetNumber(double value, int precision) {
-    _setSystemText(NumberFormatter::format(value, std::max(precision, 0)));
+    _setSystemText(NumberFormatter::format(value, std::max(precision, 0)), &_data, &_encoding);
 }
 
 void NString::SetNumber(float value) {
-    _setSystemText(NumberFormatter::format(value));
+    _setSystemText(NumberFormatter::format(value), &_data, &_encoding);
 }
 
 void NString::SetNumber(float value, int precision) {
-    _setSystemText(NumberFormatter::format(value, std::max(precision, 0)));
+    _setSystemText(NumberFormatter::format(value, std::max(precision, 0)), &_data, &_encoding);
 }
 
 void NString::SetNumber(int value) {
@@ -221,7 +227,7 @@ void NString::SetNumber(unsigned long long value) {
 void NString::SetFourCC(std::uint32_t code) {
     const char text[] = {static_cast<char>(code >> 24), static_cast<char>(code >> 16),
                          static_cast<char>(code >> 8), static_cast<char>(code), '\0'};
-    _setSystemText(text);
+    _setSystemText(text, &_data, &_encoding);
 }
 
 void NString::SetVersion(std::uint32_t version) {
@@ -230,16 +236,16 @@ void NString::SetVersion(std::uint32_t version) {
     const std::uint32_t patch = version & 0xFF;
     std::string text = NumberFormatter::format(major) + Point + NumberFormatter::format(minor);
     if (patch != 0) text += Point + NumberFormatter::format(patch);
-    _setSystemText(std::move(text));
+    _setSystemText(std::move(text), &_data, &_encoding);
 }
 
 void NString::SetHex(const unsigned char* bytes, std::uint32_t count) {
-    _setSystemText(_hex(bytes, count));
+    _setSystemText(_hex(bytes, count), &_data, &_encoding);
 }
 
 void NString::SetHex(unsigned char a, unsigned char b, unsigned char c, unsigned char d) {
     const unsigned char bytes[] = {a, b, c, d};
-    _setSystemText(_hex(bytes, 4));
+    _setSystemText(_hex(bytes, 4), &_data, &_encoding);
 }
 
 void NString::SetHex(std::uint32_t value) {
@@ -248,19 +254,19 @@ void NString::SetHex(std::uint32_t value) {
         static_cast<unsigned char>(value >> 8), static_cast<unsigned char>(value)};
     std::string text = _hex(bytes, 4);
     text.erase(0, std::min(text.find_first_not_of('0'), text.size() - 1));
-    _setSystemText(std::move(text));
+    _setSystemText(std::move(text), &_data, &_encoding);
 }
 
 void NString::SetPair(NPair16 pair) {
-    _setSystemText(_pair(pair.high, pair.low));
+    _setSystemText(_pair(pair.high, pair.low), &_data, &_encoding);
 }
 
 void NString::SetPair(std::int32_t first, std::int32_t second) {
-    _setSystemText(_pair(first, second));
+    _setSystemText(_pair(first, second), &_data, &_encoding);
 }
 
 void NString::SetPair(NPair32 pair) {
-    _setSystemText(_pair(pair.high, pair.low));
+    _setSystemText(_pair(pair.high, pair.low), &_data, &_encoding);
 }
 
 double NString::ToDouble() const {

@@ -67,32 +67,32 @@ void _requirePosition(bool inside) {
     if (!inside) throw std::out_of_range("invalid string position");
 }
 
-/// Calls `visit` with the place of each match of `needle` from `pos` on, but for those that overlap
+/// Calls `visit` with the index of each match of `needle` from `pos` on, but for those that overlap
 /// the one before, until it says no.
 template <class Visit>
 void _forEachMatch(std::string_view text, std::string_view needle, std::size_t pos, Visit visit) {
 #if MORVEL_HAS_SSE42_CODE  // SSE2 will do here, which every x86-64 has
-    // So many places at a time are asked for the first and the last byte of the needle, and only
-    // where both stand is the rest compared.
-    constexpr std::size_t Places = 64;
-    if (!needle.empty() && text.size() >= needle.size() + Places) {
+    // The first and the last byte of the needle are looked for at so many indexes together, and
+    // only where both stand is the rest compared.
+    constexpr std::size_t Indexes = 64;
+    if (!needle.empty() && text.size() >= needle.size() + Indexes) {
         const __m128i first = _mm_set1_epi8(needle.front());
         const __m128i last = _mm_set1_epi8(needle.back());
         const std::size_t toLast = needle.size() - 1;
-        const std::size_t end = text.size() - toLast - Places;
+        const std::size_t end = text.size() - toLast - Indexes;
         std::size_t block = pos;
-        for (; block <= end; block += Places) {
-            std::uint64_t places = 0;
-            for (std::size_t i = 0; i < Places; i += 16) {
+        for (; block <= end; block += Indexes) {
+            std::uint64_t candidates = 0;
+            for (std::size_t i = 0; i < Indexes; i += 16) {
                 const char* const at = text.data() + block + i;
                 const __m128i heads = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
                 const __m128i ends = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at + toLast));
                 const __m128i both =
                     _mm_and_si128(_mm_cmpeq_epi8(heads, first), _mm_cmpeq_epi8(ends, last));
-                places |= std::uint64_t{static_cast<unsigned>(_mm_movemask_epi8(both))} << i;
+                candidates |= std::uint64_t{static_cast<unsigned>(_mm_movemask_epi8(both))} << i;
             }
-            for (; places != 0; places &= places - 1) {
-                const std::size_t at = block + morvel::platform::LowestOne(places);
+            for (; candidates != 0; candidates &= candidates - 1) {
+                const std::size_t at = block + morvel::platform::LowestOne(candidates);
                 if (at < pos || text.compare(at, needle.size(), needle) != 0) continue;
                 if (!visit(at)) return;
                 pos = at + needle.size();

@@ -41,8 +41,8 @@ public:
 
     /// Splits `text`; `separators` are brought to its encoding, or kept as they are if that can't
     /// be done. `options` is a sum of TOK_ values. The tokens that were there are not released:
-    /// each call on an object that has some, operator= included, leaks them. After a failure for
-    /// want of memory Token and Encoding still tell the former ones.
+    /// each call on an object that has some, operator= included, leaks them. After an
+    /// allocation failure Token and Encoding still tell the former ones.
     void Assign(const NString& text, const NString& separators, std::uint32_t options);
 
     std::size_t Count() const;

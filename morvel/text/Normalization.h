@@ -4,7 +4,7 @@
 
 #include <morvel/text/NString.h>
 
-// Internal: the one way of the library to a Unicode normalisation form.
+// Internal: Unicode normalisation forms.
 namespace morvel {
 
 /// Brings UTF-8 `text` to `form` and ends it at its first NUL. False, with the text as it was, for
