@@ -107,10 +107,6 @@ TEST(NLog, RoutesExactLevelWordsAsTheHostHasIt) {
         EXPECT_EQ(host->last.getText(), priority == 0 ? "" : word);
         EXPECT_EQ(host->last.getPriority(), priority) << word;
     }
-    logger.setLevel(Poco::Message::PRIO_WARNING);
-    NLog::Write("WARNING", "loud");
-    NLog::Write("NOTICE", "quiet");
-    EXPECT_EQ(host->last.getText(), "loud");
 }
 
 TEST(NLog, ObeysAHostThatChangesItsChain) {
@@ -120,10 +116,12 @@ TEST(NLog, ObeysAHostThatChangesItsChain) {
             NLog::Information("one");
             Chain()->getChannel()->close();
             NLog::Information("two");
+            Poco::Logger& logger = Poco::Logger::get("LogInForce");
+            logger.setLevel(Poco::Message::PRIO_WARNING);
+            NLog::Information("too quiet");
+            logger.setLevel(Poco::Message::PRIO_INFORMATION);
             Chain()->setFormatter(new Poco::PatternFormatter("<%s %t>"));
             NLog::Information("three");
-            Poco::Logger::get("LogInForce").setLevel(Poco::Message::PRIO_WARNING);
-            NLog::Information("too quiet");
             Chain()->setChannel(host);
             NLog::Write("ERROR", "four");
         }),
