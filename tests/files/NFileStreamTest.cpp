@@ -164,10 +164,10 @@ TEST_F(NFileStreamTest, KeepsFilesOfSecondOpensAndKeepsThemPrivate) {
     }
     folder.Write("a", "a");
     const auto open = [&] {
-        std::fclose(stdin);
         {
             NFileStream stream;
             stream.Open(At("a"), NFileStream::ModeRead);
+            std::fclose(stdin);
             stream.Open(At("a"), NFileStream::ModeRead);
             stream.Open(At("a"), NFileStream::ModeRead);
         }
