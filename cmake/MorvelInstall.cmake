@@ -1,13 +1,7 @@
 # Headers, library, CMake package and pkg-config module.
 include(CMakePackageConfigHelpers)
 
-# What an application runs with is the component "runtime", all else is "development".
-set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
-install(TARGETS morvel EXPORT MorvelTargets
-    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
-    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
-    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
-    FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(TARGETS morvel EXPORT MorvelTargets FILE_SET HEADERS)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/Morvel)
 install(EXPORT MorvelTargets NAMESPACE Morvel:: FILE MorvelTargets.cmake DESTINATION ${package_dir})

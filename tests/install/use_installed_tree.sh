@@ -20,12 +20,13 @@ compile() {  # <compiler> <file> [option...]
     "$@" -std=c++17 -Wall -Wextra -Wpedantic -Weffc++ -Wnon-virtual-dtor -fsyntax-only \
         -isystem "$here/traps" -I "$prefix/include"
 }
-for header in $(find morvel -name '*.h' ! -name NFileStreamBuf.h); do
+find morvel -name '*.h' ! -name NFileStreamBuf.h >"$work/headers"
+while read -r header; do
     # Twice, so that a missing include guard shows as well.
     printf '#include <%s>\n#include <%s>\nint main() {}\n' "$header" "$header" >"$work/alone.cpp"
     compile "$compiler" "$work/alone.cpp" -Werror || { echo "$header cannot be used alone"; exit 1; }
     headers=$((headers + 1))
-done
+done <"$work/headers"
 [ "$headers" -gt 20 ] || { echo "only $headers headers are installed"; exit 1; }
 
 # What the compiler says to a line that is no good. Only Clang knows the lifetime of what is returned.

@@ -1,8 +1,8 @@
 #!/bin/sh
 # usage: use_windows_package.sh PACKAGE.zip
 # Unpacks the package into an empty folder, builds a program against it with the cross compiler and
-# runs that and the packaged demo with nothing else on the path. REQUIRES: the environment of
-# script/windows, which runs it.
+# runs that and the packaged demo with nothing else on the path; looks at checksums, version resource,
+# debug information and bill of materials. REQUIRES: the environment of script/windows, which runs it.
 set -eu
 package=$(readlink -f "$1")
 here=$(cd "$(dirname "$0")" && pwd)
@@ -12,9 +12,17 @@ cd "$work"
 cmake -E tar xf "$package"
 root=$(echo "$work"/*)
 
-for file in bin/morvel.dll lib/libmorvel.dll.a include/morvel/morvel.h README.md LICENSE licenses/poco.txt; do
+for file in bin/morvel.dll bin/morvel.dll.debug debugger/morvel.natvis lib/libmorvel.dll.a include/morvel/morvel.h README.md LICENSE licenses/poco.txt; do
     [ -e "$root/$file" ] || { echo "the package lacks $file"; exit 1; }
 done
+
+(cd "$root" && sha256sum --check --quiet SHA256SUMS)
+version=$(basename "$package" | cut -d- -f2)
+strings -el "$root/bin/morvel.dll" | grep -A1 FileVersion | grep -qF "$version" ||
+    { echo "the DLL does not say that it is $version"; exit 1; }
+x86_64-w64-mingw32-objdump -h "$root/bin/morvel.dll" | grep -q gnu_debuglink ||
+    { echo "the DLL does not name its debug information"; exit 1; }
+"$here/check_sbom.py" "$root/morvel.cdx.json"
 
 cmake -G Ninja -S "$here/consumer" -B consumer --toolchain "$here/../../cmake/mingw-w64.cmake" \
     -DCMAKE_FIND_ROOT_PATH="$root" >configure.log 2>&1 || { cat configure.log; exit 1; }
