@@ -89,6 +89,8 @@ TEST(Conversion, Utf16OfEveryKindAtEveryAlignment) {
 }
 
 TEST(Conversion, AnyMixture) {
+    // Several chunks that grow as much as any text does: three bytes for each.
+    _expectAsByPoco(std::string(9001, '\xA4'), Latin9, Utf8, false);
     const int edges[] = {0,     'a',    0x7F,   0x80,   0xE9,    0x7FF,
                          0x800, 0xD7FF, 0xE000, 0xFFFF, 0x10000, 0x10FFFF};
     ForEachDraw(15000, [&](Draw& draw) {
