@@ -80,6 +80,7 @@ public:
 
     /// Converted to UTF-8 up to the first NUL. A leading unit FFFE, a swapped mark, is taken off
     /// by the first of these two; U+FEFF stays as a character.
+    /// REQUIRES: a pointer is not null.
     NString(const NWideString& text);
     NString(const NWideChar* text);
 
