@@ -125,7 +125,9 @@ void Worker::Pause() {
     const auto isDone = [this] {
         return !_state->running || _state->stuck || (!_state->busy && !_state->pending);
     };
-    _state->stuck = !_state->atRest.wait_for(lock, StuckTimeout, isDone) && _state->busy;
+    if (!_state->atRest.wait_for(lock, StuckTimeout, isDone)) {
+        _state->stuck = _state->busy;  // until this step ends: whoever comes next doesn't wait
+    }
     lock.release();
 }
 

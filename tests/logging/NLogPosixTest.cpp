@@ -200,7 +200,7 @@ TEST_F(NLogPosix, WriterThatIsStuckHoldsUpNobodyForLong) {
     auto inForce = std::make_unique<LogInForce>();
     WriteLines(0, 0, 1000);
     EXPECT_LT(SecondsOf(Drain), 9);
-    EXPECT_LT(SecondsOf(Drain), 2);
+    EXPECT_LT(SecondsOf([] { Drain(), Drain(); }), 2);
     const pid_t child = fork();
     if (child == 0) {
         WriteLines(1, 0, 1);
