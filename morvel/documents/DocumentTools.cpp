@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <initializer_list>
+#include <new>
 #include <sstream>
 #include <utility>
 
@@ -237,5 +238,9 @@ void morvel::SaveSafely(NXML& document, const NPath& path) {
     if (document.HasRoot() == nullptr) {
         throw KelInvalidArgumentException("the document has no root element", 0);
     }
-    WriteFile(path, document.ToText(AsSaveFile));
+    const std::string text = document.ToText(AsSaveFile);
+    if (text.empty()) {
+        throw std::bad_alloc();
+    }
+    WriteFile(path, text);
 }

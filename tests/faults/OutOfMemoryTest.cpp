@@ -4,6 +4,7 @@
 #include <limits>
 #include <optional>
 
+#include <morvel/documents/DocumentTools.h>
 #include <morvel/morvel.h>
 #include <tests/support/TemporaryFolder.h>
 #include <tests/support/Test.h>
@@ -257,6 +258,11 @@ TEST(OutOfMemory, Documents) {
          [&](NXML&, NXML& other) { return other.LoadFile(file, true); }},
         {"SaveFile", "1" + o, AnyOf("Path not found" + o, noMemory + o),
          [&](NXML& document, NXML&) { return document.SaveFile(saved); }},
+        {"SaveSafely", "1" + o, noMemory + o,
+         [&](NXML& document, NXML&) {
+             morvel::SaveSafely(document, NPath(NString(saved)));
+             return std::filesystem::file_size(saved) > xml.size();
+         }},
         {"SetValue", "1<o>" + children + "<" + page + ">" + page + "</" + page + "></o>",
          AnyOf("0" + o, noMemory + o),
          [&](NXML&, NXML& other) { return other.SetValue("o." + page, page); }},
