@@ -354,6 +354,9 @@ std::size_t Append(FileHandle file, std::string_view text, bool) {
     while (done < text.size()) {
         const ssize_t written =
             write(static_cast<int>(file), text.data() + done, text.size() - done);
+        if (written < 0 && errno == EINTR) {
+            continue;
+        }
         if (written <= 0) {
             return 0;
         }
