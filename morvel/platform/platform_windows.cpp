@@ -245,15 +245,16 @@ bool OtherThreadsAreGone() {
 }
 
 void Mutex::lock() {
-    if (OtherThreadsAreGone()) {
-        TryAcquireSRWLockExclusive(_asLock(&_lock));
-    } else {
+    if (!OtherThreadsAreGone()) {
         AcquireSRWLockExclusive(_asLock(&_lock));
     }
 }
 
+// A release would go to those who wait, on stacks that are gone with their threads.
 void Mutex::unlock() {
-    ReleaseSRWLockExclusive(_asLock(&_lock));
+    if (!OtherThreadsAreGone()) {
+        ReleaseSRWLockExclusive(_asLock(&_lock));
+    }
 }
 
 std::tm LocalTime(std::time_t time) {
