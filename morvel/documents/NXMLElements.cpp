@@ -121,7 +121,9 @@ pugi::xml_node _append(const Document& document, pugi::xml_node parent, pugi::xm
         source = apart->first_child();
     }
     const pugi::xml_node copy = morvel::AppendCopy(parent, source);
-    document->names.Added(parent, copy);
+    if (copy) {
+        document->names.Added(parent, copy);
+    }
     return copy;
 }
 
