@@ -1,6 +1,7 @@
 // The document as a whole: loading, saving, copying. Elements and values are in NXMLElements.cpp.
 #include <morvel/documents/NXML.h>
 
+#include <cstdio>
 #include <filesystem>
 #include <istream>
 #include <iterator>
@@ -45,6 +46,19 @@ pugi::xml_parse_result _load(pugi::xml_document& document,
         return result;
     }
     return document.load_file(name.c_str(), ParseOptions, pugi::encoding_auto);
+}
+
+// As pugixml's save_file, whose descriptor would go to programs that other threads start, and may
+// be the standard output of a host that runs without one.
+bool _save(const pugi::xml_document& document, const morvel::platform::NativeName& name) {
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(morvel::platform::OpenShared(name),
+                                                               std::fclose);
+    if (!file) {
+        return false;
+    }
+    pugi::xml_writer_file writer(file.get());
+    document.save(writer, Indent, pugi::format_indent, pugi::encoding_auto);
+    return std::fflush(file.get()) == 0 && std::ferror(file.get()) == 0;
 }
 
 // In front of the nodes that are there, and stays. pugixml leaves out what it has no memory for.
@@ -133,7 +147,7 @@ bool NXML::SaveFile(const std::string& path) {
     }
     const morvel::platform::NativeName name = _nativeName(path);
     _addDeclaration(*_document);
-    if (!_document->save_file(name.c_str(), Indent, pugi::format_indent, pugi::encoding_auto)) {
+    if (!_save(*_document, name)) {
         throw KelPathNotFoundException("Exception saving XML document", 0);
     }
     return true;

@@ -77,6 +77,10 @@ bool CreationTime(const NWideString& name, std::int64_t* seconds);
 /// advisory there). Null if it can't be opened. The caller closes it with std::fclose.
 std::FILE* OpenForWriting(const NWideString& name);
 
+/// As std::fopen with "wb": whatever others do with the file. The caller closes it with
+/// std::fclose.
+std::FILE* OpenShared(const NativeName& name);
+
 /// Keeps the open file of a Poco::FileStreamBuf from programs that the process starts, and off the
 /// descriptors 0 to 2. Does nothing on Windows, which has neither hazard.
 void KeepPrivate(Poco::FileStreamBuf* file);

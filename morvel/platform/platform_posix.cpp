@@ -334,6 +334,15 @@ std::FILE* OpenForWriting(const NWideString& name) {
     return stream;
 }
 
+std::FILE* OpenShared(const NativeName& name) {
+    const int file = _open(name, O_WRONLY | O_CREAT | O_TRUNC);
+    std::FILE* const stream = file < 0 ? nullptr : fdopen(file, "wb");
+    if (file >= 0 && stream == nullptr) {
+        close(file);
+    }
+    return stream;
+}
+
 void KeepPrivate(Poco::FileStreamBuf* file) {
     int& descriptor = _descriptorOf(*file);
     descriptor = _aboveStandardStreams(descriptor);

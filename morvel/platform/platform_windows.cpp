@@ -127,6 +127,10 @@ std::FILE* OpenForWriting(const NWideString& name) {
     return _wfsopen(name.c_str(), L"wb", _SH_DENYWR);
 }
 
+std::FILE* OpenShared(const NativeName& name) {
+    return _wfopen(name.c_str(), L"wb");
+}
+
 void KeepPrivate(Poco::FileStreamBuf*) {}
 
 FileHandle OpenForAppending(const std::string& name) {
