@@ -106,7 +106,7 @@ void morvel::Transcode(std::string_view text, Transcoder transcoder, std::string
         const auto written = static_cast<std::size_t>(to - buffer);
         // The first chunk says how long the result will be, or nearly so.
         if (left == text.size() && read < left) {
-            out->reserve((left / read + 1) * written + left / 16);
+            out->reserve(left / read * written + left % read * written / read + left / 16);
         }
         out->append(buffer, written);
     }

@@ -11,6 +11,7 @@
 #include <Poco/Timestamp.h>
 
 #include <morvel/platform/platform.h>
+#include <morvel/text/ByteOrderMark.h>
 #include <morvel/text/NString.h>
 
 namespace {
@@ -66,19 +67,25 @@ NTimestamp _localNow() {
 }
 
 // Releases of POCO differ in what they take for a time of day.
-NTimestamp _fromParts(std::int32_t year, std::int32_t month, std::int32_t day, std::int32_t hour,
-                      std::int32_t minute, std::int32_t second, std::int32_t millisecond,
-                      std::int32_t microsecond) {
+bool _isDate(std::int32_t year, std::int32_t month, std::int32_t day, std::int32_t hour,
+             std::int32_t minute, std::int32_t second, std::int32_t millisecond,
+             std::int32_t microsecond) {
     const auto isIn = [](std::int32_t low, std::int32_t part, std::int32_t high) {
         return low <= part && part <= high;
     };
-    const bool isDate = isIn(0, year, 9999) && isIn(1, month, 12) &&
-                        isIn(1, day, Poco::DateTime::daysOfMonth(year, month)) &&
-                        isIn(0, hour, 23) && isIn(0, minute, 59) && isIn(0, second, 60) &&
-                        isIn(0, millisecond, 999) && isIn(0, microsecond, 999);
-    return isDate ? _instantOf(year, month, day, hour, minute, second,
-                               millisecond * 1000 + microsecond)
-                  : _localNow();
+    return isIn(0, year, 9999) && isIn(1, month, 12) &&
+           isIn(1, day, Poco::DateTime::daysOfMonth(year, month)) && isIn(0, hour, 23) &&
+           isIn(0, minute, 59) && isIn(0, second, 60) && isIn(0, millisecond, 999) &&
+           isIn(0, microsecond, 999);
+}
+
+NTimestamp _fromParts(std::int32_t year, std::int32_t month, std::int32_t day, std::int32_t hour,
+                      std::int32_t minute, std::int32_t second, std::int32_t millisecond,
+                      std::int32_t microsecond) {
+    return _isDate(year, month, day, hour, minute, second, millisecond, microsecond)
+               ? _instantOf(year, month, day, hour, minute, second,
+                            millisecond * 1000 + microsecond)
+               : _localNow();
 }
 
 // Whether the parser of POCO would look for a number.
@@ -96,14 +103,20 @@ bool _hasDigit(const std::string& text) {
     return std::any_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
-// Throws where POCO finds that it can't read the text, and for a text without any digit, of which
-// it would read every number as 0 and so find the year 0.
+// Throws where POCO finds that it can't read the text or takes what is no date, and for a text
+// without any digit, of which it would read every number as 0 and so find the year 0.
 NDateTime _parsed(const std::string& format, const std::string& text,
                   std::int32_t* timeZoneDifferential) {
     if (!_hasDigit(text) && _asksForNumber(format)) {
         throw Poco::SyntaxException("no number");
     }
-    const Poco::DateTime parts = Poco::DateTimeParser::parse(format, text, *timeZoneDifferential);
+    std::int32_t told = *timeZoneDifferential;
+    const Poco::DateTime parts = Poco::DateTimeParser::parse(format, text, told);
+    if (!_isDate(parts.year(), parts.month(), parts.day(), parts.hour(), parts.minute(),
+                 parts.second(), parts.millisecond(), parts.microsecond())) {
+        throw Poco::SyntaxException("no date");
+    }
+    *timeZoneDifferential = told;
     return {parts.year(),   parts.month(),  parts.day(),         parts.hour(),
             parts.minute(), parts.second(), parts.millisecond(), parts.microsecond()};
 }
@@ -139,6 +152,10 @@ std::string NDateTime::Format(const NDateTime& dateTime, const std::string& form
 NDateTime NDateTime::Parse(const std::string& format, const std::string& text,
                            std::int32_t& timeZoneDifferential) {
     try {
+        // Without a byte-order mark, text is in the system's encoding already.
+        if (morvel::BomOf(text).length == 0) {
+            return _parsed(format, text, &timeZoneDifferential);
+        }
         const NString read(text);
         return _parsed(format, read.Converted(EncodingSystem), &timeZoneDifferential);
     } catch (...) {
