@@ -54,7 +54,7 @@ void morvel::WriteFile(const NPath& path, std::string_view bytes) {
         name = std::filesystem::weakly_canonical(name, error);
         _check(error, path, true);
     }
-    _check(platform::ReplaceFile(name, bytes), path, true);
+    _check(platform::ReplaceContents(name, bytes), path, true);
 }
 
 void morvel::Rename(const NPath& from, const NPath& to) {

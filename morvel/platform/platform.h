@@ -108,10 +108,10 @@ void Close(FileHandle file);
 /// Puts all that the file holds into `*bytes`, which are to be empty.
 std::error_code ReadWholeFile(const std::filesystem::path& name, std::string* bytes);
 
-/// Writes `bytes` to a new file beside `name`, waits until they are on the disk, and renames it
-/// over `name`, whose permissions it takes over. After an error there is no new file, and `name`
-/// has what it had.
-std::error_code ReplaceFile(const std::filesystem::path& name, std::string_view bytes);
+/// Makes the file hold `bytes`: writes them to a new file beside `name`, waits until they are on
+/// the disk, and renames it over `name`, whose permissions it takes over. After an error there is
+/// no new file, and `name` has what it had.
+std::error_code ReplaceContents(const std::filesystem::path& name, std::string_view bytes);
 
 /// Renames, over a file that has the new name already.
 std::error_code Rename(const std::filesystem::path& from, const std::filesystem::path& to);

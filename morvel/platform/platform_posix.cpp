@@ -409,7 +409,7 @@ std::error_code ReadWholeFile(const std::filesystem::path& name, std::string* by
     }
 }
 
-std::error_code ReplaceFile(const std::filesystem::path& name, std::string_view bytes) {
+std::error_code ReplaceContents(const std::filesystem::path& name, std::string_view bytes) {
     std::filesystem::path newName;
     int file = -1;
     // Another process of this number, in a container of its own, may have left or have its file

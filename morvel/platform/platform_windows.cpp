@@ -183,7 +183,7 @@ std::error_code ReadWholeFile(const std::filesystem::path& name, std::string* by
     }
 }
 
-std::error_code ReplaceFile(const std::filesystem::path& name, std::string_view bytes) {
+std::error_code ReplaceContents(const std::filesystem::path& name, std::string_view bytes) {
     std::filesystem::path newName;
     int file = -1;
     for (unsigned attempt = 0; attempt < 1000 && file < 0; ++attempt) {
