@@ -1,12 +1,15 @@
 """gdb shows the values of Morvel as a person would write them.
 
 gdb loads this file by itself where the library is installed; elsewhere: source debugger/morvel-gdb.py.
-Nothing is called in the program, so that core files can be read, too.
+Nothing is called in the program, so that core files can be read, too. The fields of the classes are in
+the library's debug symbols (libmorvel1-dbgsym), or in a program that is built with
+-femit-class-debug-always (GCC) or -fstandalone-debug (Clang).
 """
 import datetime
 
 import gdb
 import gdb.printing
+import gdb.types
 
 ENCODINGS = {0: ("System", "utf-8"), 1: ("ASCII", "ascii"), 2: ("Latin1", "latin-1"),
              3: ("Latin9", "iso8859-15"), 4: ("UTF8", "utf-8"), 5: ("UTF16", "utf-16-le")}
@@ -163,8 +166,17 @@ class ArrayPrinter:
             yield f"[{index}]", element.dereference() if int(element) else element
 
 
+class Printers(gdb.printing.RegexpCollectionPrettyPrinter):
+    """Leaves to gdb what it doesn't know the fields of: the library's debug symbols are missing then."""
+
+    def __call__(self, value):
+        kind = gdb.types.get_basic_type(value.type)
+        is_known = kind.code == gdb.TYPE_CODE_STRUCT and kind.fields()
+        return super().__call__(value) if is_known else None
+
+
 def printers():
-    collection = gdb.printing.RegexpCollectionPrettyPrinter("morvel")
+    collection = Printers("morvel")
     for name, pattern, printer in (
             ("text", "^(NString|NPath)$", TextPrinter),
             ("timestamp", "^NTimestamp$", TimestampPrinter),
