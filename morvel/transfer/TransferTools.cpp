@@ -52,8 +52,9 @@ std::string morvel::QueryUrl(std::string_view base,
     std::string url(base.substr(0, fragment));
     const std::size_t mark = url.find('?');
     char separator = mark == url.npos ? '?' : '&';
-    if (mark != url.npos && mark + 1 == url.size())
+    if (mark != url.npos && mark + 1 == url.size()) {
         separator = '\0';  // the mark is there, with nothing behind it
+    }
     for (const auto& [name, value] : query) {
         if (separator != '\0') url += separator;
         url += _escaped(name) + '=' + _escaped(value);

@@ -166,10 +166,10 @@ TEST_F(NFileStreamTest, KeepsFilesOfSecondOpensAndKeepsThemPrivate) {
     const auto open = [&] {
         {
             NFileStream stream;
-            stream.Open(At("a"), NFileStream::ModeRead);
+            (void)stream.Open(At("a"), NFileStream::ModeRead);
             std::fclose(stdin);
-            stream.Open(At("a"), NFileStream::ModeRead);
-            stream.Open(At("a"), NFileStream::ModeRead);
+            (void)stream.Open(At("a"), NFileStream::ModeRead);
+            (void)stream.Open(At("a"), NFileStream::ModeRead);
         }
         for (const auto& file : std::filesystem::directory_iterator("/proc/self/fd")) {
             std::error_code gone;
