@@ -5,6 +5,13 @@
 
 #include <morvel/platform/config.h>
 
+/// @file
+/// The companion of the exceptions.
+///
+/// @failure Throws std::bad_alloc alone.
+/// @threads Any thread may call it.
+/// @encoding The texts of the exceptions as they are, joined by ASCII.
+/// @cost Linear in the texts.
 namespace morvel {
 
 /// A caught exception in one line, as NErrorHandler writes it: "File not found: /x" for a member of
@@ -14,8 +21,6 @@ namespace morvel {
 ///     } catch (const std::exception& e) {
 ///         std::cerr << "copy: " << morvel::Describe(e) << '\n';
 ///     }
-///
-/// Any thread may call it. Throws std::bad_alloc alone.
 MORVEL_API std::string Describe(const std::exception& exception);
 
 }  // namespace morvel

@@ -8,11 +8,16 @@
 class NBaseObject;
 
 /// The identity of a class at run time: one static object for each class that has one. Records are
-/// compared by address. Immutable once the library is loaded, so any thread may use one.
+/// compared by address.
+///
+/// @failure CreateInstance reports one by a null pointer; the constructor throws std::bad_alloc.
+/// @threads Immutable once it is made: any thread may use one.
+/// @encoding A name has the bytes that the source has.
+/// @cost None after load: two records are the same if their addresses are.
 class MORVEL_API NClassRecord {
 public:
-    using Factory = NBaseObject* (*)();
-    using BaseRecord = const NClassRecord* (*)();
+    using Factory = NBaseObject* (*)();            ///< Makes an object of the class by `new`.
+    using BaseRecord = const NClassRecord* (*)();  ///< Tells the record of the parent class.
 
     /// `name` as spelled in the source; `objectSize` in bytes; `createInstance` gives a new
     /// instance, null for an abstract class; `baseRecord` gives the record of the parent, null at
@@ -20,16 +25,16 @@ public:
     /// keeps one of these with a factory and returns it from ClassRecord().
     NClassRecord(std::string name, std::uint32_t objectSize, Factory createInstance,
                  BaseRecord baseRecord);
-    NClassRecord(const NClassRecord&) = delete;
-    NClassRecord& operator=(const NClassRecord&) = delete;
+    NClassRecord(const NClassRecord&) = delete;             ///< Not copied.
+    NClassRecord& operator=(const NClassRecord&) = delete;  ///< Not copied.
 
     /// A new instance of the class, which the caller owns; null if the class has no factory or the
     /// factory throws, whatever it throws.
     [[nodiscard]] NBaseObject* CreateInstance() const;
 
-    const std::string& Name() const { return _name; }
-    std::uint32_t ObjectSize() const { return _objectSize; }
-    std::uint32_t Schema() const { return _schema; }  ///< 0xFFFF in every record.
+    const std::string& Name() const { return _name; }         ///< Name of the class.
+    std::uint32_t ObjectSize() const { return _objectSize; }  ///< Size of an object, in bytes.
+    std::uint32_t Schema() const { return _schema; }          ///< 0xFFFF in every record.
 
 private:
     friend class NBaseObject;
@@ -43,18 +48,24 @@ private:
 
 /// Root of the class family: no data, three leading virtual operations and the class identity.
 ///
-/// Throughout the family: an object is owned by whoever constructs it and is used by one thread at
-/// a time unless its class says otherwise. Virtual operations keep their order from release to
-/// release.
+/// Throughout the family an object is owned by whoever constructs it, and virtual operations keep
+/// their order from release to release.
+///
+/// @failure Nothing here fails. How a class of the family fails is fixed for each of them and told
+/// on its own page.
+/// @threads Throughout the family an object is used by one thread at a time unless its class says
+/// otherwise; different objects are independent.
+/// @encoding This class holds no text.
+/// @cost One pointer an object, to its virtual table. IsInstanceOf goes from class to parent.
 class MORVEL_API NBaseObject {
 public:
-    NBaseObject();
+    NBaseObject();  ///< Nothing to set up.
 
     /// The record of the object's class. A class without a record of its own returns its
     /// parent's: all do but NXML.
     virtual const NClassRecord* ClassRecord() const;
 
-    virtual ~NBaseObject() = 0;
+    virtual ~NBaseObject() = 0;  ///< Virtual throughout the family.
 
     /// Does nothing. Keeps the slots of the operations behind it.
     virtual void Reserved();

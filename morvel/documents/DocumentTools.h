@@ -13,8 +13,14 @@
 #include <morvel/files/NPath.h>
 #include <morvel/time/NDateTime.h>
 
-// Companions of the documents. Paths are those of NDataContainer. What is handed out is a copy.
-// Those that take a const document only read it: any number of threads may do so at once.
+/// @file
+/// Companions of the documents. Paths are those of NDataContainer. What is handed out is a copy.
+///
+/// @failure Absence is an empty result, an edit that can't be done is false, a document that can't
+/// be read an XmlFault; SaveSafely throws as WriteFile does. std::bad_alloc where memory runs out.
+/// @threads Those that take a const document only read it: any number of threads may do so at once.
+/// @encoding Every std::string is UTF-8. Load recodes what NXML would read wrong, or refuses it.
+/// @cost One copy of each element that is handed out; see NXML.
 namespace morvel {
 
 /// The value of the element: what RootValue gives of a copy of it, empty for an element without
@@ -30,11 +36,13 @@ MORVEL_API NString TextOf(const NXML& document, const std::string& path);
 /// Sets the value of the element and makes what is missing of its path, the root element too. False
 /// with nothing changed for an empty path or one with an empty name in it, and where the document
 /// has another root element.
+///@{
 MORVEL_API bool Put(NXML& document, const std::string& path, const NString& value);
 MORVEL_API bool Put(NXML& document, const std::string& path, const std::string& utf8);
 inline bool Put(NXML& document, const std::string& path, const char* utf8) {
     return Put(document, path, std::string(utf8));
 }
+///@}
 
 /// A date as 2026-11-25T08:05:09, without a zone.
 MORVEL_API bool Put(NXML& document, const std::string& path, const NDateTime& value);
@@ -55,11 +63,14 @@ bool Put(NXML& document, const std::string& path, Number value) {
 /// A child element and its place: what GetElement and RemoveElement call the index, which counts
 /// text nodes too.
 struct ChildElement {
-    std::int32_t index;
+    std::int32_t index;             ///< From 0.
     std::unique_ptr<NXML> element;  ///< A document of its own, this element its root; never null.
 
+    /// The element itself, to call an operation of.
+    ///@{
     const NXML* operator->() const { return element.get(); }
     NXML* operator->() { return element.get(); }
+    ///@}
 };
 
 /// Copies of the child elements of an element, all or those of a name (in any case), in their
@@ -79,10 +90,10 @@ MORVEL_API std::vector<ChildElement> Children(const NXML& document, const std::s
 struct XmlFault {
     std::string message;     ///< A sentence; empty if all is well.
     std::size_t offset = 0;  ///< In bytes of the document, of UTF-16 in those of its UTF-8.
-    std::size_t line = 0;    ///< From 1, and so is the column, in code points; 0 without a place.
-    std::size_t column = 0;
+    std::size_t line = 0;    ///< From 1; 0 without a place.
+    std::size_t column = 0;  ///< From 1, in code points; 0 without a place.
 
-    explicit operator bool() const { return !message.empty(); }
+    explicit operator bool() const { return !message.empty(); }  ///< Whether there is a fault.
 };
 
 /// Replaces the document by what the bytes of a file or a message hold. What pugixml reads by

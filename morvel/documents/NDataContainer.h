@@ -31,13 +31,18 @@ using NElementCallback = void (*)(const std::string& name, void* user);
 /// A list of containers that owns them: those that it still points at are destroyed with it or by
 /// Clear. What is taken out by the list's own operations (erase, pop_front, clear) is let go
 /// without being destroyed and belongs to the caller from then on. A null pointer may stand in the
-/// list. One thread at a time.
+/// list.
+///
+/// @failure A container that Assign can't copy is left out, without a report.
+/// @threads One at a time.
+/// @encoding That of the containers.
+/// @cost A list node and a document of its own for each container (see NXML).
 class MORVEL_API NDataContainerArray : public std::list<NDataContainer*> {
 public:
-    NDataContainerArray();
-    NDataContainerArray(const NDataContainerArray&) = delete;
-    NDataContainerArray& operator=(const NDataContainerArray&) = delete;
-    virtual ~NDataContainerArray();
+    NDataContainerArray();                                     ///< Empty.
+    NDataContainerArray(const NDataContainerArray&) = delete;  ///< Copies are made by Assign.
+    NDataContainerArray& operator=(const NDataContainerArray&) = delete;  ///< By Assign.
+    virtual ~NDataContainerArray();  ///< Destroys the containers.
 
     /// Destroys what the array holds and fills it with deep copies of the containers of `other`,
     /// each of the same class as the original: made by the factory of its class record, filled by
@@ -68,25 +73,26 @@ public:
 /// Paths. An element is named by its path from the top of the document, the names of the elements
 /// with dots between them, the root's own first: `order.customer`. There is no cursor; each call
 /// looks its path up anew, the first of several like-named siblings is the one that is found, and
-/// letters match whatever their case. A `|` in a name stands for a dot in it.
+/// letters match whatever their case. A `|` in a name stands for a dot in it. An index counts all
+/// child nodes of an element, text included, from 0; -1 means the element of the path itself.
 ///
-/// Values are text. Numbers and dates are read through NString and NDateTime. Every std::string and
-/// character array that goes in or comes out is UTF-8, which nobody checks; NString values are
-/// converted.
+/// Values are text. Numbers and dates are read through NString and NDateTime.
 ///
 /// Elements that are handed out are deep copies in containers of their own. To read the text of an
 /// element, GetElement puts it into a second container, and RootValue there gives the text.
 ///
-/// Results. True says that the thing was done or found. An unknown path, an empty path or a missing
-/// document is a plain false with nothing changed. An index counts all child nodes of an element,
-/// text included, from 0; -1 means the element of the path itself.
-///
-/// One thread at a time, and that includes the operations that are const where they say so.
+/// @failure True says that the thing was done or found. An unknown path, an empty path or a missing
+/// document is a plain false with nothing changed.
+/// @threads One at a time, and that includes the operations that are const where they say so.
+/// @encoding Every std::string and character array that goes in or comes out is UTF-8, which nobody
+/// checks; NString values are converted.
+/// @cost Each call looks its path up, and each element that is handed out is a copy; how long that
+/// takes is up to the storage (see NXML).
 class MORVEL_API NDataContainer : public NBaseObject {
 public:
-    NDataContainer();
-    NDataContainer(const NDataContainer&) = delete;
-    ~NDataContainer() override;
+    NDataContainer();                                ///< Without a document.
+    NDataContainer(const NDataContainer&) = delete;  ///< Copies are made by Assign.
+    ~NDataContainer() override;                      ///< Discards the document.
 
     /// Replaces the document by what a file holds. Never throws: a failure is false and, unless
     /// `silent`, a report to NErrorHandler.
@@ -127,9 +133,11 @@ public:
     /// element of the path is missing, it is created. An NString is converted to the container's
     /// encoding first; the bytes of a character array go in as NString(value) holds them. Both end
     /// in the third form, through the virtual table.
+    ///@{
     virtual bool SetValue(const std::string& path, const NString& value);
     virtual bool SetValue(const std::string& path, const char* value);
     virtual bool SetValue(const std::string& path, const std::string& value) = 0;
+    ///@}
 
     /// A number doesn't compile: 0 would be taken for a null pointer, and empty the element.
     template <class Number, class = std::enable_if_t<std::is_arithmetic_v<Number>>>
@@ -142,6 +150,7 @@ public:
     /// Appends the attributes of the element to `list`. False if it has none.
     virtual bool GetAttributes(const std::string& path, NAttributeList& list) const = 0;
 
+    /// Sets one attribute, as SetAttributes does.
     virtual bool SetAttribute(const std::string& path, const std::string& name,
                               const std::string& value) = 0;
 
@@ -188,8 +197,10 @@ public:
 
     /// Value of an attribute of the root element, its name in any case. Where it is missing, an
     /// NString stays as it was and a std::string is empty. The first form calls the second.
+    ///@{
     virtual bool GetRootAttribute(const std::string& name, NString& out) const;
     virtual bool GetRootAttribute(const std::string& name, std::string& out) const = 0;
+    ///@}
 
     /// The document as text: what SaveStream writes under the same flags. Empty if that returns
     /// false or throws; nothing is thrown.

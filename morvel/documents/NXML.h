@@ -19,43 +19,40 @@ struct IndexedDocument;
 /// particular to XML.
 ///
 /// Reading keeps elements, attributes, text and CDATA sections. Declarations, comments, processing
-/// instructions, the document type and text of white space alone are dropped. The encoding is
-/// detected from the bytes and the declaration: UTF-8, UTF-16, UTF-32 and ISO-8859-1. Any other
-/// encoding that is declared, ISO-8859-15 (Latin-9) and windows-1252 among them, is read as UTF-8
-/// and not converted. Writing gives UTF-8 without a byte-order mark, line feeds as line ends, one
-/// tab for a level in the indented layout.
-///
-/// File names are UTF-8 and are brought to NFC: a file whose name isn't in NFC can't be reached.
-///
-/// A document that can't be parsed fails in three ways: LoadFile reports a KelXMLParseException to
-/// NErrorHandler, LoadStream throws a KelXMLElementException, FromText just returns false. In each
-/// case the former document is gone, and the object holds what was read up to the error.
+/// instructions, the document type and text of white space alone are dropped. Writing gives line
+/// feeds as line ends and one tab for a level in the indented layout. Names and values end at their
+/// first NUL.
 ///
 /// Each save with a declaration adds it to the document, in front of those that are there already:
 /// save twice, and two are written. A declaration is a node at the top, which the path `xml` finds.
 ///
-/// Besides what is said at each operation, nothing is thrown but std::bad_alloc. Where memory runs
-/// out inside the XML library, an edit returns false, and an operation that copies into another
-/// container throws std::bad_alloc. Names and values end at their first NUL. Depth of a document
-/// costs no stack. An indented text of a deep document is long, though: it grows with the square of
-/// the depth.
-///
-/// Threads. Any number may read one document at the same time, by all operations that are const
-/// but RootAttributes; a search may block for the moment that another takes. Every other operation
-/// needs the object to itself.
-///
-/// Memory. The second search among an element's children enters their names in an index, if there
-/// are more than two: 32 to 64 bytes a name. A container that holds an element, as GetElement and
-/// GetElements hand it out, takes about 4.5 kB: a million children take 4.5 GB. ForEachElement and
-/// GetElement by index do without.
-///
 /// Another container given to an operation must be an NXML; any other counts as one without a
 /// document, and as a target is refused with false. It may be the object itself.
+///
+/// @failure A document that can't be parsed fails in three ways: LoadFile reports a
+/// KelXMLParseException to NErrorHandler, LoadStream throws a KelXMLElementException, FromText just
+/// returns false. In each case the former document is gone, and the object holds what was read up
+/// to the error. Besides what is said at each operation, nothing else is thrown but std::bad_alloc.
+/// Where memory runs out inside the XML library, an edit returns false, and an operation that
+/// copies into another container throws std::bad_alloc.
+/// @threads Any number may read one document at the same time, by all operations that are const but
+/// RootAttributes; a search may block for the moment that another takes. Every other operation
+/// needs the object to itself.
+/// @encoding A document's is detected from the bytes and the declaration: UTF-8, UTF-16, UTF-32 and
+/// ISO-8859-1. Any other encoding that is declared, ISO-8859-15 (Latin-9) and windows-1252 among
+/// them, is read as UTF-8 and not converted: morvel::Load reads those. Writing gives UTF-8 without
+/// a byte-order mark. File names are UTF-8 and are brought to NFC: a file whose name isn't in NFC
+/// can't be reached.
+/// @cost The second search among an element's children enters their names in an index, if there are
+/// more than two: 32 to 64 bytes a name, and a look-up no longer depends on their number. A
+/// container that holds an element, as GetElement and GetElements hand it out, takes about 4.5 kB:
+/// a million children take 4.5 GB. ForEachElement and GetElement by index do without. Depth of a
+/// document costs no stack, but its indented text grows with the square of the depth.
 class MORVEL_API NXML : public NDataContainer {
 public:
-    NXML();  ///< Without a document.
-    NXML(const NXML&) = delete;
-    ~NXML() override;
+    NXML();                      ///< Without a document.
+    NXML(const NXML&) = delete;  ///< Copies are made by Assign.
+    ~NXML() override;            ///< Discards the document.
 
     const NClassRecord* ClassRecord() const override;
 
@@ -93,6 +90,7 @@ public:
     bool ReplaceElement(const std::string& path, const NDataContainer* source) override;
 
     using NDataContainer::SetValue;
+    /// Where all other forms of NDataContainer end: `value` in UTF-8.
     bool SetValue(const std::string& path, const std::string& value) override;
     bool SetAttributes(const std::string& path, const NAttributeList& list) override;
     bool GetAttributes(const std::string& path, NAttributeList& list) const override;
@@ -117,8 +115,8 @@ public:
     std::string RootValue() const override;
     const NAttributeList& RootAttributes() const MORVEL_LIFETIMEBOUND override;
 
-    /// False for a root element whose name has a dot in it: it is looked up as a path.
     using NDataContainer::GetRootAttribute;
+    /// False for a root element whose name has a dot in it: it is looked up as a path.
     bool GetRootAttribute(const std::string& name, std::string& out) const override;
 
     /// As GetElements, of the elements alone that have at least one of the attributes in `filter`,

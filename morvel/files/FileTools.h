@@ -6,11 +6,17 @@
 
 #include <morvel/files/NPath.h>
 
-// Companions of the files: whole files in one call, and the road to std::filesystem. A failure is a
-// member of the NException family with the name in its Message: KelFileNotFoundException,
-// KelPathNotFoundException (the folder is missing), KelFileAccessDeniedException,
-// KelFileReadOnlyException (the file system is), KelOpenFileException (a folder stands there), and
-// KelFileException with the system's reason for the rest. Any thread may call these.
+/// @file
+/// Companions of the files: whole files in one call, and the road to std::filesystem.
+///
+/// @failure A member of the NException family with the name in its Message:
+/// KelFileNotFoundException, KelPathNotFoundException (the folder is missing),
+/// KelFileAccessDeniedException, KelFileReadOnlyException (the file system is),
+/// KelOpenFileException (a folder stands there), and KelFileException with the system's reason for
+/// the rest. std::bad_alloc where memory runs out.
+/// @threads Any thread may call these.
+/// @encoding Names as in NFile. Contents are bytes.
+/// @cost ReadFile holds the whole file in memory; WriteFile waits for the disk once.
 namespace morvel {
 
 /// The path as the standard library takes it, its bytes or units being those under which NFile

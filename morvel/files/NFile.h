@@ -13,10 +13,6 @@
 /// A named place in the file system, with or without anything there. It holds no handle: to read or
 /// write use NFileStream. No operation changes the object.
 ///
-/// How a failure shows is fixed for each operation. CreateFile, CreateDirectory and Exists throw
-/// nothing: a denied folder, a full disk and a malformed path are all a plain false.
-/// CreateDirectories and Remove tell the reason by a member of the NException family:
-///
 ///     try {
 ///         NFile(folder).Remove(true);
 ///     } catch (const KelFileAccessDeniedException& e) {
@@ -25,22 +21,28 @@
 ///         ...
 ///     }
 ///
-/// Any number of threads may use one object; which of two operations on one place comes first is up
-/// to the file system. An empty path is no place: operations that would create it fail.
+/// An empty path is no place: operations that would create it fail.
 ///
-/// Names reach the system in UTF-8, byte for byte: a NUL ends the name, and two names that differ
-/// in their form alone are two files off Windows. NXML opens files by the NFC of their name, so
-/// give both the name in NFC.
+/// @failure How one shows is fixed for each operation. CreateFile, CreateDirectory and Exists throw
+/// nothing: a denied folder, a full disk and a malformed path are all a plain false. CreationTime
+/// gives 0. CreateDirectories and Remove tell the reason by a member of the NException family.
+/// @threads Any number of threads may use one object; which of two operations on one place comes
+/// first is up to the file system.
+/// @encoding Names reach the system in UTF-8, byte for byte: a NUL ends the name, and two names
+/// that differ in their form alone are two files off Windows. NXML opens files by the NFC of their
+/// name, so give both the name in NFC.
+/// @cost One or a few system calls each, nothing is kept; CreateDirectories and a recursive Remove
+/// make some for each folder and each file.
 class MORVEL_API NFile : public NBaseObject {
 public:
     NFile(const NString& path);  ///< Doesn't touch the disk.
-    ~NFile() override;
+    ~NFile() override;           ///< Leaves the place as it is.
 
     /// As given, in its own encoding.
     const NPath& Path() const MORVEL_LIFETIMEBOUND { return _path; }
 
-    bool CreateFile()
-        const;  ///< True if a new empty file was made; an existing one stays as it is.
+    /// True if a new empty file was made; an existing one stays as it is.
+    bool CreateFile() const;
     bool CreateDirectory() const;  ///< True if the folder was made; its parent must be there.
 
     /// Makes the folder and all parents that are missing; does nothing if the name is taken, by a

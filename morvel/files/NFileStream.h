@@ -6,8 +6,7 @@
 class NFileStreamBuf;
 
 /// A file that is read and written by plain calls with integer results. Each call goes straight to
-/// the file: nothing is buffered here and nothing needs flushing, so small pieces cost a system
-/// call each.
+/// the file: nothing is buffered here and nothing needs flushing.
 ///
 ///     NFileStream in;
 ///     if (in.Open(NFile(NString("data.bin")), NFileStream::ModeReadBinary) == 0) {
@@ -15,27 +14,31 @@ class NFileStreamBuf;
 ///         const bool whole = in.Read(bytes.data(), in.Size()) == in.Size();
 ///     }
 ///
-/// Failures show in the result alone, 0 or for Open -1, whatever their reason. Positions, sizes and
-/// counts have 32 bits: of a larger file Seek and Size give the low 32 bits.
+/// Positions, sizes and counts have 32 bits: of a larger file Seek and Size give the low 32 bits.
+/// The destructor closes a stream that is open.
 ///
-/// Used by one thread at a time. The destructor closes a stream that is open.
+/// @failure Shows in the result alone, 0 or for Open -1, whatever its reason.
+/// @threads One at a time.
+/// @encoding Bytes are never translated. Open takes the name as NFile does.
+/// @cost A system call for each piece, however small, and a few for Size. Open allocates a buffer
+/// that the other calls go past.
 class MORVEL_API NFileStream : public NBaseObject {
 public:
     /// None of the modes empties an existing file, and bytes are never translated. All but the two
     /// for reading alone make a file that is missing.
     enum Mode : int {
-        ModeWrite = 0,
-        ModeRead = 1,
-        ModeReadWrite = 2,
+        ModeWrite = 0,           ///< Writes only, from the beginning on.
+        ModeRead = 1,            ///< Reads only.
+        ModeReadWrite = 2,       ///< Reads and writes, from the beginning on.
         ModeAppend = 3,          ///< Reads anywhere, always writes at the end.
         ModeReadWriteAtEnd = 4,  ///< Starts at the end.
-        ModeReadBinary = 5,
+        ModeReadBinary = 5,      ///< As ModeRead.
     };
 
-    NFileStream();
-    NFileStream(const NFileStream&) = delete;
-    NFileStream& operator=(const NFileStream&) = delete;
-    ~NFileStream() override;
+    NFileStream();                                        ///< Closed.
+    NFileStream(const NFileStream&) = delete;             ///< Not copied.
+    NFileStream& operator=(const NFileStream&) = delete;  ///< Not copied.
+    ~NFileStream() override;                              ///< Closes the file.
 
     /// 0, or -1 with the stream closed. A folder can't be opened.
     ///
@@ -48,8 +51,10 @@ public:
     /// How many bytes were read into or written from `buffer` at the position, which moves on by as
     /// many. Fewer than `count` at the end of the file or on a full disk; 0 for a `count` that
     /// isn't positive.
+    ///@{
     [[nodiscard]] int Read(void* buffer, int count);
     [[nodiscard]] int Write(const void* buffer, int count);
+    ///@}
 
     /// Moves to `position` bytes from the head and returns it. A write behind the end fills the gap
     /// with zeros.

@@ -16,34 +16,41 @@
 /// with one, "." and "x/.." inside are gone. A last part without a closing separator counts as a
 /// file.
 ///
-/// Results are in this path's own encoding; Append alone may widen it. Except for Absolute and the
-/// three folders nothing asks the disk. On Windows each operation on the structure throws
-/// Poco::PathSyntaxException, the path unchanged, for a text that is no path; elsewhere any text is
-/// one.
-///
-/// A value with the threading rules of NString; the operations marked const only read.
+/// @failure On Windows each operation on the structure throws Poco::PathSyntaxException, the path
+/// unchanged, for a text that is no path; elsewhere any text is one. Else that of NString.
+/// @threads A value with the threading rules of NString; the operations marked const only read.
+/// @encoding Results are in this path's own encoding; Append alone may widen it.
+/// @cost Each operation on the structure converts the text to UTF-8, takes it apart and puts it
+/// together again. Except for Absolute and the three folders nothing asks the disk.
 class MORVEL_API NPath : public NString {
 public:
-    NPath();
+    NPath();                     ///< Empty, EncodingSystem.
     NPath(const NString& text);  ///< The bytes and the encoding of `text`.
+
+    /// What the constructor of NString with the same arguments makes.
+    ///@{
     NPath(const char* text);
     NPath(const std::string& bytes, NStringEncoding encoding);
     NPath(const char* bytes, NStringEncoding encoding);  ///< REQUIRES: `bytes` is not null.
-    NPath(const NPath& other);
-    NPath(NPath&& other) noexcept;
-    ~NPath() override;
+    ///@}
+
+    NPath(const NPath& other);      ///< As the copy of an NString.
+    NPath(NPath&& other) noexcept;  ///< As the copy; `other` is empty afterwards.
+    ~NPath() override;              ///< As that of an NString.
 
     using NString::operator=;
-    NPath& operator=(const NPath& other);
+    NPath& operator=(const NPath& other);  ///< As the assignment of an NString.
 
     [[nodiscard]] NPath Absolute() const;  ///< Seen from the current folder.
 
     /// Adds `other` in place, this path being read as a folder whatever its end, and `other` as
     /// relative. The encoding becomes the higher of the two by number. Narrow text counts as
     /// EncodingSystem unless it begins with a byte-order mark.
+    ///@{
     NPath& Append(const NString& other);
     NPath& Append(const std::string& other);
     NPath& Append(const char* other);
+    ///@}
 
     /// The file name up to its last dot; empty for a folder.
     [[nodiscard]] NString BaseName() const;
@@ -65,7 +72,9 @@ public:
     /// /var/lib; /usr/local/share. A process with raised privileges takes the home folder from the
     /// password database instead of the environment. A name that isn't in NFC is made and returned
     /// in NFC, and bytes that are no UTF-8 become U+FFFD: set XDG_DATA_HOME to another name there.
+    ///@{
     static NPath AppDataFolder();
     static NPath CommonAppDataFolder();
     static NPath CommonDocumentsFolder();
+    ///@}
 };

@@ -16,13 +16,16 @@ class Checksum;
 ///     sum.Update("56789");
 ///     sum.Value();  // 0xCBF43926, the same as for "123456789" at once
 ///
-/// Used by one thread at a time.
+/// @failure The constructor throws std::bad_alloc; nothing else fails.
+/// @threads One at a time.
+/// @encoding Bytes, NULs among them: what the sum of a text is depends on its encoding.
+/// @cost Linear in the bytes; nothing is kept of them.
 class MORVEL_API NChecksum {
 public:
-    NChecksum();
-    NChecksum(const NChecksum&) = delete;
-    NChecksum& operator=(const NChecksum&) = delete;
-    virtual ~NChecksum();
+    NChecksum();                                      ///< Of no bytes: 0.
+    NChecksum(const NChecksum&) = delete;             ///< Not copied.
+    NChecksum& operator=(const NChecksum&) = delete;  ///< Not copied.
+    virtual ~NChecksum();                             ///< Discards the sum.
 
     void Update(const std::string& data);  ///< All bytes, whatever they are.
 

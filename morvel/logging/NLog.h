@@ -13,32 +13,38 @@
 ///
 ///     NLOG("NOTICE", "morvel - %d orders sent", count);
 ///
-/// The first line builds the log's chain and its thread, which alone touches the file: a caller
-/// formats its line and queues it. The queue has no bound: what comes faster than the disk takes it
-/// waits in memory. Lines stand in the file in the order in which one thread wrote them; a line
-/// feed in a text begins a new line there. At 10 megabytes the file becomes `morvel.log.0`, that
+/// The first line builds the log's chain and its thread, which alone touches the file. Lines stand
+/// in the file in the order in which one thread wrote them; a line feed in a text begins a new line
+/// there. At 10 megabytes the file becomes `morvel.log.0`, that
 /// one `morvel.log.1` and so on; archives older than 24 hours are removed at the next such moment.
 ///
-/// A line that can't be written is lost without a report. Unloading the library and ending the
-/// process by `exit` or a return from main write what is queued; a violent end (`abort`,
-/// `std::terminate`, `_exit`, `quick_exit`, a signal) or an `exec` loses it. A fork waits until it
-/// is written, and the child goes on in the same file. Where the file is stuck in the system (a
-/// FIFO whose reader sleeps, a network folder that is gone), a fork or an end waits five seconds.
+/// Unloading the library and ending the process by `exit` or a return from main write what is
+/// queued; a violent end (`abort`, `std::terminate`, `_exit`, `quick_exit`, a signal) or an `exec`
+/// loses it. A fork waits until it is written, and the child goes on in the same file. Where the
+/// file is stuck in the system (a FIFO whose reader sleeps, a network folder that is gone), a fork
+/// or an end waits five seconds.
 ///
 /// The chain hangs off the root logger of POCO, where the host's own logging may hang too: deleting
 /// any NLog takes the root logger's channel away and forgets all loggers. Names, priorities and
 /// channels are POCO's, and a host that changes them is obeyed. It lets go of any channel that it
 /// has taken from there before the library is unloaded.
 ///
-/// Any thread may call the static operations, though no signal handler; Set is for moments when no
-/// other thread logs.
+/// @failure A line that can't be written is lost without a report. Write throws what POCO throws on
+/// the caller's thread, memory exhaustion mostly.
+/// @threads Any thread may call the static operations, though no signal handler; Set is for moments
+/// when no other thread logs.
+/// @encoding A text goes into the file as its bytes: write UTF-8, so that one file has one
+/// encoding.
+/// @cost A caller formats its line and queues it, without waiting for the disk; with the log off it
+/// is formatted all the same by NLOG. The queue has no bound: what comes faster than the disk takes
+/// it waits in memory.
 class MORVEL_API NLog : public NBaseObject {
 public:
     /// Makes the folder, but for its parents, if it isn't there; nobody learns if that fails. The
     /// log is named after the running program, and is not in force.
     NLog();
-    NLog(const NLog&) = delete;
-    NLog& operator=(const NLog&) = delete;
+    NLog(const NLog&) = delete;             ///< Not copied.
+    NLog& operator=(const NLog&) = delete;  ///< Not copied.
 
     /// Waits until the lines queued so far are written, closes the file and shuts POCO's logging
     /// down, also if this log was never in force. If it is, no log is in force afterwards.
@@ -59,8 +65,7 @@ public:
 
     /// Writes `text` at the priority that the level word stands for: "INFO" or "INFORMATION",
     /// "WARNING", "FATAL", "ERROR", "CRITICAL", "NOTICE", "TRACE", spelled exactly so. "DEBUG" and
-    /// all other words drop the text. Throws what POCO throws on the caller's thread, memory
-    /// exhaustion mostly.
+    /// all other words drop the text.
     static void Write(const std::string& level, const std::string& text);
 
     static void Information(const std::string& text);  ///< As Write at "INFORMATION".

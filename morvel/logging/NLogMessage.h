@@ -16,16 +16,24 @@
 ///     if (late) line.Format(", late");
 ///     // NOTICE [File: Client.cpp Line: 42]<tab>"morvel - reply of 512 bytes, late"
 ///
-/// The line is composed even when no log is in force. An object belongs to one thread.
+/// @failure A format that can't be printed leaves a notice in the line. The destructor ends the
+/// process if NLog::Write throws; the rest throws std::bad_alloc alone.
+/// @threads An object belongs to one thread.
+/// @encoding Bytes as they are given, see NLog.
+/// @cost The line is composed even when no log is in force; the first 248 bytes take no memory from
+/// the heap.
 class MORVEL_API NLogMessage : public NBaseObject {
 public:
     /// `file` is shown from behind its last (, / or \. `level` is one of the words of NLog::Write;
     /// with "FATAL" the line shows `function`.
+    ///@{
     NLogMessage(const std::string& file, std::int32_t line, const std::string& function,
                 const std::string& level);
     NLogMessage(const char* file, std::int32_t line, const char* function, const char* level);
-    NLogMessage(const NLogMessage&) = delete;
-    NLogMessage& operator=(const NLogMessage&) = delete;
+    ///@}
+
+    NLogMessage(const NLogMessage&) = delete;             ///< Not copied.
+    NLogMessage& operator=(const NLogMessage&) = delete;  ///< Not copied.
 
     /// Hands the line to NLog::Write; ends the process if that throws.
     ~NLogMessage() override;

@@ -5,6 +5,7 @@
 // What a header has to ask about compiler and platform: how a name leaves the shared library, and
 // which type a unit of wide text has. All other questions are asked in platform.h.
 
+/// Makes a name leave the shared library.
 #if defined(_WIN32) && defined(MORVEL_BUILD)
 #define MORVEL_API __declspec(dllexport)
 #elif defined(_WIN32)
@@ -13,17 +14,17 @@
 #define MORVEL_API __attribute__((visibility("default")))
 #endif
 
-// Keeps a private member of an exported class inside the library, so that it can change without a
-// change of what is exported. Not for what an inline function in a header uses. Windows exports
-// whole classes.
+/// Keeps a private member of an exported class inside the library, so that it can change without a
+/// change of what is exported. Not for what an inline function in a header uses. Windows exports
+/// whole classes.
 #if defined(_WIN32)
 #define MORVEL_LOCAL
 #else
 #define MORVEL_LOCAL __attribute__((visibility("hidden")))
 #endif
 
-// Lets the compiler check the arguments of a member that formats as printf does. The two places are
-// those of the format and of its first argument, `this` being 1.
+/// Lets the compiler check the arguments of a member that formats as printf does. The two places
+/// are those of the format and of its first argument, `this` being 1.
 #if defined(__clang__)
 #define MORVEL_PRINTF_LIKE(format_place, first_place) \
     __attribute__((format(__printf__, format_place, first_place)))
@@ -34,8 +35,8 @@
 #define MORVEL_PRINTF_LIKE(format_place, first_place)
 #endif
 
-// What is returned points into the object: a compiler that knows the attribute warns where the
-// object is a temporary that is gone at the end of the statement.
+/// What is returned points into the object: a compiler that knows the attribute warns where the
+/// object is a temporary that is gone at the end of the statement.
 #if defined(__clang__)
 #define MORVEL_LIFETIMEBOUND [[clang::lifetimebound]]
 #elif defined(_MSC_VER)

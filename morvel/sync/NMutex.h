@@ -9,15 +9,18 @@ class Mutex;
 }
 
 /// A lock between the threads of one process. Recursive: the thread that holds it may lock it
-/// again, and unlocks it as often. All operations may be called from any thread.
+/// again, and unlocks it as often.
 ///
-/// Lock and Unlock throw the integer -1, which is no exception of any class, if there was no memory
-/// for the lock when the object was made.
+/// @failure Lock and Unlock throw the integer -1, which is no exception of any class, if there was
+/// no memory for the lock when the object was made.
+/// @threads All operations may be called from any thread.
+/// @encoding This class holds no text.
+/// @cost A lock that nobody else wants takes no system call.
 class MORVEL_API NMutex : public NBaseObject {
 public:
-    NMutex();
-    NMutex(const NMutex&) = delete;
-    NMutex& operator=(const NMutex&) = delete;
+    NMutex();                                   ///< Not held.
+    NMutex(const NMutex&) = delete;             ///< Not copied.
+    NMutex& operator=(const NMutex&) = delete;  ///< Not copied.
     ~NMutex() override;  ///< A lock that is held then gets no special treatment.
 
     void Lock();  ///< Waits until the calling thread holds the lock.
@@ -40,14 +43,20 @@ private:
 };
 
 /// Holds an NMutex from its construction to the end of its scope, however that is left. The lock
-/// must live longer; a null pointer is no lock. An Unlock that throws in the destructor ends the
-/// process.
+/// must live longer; a null pointer is no lock.
+///
+/// @failure The constructor throws what Lock throws. An Unlock that throws in the destructor ends
+/// the process.
+/// @threads One object belongs to the thread that made it.
+/// @encoding This class holds no text.
+/// @cost That of Lock and Unlock.
 class MORVEL_API NAutoMutexLock {
 public:
+    /// Waits until `mutex` is held.
     explicit NAutoMutexLock(NMutex* mutex);
-    NAutoMutexLock(const NAutoMutexLock&) = delete;
-    NAutoMutexLock& operator=(const NAutoMutexLock&) = delete;
-    virtual ~NAutoMutexLock();
+    NAutoMutexLock(const NAutoMutexLock&) = delete;             ///< Not copied.
+    NAutoMutexLock& operator=(const NAutoMutexLock&) = delete;  ///< Not copied.
+    virtual ~NAutoMutexLock();                                  ///< Unlocks.
 
 private:
     NMutex* _mutex;

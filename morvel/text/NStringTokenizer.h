@@ -27,14 +27,21 @@ enum : std::uint32_t {
 /// bytes separates at each of them. Tokens are bytes in that encoding too, and Encoding() tells it,
 /// so that NString(list.Token(i), list.Encoding()) is the token as text.
 ///
-/// A copy splits anew and shares nothing. Any number of threads may read one object at the same
-/// time, as long as none writes to a token.
+/// @failure Token throws Poco::RangeException for an index behind the end; else nothing is thrown
+/// but std::bad_alloc.
+/// @threads A copy splits anew and shares nothing. Any number of threads may read one object at the
+/// same time, as long as none writes to a token.
+/// @encoding Tokens have that of the text; the separators are brought to it.
+/// @cost Splitting is linear in the text and copies each token.
 class MORVEL_API NStringTokenizer : public NBaseObject {
 public:
     /// As Assign, which leaks nothing the first time.
+    ///@{
     NStringTokenizer(const NString& text, const NString& separators, std::uint32_t options);
     NStringTokenizer(const NStringTokenizer& other);
-    ~NStringTokenizer() override;
+    ///@}
+
+    ~NStringTokenizer() override;  ///< Ends the tokens.
 
     /// Splits the other's text at its separators, by its options, as Assign does.
     virtual NStringTokenizer& operator=(const NStringTokenizer& other);
@@ -45,12 +52,14 @@ public:
     /// allocation failure Token and Encoding still tell the former ones.
     void Assign(const NString& text, const NString& separators, std::uint32_t options);
 
-    std::size_t Count() const;
+    std::size_t Count() const;  ///< How many tokens there are.
 
     /// The token at `index`, valid and writable until the next Assign or the object's end. Throws
     /// Poco::RangeException for an `index` of Count() or more.
+    ///@{
     std::string& Token(std::size_t index) MORVEL_LIFETIMEBOUND;
     const std::string& Token(std::size_t index) const MORVEL_LIFETIMEBOUND;
+    ///@}
 
     NStringEncoding Encoding() const { return _encoding; }  ///< That of the text as it was given.
 

@@ -17,9 +17,17 @@
 #include <format>
 #endif
 
-// Companions of NString: what programs do with texts all the time, on its public operations alone.
-// Each works on copies and only reads its arguments: any number of threads may pass the same text.
-// Nothing but std::bad_alloc is thrown.
+/// @file
+/// Companions of NString: what programs do with texts all the time, on its public operations alone.
+/// With C++20's std::format, or where the header of fmt was included before this one, a text can be
+/// an argument of both: `std::format("{:>20}", text)`.
+///
+/// @failure Nothing but std::bad_alloc is thrown.
+/// @threads Each works on copies and only reads its arguments: any number of threads may pass the
+/// same text.
+/// @encoding UTF-8 is what std::string and std::string_view hold, unless an argument says
+/// otherwise.
+/// @cost Linear in the text, with one or two copies of it.
 namespace morvel {
 
 /// A copy of the text as UTF-8 in NFC. NULs stay, unlike in NString::ConvertTo, which ends UTF-8 at
@@ -48,14 +56,21 @@ inline NString FromUtf8(std::u8string_view text) {
 ///
 /// Each call converts its texts as Utf8 does: keep keys in UTF-8.
 struct NStringHash {
+    /// Of the text as Utf8 gives it.
     std::size_t operator()(const NString& text) const {
         return std::hash<std::string>()(Utf8(text));
     }
 };
+
+/// Whether two texts read the same; see NStringHash.
 struct NStringEqual {
+    /// Compares what Utf8 gives of both.
     bool operator()(const NString& a, const NString& b) const { return Utf8(a) == Utf8(b); }
 };
+
+/// The order of texts by code points; see NStringHash.
 struct NStringLess {
+    /// Compares what Utf8 gives of both.
     bool operator()(const NString& a, const NString& b) const { return Utf8(a) < Utf8(b); }
 };
 
@@ -93,6 +108,7 @@ MORVEL_API std::size_t CountCharacters(const NString& text);
 /// std::format("{:>20}", text): the text as UTF-8, by the rules for std::string.
 template <>
 struct std::formatter<NString> : std::formatter<std::string> {
+    /// Writes the text as UTF-8.
     template <class Context>
     auto format(const NString& text, Context& context) const {
         return std::formatter<std::string>::format(morvel::Utf8(text), context);
@@ -104,6 +120,7 @@ struct std::formatter<NString> : std::formatter<std::string> {
 /// The same for fmt, where its header was included before this one.
 template <>
 struct fmt::formatter<NString> : fmt::formatter<std::string> {
+    /// Writes the text as UTF-8.
     template <class Context>
     auto format(const NString& text, Context& context) const {
         return fmt::formatter<std::string>::format(morvel::Utf8(text), context);

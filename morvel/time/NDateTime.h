@@ -12,18 +12,22 @@
 ///
 ///     NDateTime(NTimestamp()) < NDateTime();  // true east of Greenwich
 ///
-/// What can't be understood becomes the current local time, without a report: neither construction
-/// nor Parse ever fails.
+/// Readings are right from 1582-10-15 to the end of 9999; before that the parts of a time of day
+/// can come out negative, and what POCO can't read at all becomes the current local time.
 ///
-/// A value: copies share nothing. Any number of threads may read one object at the same time; a
-/// write needs the object to itself. Readings are right from 1582-10-15 to the end of 9999; before
-/// that the parts of a time of day can come out negative, and what POCO can't read at all becomes
-/// the current local time.
+/// @failure What can't be understood becomes the current local time, without a report: neither
+/// construction nor Parse ever fails. morvel::ParseStrict tells. Format throws what POCO throws.
+/// @threads A value: copies share nothing. Any number of threads may read one object at the same
+/// time; a write needs the object to itself.
+/// @encoding Parse takes the system's, or what a byte-order mark says. Month and day names are
+/// English, in ASCII; the literals of a pattern come out as their bytes.
+/// @cost The parts are worked out once, when the object is made, and no heap is used. The default
+/// constructor asks the clock and the zone; Format and Parse go through their pattern.
 class MORVEL_API NDateTime : public NBaseObject {
 public:
     NDateTime();  ///< The current local time, as the C library tells it.
-    NDateTime(const NDateTime& other) = default;
-    NDateTime(const NTimestamp& timestamp);
+    NDateTime(const NDateTime& other) = default;  ///< The same reading.
+    NDateTime(const NTimestamp& timestamp);       ///< The reading of an instant, as it stands.
 
     /// These parts, or the current local time if they are no date (month 13, 30 February). Years
     /// from 0 to 9999; a second of 60 is the first of the next minute.
@@ -34,8 +38,8 @@ public:
     /// The reading of `base` + `difference` * 10 microseconds since 1970-01-01 00:00:00.
     NDateTime(std::int64_t base, std::int64_t difference);
 
-    NDateTime& operator=(const NDateTime& other) = default;
-    ~NDateTime() override;
+    NDateTime& operator=(const NDateTime& other) = default;  ///< The same reading.
+    ~NDateTime() override;                                   ///< Nothing to release.
 
     /// Text in the pattern language of Poco::DateTimeFormatter. The differential, in seconds, is
     /// what a %z or %Z shows, 0xFFFF is UTC; it never shifts the time. Throws what POCO throws.
@@ -52,24 +56,27 @@ public:
     static NDateTime Parse(const std::string& format, const std::string& text,
                            std::int32_t& timeZoneDifferential);
 
-    std::int32_t Year() const { return _year; }
-    std::int32_t Month() const { return _month; }  ///< 1 to 12.
-    std::int32_t Day() const { return _day; }      ///< 1 to 31.
-    std::int32_t Hour() const { return _hour; }
-    std::int32_t Minute() const { return _minute; }
-    std::int32_t Second() const { return _second; }
-    std::int32_t Millisecond() const { return _millisecond; }
+    std::int32_t Year() const { return _year; }                ///< With the century.
+    std::int32_t Month() const { return _month; }              ///< 1 to 12.
+    std::int32_t Day() const { return _day; }                  ///< 1 to 31.
+    std::int32_t Hour() const { return _hour; }                ///< 0 to 23.
+    std::int32_t Minute() const { return _minute; }            ///< 0 to 59.
+    std::int32_t Second() const { return _second; }            ///< 0 to 59.
+    std::int32_t Millisecond() const { return _millisecond; }  ///< Within the second.
     std::int32_t Microsecond() const { return _microsecond; }  ///< Within the millisecond.
 
     /// From 1970-01-01 00:00:00 to this reading, with no zone applied.
     NTimestamp Timestamp() const { return _timestamp; }
 
+    /// By Timestamp(): an earlier reading is less.
+    ///@{
     bool operator==(const NDateTime& other) const { return _timestamp == other._timestamp; }
     bool operator!=(const NDateTime& other) const { return _timestamp != other._timestamp; }
     bool operator<(const NDateTime& other) const { return _timestamp < other._timestamp; }
     bool operator<=(const NDateTime& other) const { return _timestamp <= other._timestamp; }
     bool operator>(const NDateTime& other) const { return _timestamp > other._timestamp; }
     bool operator>=(const NDateTime& other) const { return _timestamp >= other._timestamp; }
+    ///@}
 
 private:
     MORVEL_LOCAL void _refresh();

@@ -8,7 +8,14 @@
 #include <morvel/time/NDateTime.h>
 #include <morvel/time/NTimestamp.h>
 
-// Companions of the time classes. Any thread may call these.
+/// @file
+/// Companions of the time classes.
+///
+/// @failure ParseStrict gives nothing for a text that is no date. It throws what NDateTime::Format
+/// throws; the others throw nothing.
+/// @threads Any thread may call these.
+/// @encoding Texts and patterns as in NDateTime.
+/// @cost ParseStrict reads the text and formats it again, once or twice.
 namespace morvel {
 
 /// The same instant by the standard's clock, cut to that clock's ticks (a microsecond or finer with
@@ -28,12 +35,14 @@ inline NTimestamp FromTimePoint(std::chrono::system_clock::time_point point) {
 
 /// From `earlier` to `later`, negative where they are the other way round. Of two NDateTime both
 /// have to be of the same clock (see NDateTime), and no zone or daylight saving is looked at.
+///@{
 inline std::chrono::microseconds Between(const NTimestamp& earlier, const NTimestamp& later) {
     return std::chrono::microseconds(later.Value() - earlier.Value());
 }
 inline std::chrono::microseconds Between(const NDateTime& earlier, const NDateTime& later) {
     return Between(earlier.Timestamp(), later.Timestamp());
 }
+///@}
 
 /// The date that `text` is in `pattern`, to the letter: nothing for a text that doesn't match, that
 /// goes on behind the pattern, or that doesn't come out again when the date is formatted by the

@@ -28,14 +28,7 @@ enum NRequestFlag : std::uint32_t {
 ///         std::string orders(url.Data(), url.Size());
 ///     }
 ///
-/// An object is reusable, and only its buffer lasts from one request to the next: no connection, no
-/// cookie, no option does. A URL goes out as it is, so escape its values first. Redirects are
-/// followed by Request alone, as many in a row as libcurl follows by default.
-///
-/// Each request returns a status: 0; 100 if libcurl can't be started; -2 if the cancel callback
-/// ended it; -3 or -4 from RequestToFile; else the number of libcurl's error (CURLcode): 7 refused,
-/// 18 cut short, 22 an HTTP status of 400 and up, 28 out of time. What arrived before a failure can
-/// be read.
+/// Redirects are followed by Request alone, as many in a row as libcurl follows by default.
 ///
 /// What libcurl takes besides http and https goes through too (file, ftp, gopher, dict): check the
 /// scheme of a URL from outside. Get returns 0 for a redirect, with the redirect's own body. A
@@ -49,17 +42,31 @@ enum NRequestFlag : std::uint32_t {
 /// Callbacks run on the caller's thread, and may be null: `cancelCallback` before each piece of
 /// data (true ends the transfer; the piece is dropped), `progressCallback` behind it. One that
 /// throws ends the transfer, and its exception comes out of the request once all is cleaned up.
-/// Neither may start a request on the same object. Nothing else throws but std::bad_alloc, before
+/// Neither may start a request on the same object.
+///
+/// @failure Each request returns a status: 0; 100 if libcurl can't be started; -2 if the cancel
+/// callback ended it; -3 or -4 from RequestToFile; else the number of libcurl's error (CURLcode): 7
+/// refused, 18 cut short, 22 an HTTP status of 400 and up, 28 out of time. What arrived before a
+/// failure can be read. Nothing is thrown but what a callback throws, and std::bad_alloc before
 /// anything is sent.
+/// @threads One at a time, which the request blocks until it ends; different objects are
+/// independent.
+/// @encoding A URL goes out as it is, so escape its values first. Bodies and headers are bytes; the
+/// name of the file of RequestToFile is converted.
+/// @cost An object is reusable, and only its buffer lasts from one request to the next: each opens
+/// a connection of its own. The whole reply is held in memory, unless it goes to a file.
 class MORVEL_API NURL : public NBaseObject {
 public:
+    /// True ends the transfer. `context` is the request's `cancelContext`.
     using CancelCallback = bool (*)(void* context);
+
+    /// Bytes moved so far, and what they are counted against. `context` is the request's own.
     using ProgressCallback = void (*)(std::uint64_t done, std::uint64_t whole, void* context);
 
-    NURL();
-    NURL(const NURL&) = delete;
-    NURL& operator=(const NURL&) = delete;
-    ~NURL() override;
+    NURL();                                 ///< Without a buffer; nothing is connected.
+    NURL(const NURL&) = delete;             ///< Not copied.
+    NURL& operator=(const NURL&) = delete;  ///< Not copied.
+    ~NURL() override;                       ///< Releases the buffer.
 
     /// A GET. Progress counts the bytes received against the capacity of the buffer, which isn't
     /// the length of the reply; so it does in Request.
@@ -117,8 +124,10 @@ public:
     /// What the latest Get or Request received: Size() bytes, with no NUL behind them. Null before
     /// the first byte ever. The next request overwrites the bytes; the pointer is good until a
     /// request has to enlarge the buffer, or the object's end.
+    ///@{
     virtual const char* Data() const MORVEL_LIFETIMEBOUND;
     virtual unsigned long long Size() const;
+    ///@}
 
 private:
     // The forms that libcurl calls; `object` is the NURL.

@@ -10,7 +10,16 @@
 #include <morvel/text/NString.h>
 #include <morvel/transfer/NURL.h>
 
-// Companions of NURL. Any thread may call these.
+/// @file
+/// Companions of NURL.
+///
+/// @failure Shows in the status of a Reply. Fetch throws what its functions throw; else nothing is
+/// thrown but std::bad_alloc.
+/// @threads Any thread may call these. A transfer blocks the thread that called it.
+/// @encoding A URL goes out as its bytes; QueryUrl escapes values as UTF-8. A body is bytes as they
+/// came, whatever charset the reply names: see morvel::Decode.
+/// @cost Fetch opens a connection of its own for each call and holds the whole reply in memory,
+/// twice at its end.
 namespace morvel {
 
 /// A status of Fetch's own: the URL has another scheme than http and https, or none.
@@ -33,7 +42,7 @@ struct Reply {
     std::int32_t status = 0;  ///< 0 is success; see StatusText.
     std::string body;         ///< Up to a failure, what arrived before it.
 
-    explicit operator bool() const { return status == 0; }
+    explicit operator bool() const { return status == 0; }  ///< Whether it is a success.
 };
 
 /// Bytes received so far.
