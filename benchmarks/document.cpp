@@ -86,7 +86,7 @@ void _addCases(std::size_t bytes) {
 
     const std::string write = "to text " + bench::SizeName(bytes);
     auto own = std::make_shared<NXML>();
-    own->FromText(book.xml);
+    (void)own->FromText(book.xml);
     bench::AddEqual(
         write + "/Morvel", size, [own] { return own->ToText(0); }, book.xml);
     auto raw = std::make_shared<pugi::xml_document>();

@@ -51,7 +51,7 @@ void AddSubjects() {
         "read 64 MiB/Morvel", size,
         [] {
             NFileStream in;
-            in.Open(NFile(NString(source)), NFileStream::ModeReadBinary);
+            (void)in.Open(NFile(NString(source)), NFileStream::ModeReadBinary);
             std::size_t sum = 0;
             for (int got; (got = in.Read(block.data(), Block)) > 0;)
                 sum += static_cast<std::size_t>(got);
@@ -98,7 +98,7 @@ void AddSubjects() {
         "write 64 MiB/Morvel", size,
         [] {
             NFileStream out;
-            out.Open(NFile(NString(target)), NFileStream::ModeReadWrite);
+            (void)out.Open(NFile(NString(target)), NFileStream::ModeReadWrite);
             std::size_t sum = 0;
             while (sum < Whole) sum += static_cast<std::size_t>(out.Write(block.data(), Block));
             return sum;

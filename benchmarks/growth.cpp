@@ -63,7 +63,7 @@ void _addDocument(std::size_t size) {
         true);
 
     const auto flat = std::make_shared<NXML>();
-    flat->FromText(_flat(size / 10));
+    (void)flat->FromText(_flat(size / 10));
     const std::string last = "list.i" + std::to_string(size / 10 - 1);
     bench::AddEqual(
         _name("look-up of the last of n siblings (siblings)", size / 10), bench::Items(1),

@@ -57,7 +57,7 @@ void _addSubject(const std::string& name, const char* subject,
 void _addCase(const std::string& name, const std::string& xml,
               const std::vector<std::string>& paths) {
     const auto own = std::make_shared<NXML>();
-    own->FromText(xml);
+    (void)own->FromText(xml);
     _addSubject(name, "Morvel", paths,
                 [own](const std::string& path) { return own->GetElement(path, nullptr, -1); });
 

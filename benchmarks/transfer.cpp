@@ -113,11 +113,11 @@ void AddSubjects() {
 
     const std::uint64_t size = 512 * Mebibyte;
     const std::string large = server + std::to_string(size);
-    const auto getOwn = [large, size] {
+    const auto getOwn = [large] {
         NURL url;
         return _get(&url, large) == 0 && _isBody(url.Data(), url.Size(), size);
     };
-    const auto getRaw = [large, size] {
+    const auto getRaw = [large] {
         Buffer buffer;
         buffer.bytes.reserve(size);
         char* const bytes = buffer.bytes.data();  // written by the callback, never initialised here

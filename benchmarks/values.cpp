@@ -76,7 +76,7 @@ void AddSubjects() {
     }
 
     const auto own = std::make_shared<NXML>();
-    own->FromText(book.xml);
+    (void)own->FromText(book.xml);
     const auto raw = std::make_shared<pugi::xml_document>();
     raw->load_string(book.xml.c_str());
     const auto tree = std::make_shared<pt::ptree>();
@@ -124,7 +124,7 @@ void AddSubjects() {
         Count);
 
     const auto own2 = std::make_shared<NXML>();
-    own2->FromText(book.xml);
+    (void)own2->FromText(book.xml);
     const auto raw2 = std::make_shared<pugi::xml_document>();
     raw2->load_string(book.xml.c_str());
     const auto tree2 = std::make_shared<pt::ptree>();
@@ -138,7 +138,7 @@ void AddSubjects() {
             std::size_t sum = 0;
             NXML element;
             for (const std::string& path : paths) {
-                own2->GetElement(path, &element, -1);
+                (void)own2->GetElement(path, &element, -1);
                 sum += element.RootValue().size();
             }
             return sum;

@@ -153,7 +153,7 @@ TEST(NDataContainerArray, OwnsDeepCopiesOfTheSameClasses) {
     }
     source.push_back(nullptr);
     source.push_back(new NXML);
-    source.back()->FromText("<r>b</r>");
+    (void)source.back()->FromText("<r>b</r>");
     copy.push_back(new Note("former"));
     copy.Assign(source);
     EXPECT_THAT(_values(copy), ElementsAre("a0", "b"));

@@ -94,7 +94,7 @@ TEST(NLog, RoutesExactLevelWordsAsTheHostHasIt) {
         {"", {}},
     };
     for (const auto& [word, priority] : rows) {
-        EXPECT_EQ(WholeLogOf([&] { NLog::Write(word, "text"); }).empty(), priority == 0) << word;
+        EXPECT_EQ(WholeLogOf([&, word = word] { NLog::Write(word, "text"); }).empty(), priority == 0) << word;
     }
     Poco::AutoPtr<HostChannel> host(new HostChannel);
     const LogInForce inForce;
