@@ -13,6 +13,7 @@ endforeach()
 install(FILES ${PROJECT_SOURCE_DIR}/debugger/morvel.natvis DESTINATION debugger)
 install(FILES ${PROJECT_SOURCE_DIR}/LICENSE ${PROJECT_SOURCE_DIR}/packaging/windows/README.md
     DESTINATION .)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/build/docs DESTINATION . OPTIONAL)  # of script/docs
 if(MORVEL_EXAMPLES)
     install(TARGETS exchange fetch notebook RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()

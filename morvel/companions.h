@@ -1,7 +1,10 @@
 #pragma once
 
-// The companions: what programs that use this library do all the time, as functions and small types
-// in the namespace morvel. They stand on the classes, and morvel.h doesn't include them.
+/// @namespace morvel
+/// The companions: what programs that use this library do all the time, as functions and small
+/// types. They stand on the classes, and morvel.h doesn't include them. Each of their headers says
+/// once for all that it has how it fails, what threads may do, which encoding it has and what it
+/// costs: TextTools.h, FileTools.h, DocumentTools.h, TimeTools.h, TransferTools.h, ErrorTools.h.
 #include <morvel/base/ErrorTools.h>
 #include <morvel/documents/DocumentTools.h>
 #include <morvel/files/FileTools.h>

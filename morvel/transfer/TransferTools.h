@@ -52,8 +52,8 @@ using FetchProgress = std::function<void(std::uint64_t)>;
 using FetchCancel = std::function<bool()>;
 
 /// NURL::Request without a body (so redirects are followed, and **the server's certificate is not
-/// verified**), of http and https alone: libcurl by itself also takes file:, ftp: and others that a
-/// URL from outside can name. A redirect to one of those is still libcurl's to judge.
+/// verified**), of http and https alone: libcurl by itself also takes `file`, `ftp` and others that
+/// a URL from outside can name. A redirect to one of those is still libcurl's to judge.
 ///
 /// `seconds` is the limit for the whole transfer, 0 for none. Both functions are called on the
 /// caller's thread at each piece of data, so neither while a server is silent; an exception from

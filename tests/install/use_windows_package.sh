@@ -12,7 +12,7 @@ cd "$work"
 cmake -E tar xf "$package"
 root=$(echo "$work"/*)
 
-for file in bin/morvel.dll bin/morvel.dll.debug debugger/morvel.natvis lib/libmorvel.dll.a include/morvel/morvel.h README.md LICENSE licenses/poco.txt; do
+for file in bin/morvel.dll bin/morvel.dll.debug debugger/morvel.natvis lib/libmorvel.dll.a include/morvel/morvel.h docs/index.html README.md LICENSE licenses/poco.txt; do
     [ -e "$root/$file" ] || { echo "the package lacks $file"; exit 1; }
 done
 
