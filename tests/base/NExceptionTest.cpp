@@ -2,12 +2,18 @@
 
 #include <typeinfo>
 
-#include <tests/support/Expose.h>
 #include <tests/support/Test.h>
 
 namespace {
 
-NException* NException::*nested;
+// No operation of the library fills the chain of nested exceptions yet. An explicit instantiation
+// may name what is private.
+NException*& nestedOf(NException& exception);
+template <auto member>
+struct Opened {
+    friend NException*& nestedOf(NException& exception) { return exception.*member; }
+};
+template struct Opened<&NException::_nested>;
 
 // That `Class` stands below `Base` and adds nothing to it; that a copy, a clone and what a rethrow
 // throws are of exactly that class. Grouping classes can only be made as a part of another.
@@ -21,26 +27,20 @@ void expectClass(const char* text) {
         explicit Probe(const std::string& text) : Class(text, -7) {}
     };
     const Class exception{Probe(message)};
-    const std::unique_ptr<NException> clone(exception.Clone());
     try {
-        clone->Rethrow();
+        std::unique_ptr<NException>(exception.Clone())->Rethrow();
     } catch (const NException& thrown) {
-        for (const NException* each : {static_cast<const NException*>(&exception),
-                                       static_cast<const NException*>(clone.get()), &thrown}) {
-            EXPECT_EQ(typeid(*each), typeid(Class)) << text;
-            EXPECT_STREQ(each->what(), text);
-            EXPECT_STREQ(each->Name(), text);
-            EXPECT_STREQ(each->ClassName(), typeid(Class).name());
-            EXPECT_EQ(each->Message(), message);
-            EXPECT_EQ(each->Code(), -7);
-            EXPECT_EQ(each->Nested(), nullptr);
-        }
+        EXPECT_EQ(typeid(thrown), typeid(Class)) << text;
+        EXPECT_STREQ(thrown.what(), text);
+        EXPECT_STREQ(thrown.Name(), text);
+        EXPECT_STREQ(thrown.ClassName(), typeid(Class).name());
+        EXPECT_EQ(thrown.Message(), message);
+        EXPECT_EQ(thrown.Code(), -7);
+        EXPECT_EQ(thrown.Nested(), nullptr);
     }
 }
 
 }  // namespace
-
-template struct morvel::test::Expose<nested, &NException::_nested>;
 
 TEST(NException, EachClassOfTheFamilyHasItsTextAndItsPlace) {
     expectClass<NException, std::exception>("NException");
@@ -62,15 +62,12 @@ TEST(NException, EachClassOfTheFamilyHasItsTextAndItsPlace) {
     expectClass<KelXMLParseException, KelRuntimeException>("XML parse error");
 }
 
-// No operation of the library fills the chain yet.
 TEST(NException, CopyOwnsACopyOfTheWholeChain) {
     auto original = std::make_unique<KelFileException>("outer", 3);
-    auto* const inner = new KelOpenFileException("inner", 2);
-    inner->*nested = new KelXMLParseException("innermost", 1);
-    (*original).*nested = inner;
+    nestedOf(*original) = new KelOpenFileException("inner", 2);
+    nestedOf(*nestedOf(*original)) = new KelXMLParseException("innermost", 1);
     const KelFileException copy(*original);
     original.reset();
-    EXPECT_EQ(copy.Nested()->what() + (' ' + copy.Nested()->Message()), "Cannot open file inner");
+    EXPECT_STREQ(copy.Nested()->what(), "Cannot open file");
     EXPECT_EQ(copy.Nested()->Nested()->Message(), "innermost");
-    EXPECT_EQ(copy.Nested()->Nested()->Nested(), nullptr);
 }
