@@ -28,8 +28,7 @@ TEST(NMutex, IsHeldUntilUnlockedAsOftenAsLocked) {
 TEST(NMutexDeathTest, GuardUnlocksHoweverItsScopeIsLeftAndElseEndsTheProcess) {
     NMutex mutex;
     try {
-        const NAutoMutexLock lock(&mutex);
-        const NAutoMutexLock ofNothing(nullptr);
+        const NAutoMutexLock lock(&mutex), ofNothing(nullptr);
         const NAutoNamedMutexLock namedOfNothing(nullptr);
         throw std::runtime_error("leave");
     } catch (const std::runtime_error&) {
@@ -38,10 +37,9 @@ TEST(NMutexDeathTest, GuardUnlocksHoweverItsScopeIsLeftAndElseEndsTheProcess) {
     if (morvel::test::OnWindows) {
         GTEST_SKIP() << "the system lets anybody unlock";
     }
-    EXPECT_DEATH(
-        {
-            const NAutoMutexLock lock(&mutex);
-            mutex.Unlock();
-        },
-        "");
+    const auto unlockTwice = [&] {
+        const NAutoMutexLock lock(&mutex);
+        mutex.Unlock();
+    };
+    EXPECT_DEATH(unlockTwice(), "");
 }

@@ -1,0 +1,3 @@
+#include <tests/sync/NamedMutexName.h>
+
+NamedMutexName::~NamedMutexName() = default;

@@ -1,3 +1,0 @@
-#include <tests/sync/NamedMutexNames.h>
-
-NamedMutexNames::~NamedMutexNames() = default;
