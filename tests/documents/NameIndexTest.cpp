@@ -1,17 +1,24 @@
-// Searches through the index of names, against a walk written from its promise.
+// Finding elements by paths, through the index of names, against a walk written from their promise.
+#include <Poco/StringTokenizer.h>
+
 #include <pugixml.hpp>
 
 #include <morvel/documents/ElementName.h>
 #include <morvel/documents/NXML.h>
-#include <tests/support/Test.h>
+#include <tests/support/Generated.h>
 
 namespace {
 
-// The first of a name whatever its case; a name that isn't found leads back to the top.
+using namespace morvel::test;
+using namespace std::string_literals;
+
+// The first of a name whatever its case, the first bar in it being a dot; after a name that isn't
+// found the next one is looked for at the top.
 pugi::xml_node _walk(const pugi::xml_document& document, const std::string& path) {
     pugi::xml_node current;
-    std::istringstream names(path);
-    for (std::string name; std::getline(names, name, '.');) {
+    for (std::string name : Poco::StringTokenizer(path, ".", Poco::StringTokenizer::TOK_TRIM)) {
+        if (name.empty()) continue;
+        if (const auto bar = name.find('|'); bar != name.npos) name[bar] = '.';
         pugi::xml_node child = current ? current.first_child() : document.first_child();
         while (child && !morvel::IsSameName(name, child.name())) child = child.next_sibling();
         current = child;
@@ -27,22 +34,25 @@ std::string _text(pugi::xml_node node) {
 
 }  // namespace
 
-// Every kind of edit between searches, so that an index that an edit forgets to tell shows.
+// Every kind of edit between searches, so that an index that an edit forgets to tell shows; and all
+// that a path may have around its names, and some bytes that only look like blanks.
 TEST(NameIndex, FindsWhatAWalkFindsAfterEveryEdit) {
-    for (unsigned seed = 0; seed < 60; ++seed) {
-        std::mt19937 random(seed);
-        const auto name = [&random] {
-            const char* const stems[] = {"N", "Item", "NameOfAnItem", "\xE6\xBC\xA2"};
-            std::string drawn = stems[random() % 4] + std::to_string(random() % 20);
+    const std::string stems[] = {"N", "Item", "NameOfAnItem", "\xE6\xBC\xA2", "a.b|"};
+    const std::string around = "....  a|\t\n\v\f\r\0\x08\x0E\x1F\x7F\x80\x85\xA0\xC3\xFF"s;
+    ForEachDraw(60, [&](Draw& draw) {
+        const auto name = [&] {
+            std::string drawn = draw.Of(stems) + std::to_string(draw.Below(20));
             for (char& c : drawn) {
-                c = static_cast<char>(random() % 2 ? std::toupper(c) : std::tolower(c));
+                c = static_cast<char>(draw.OneIn(2) ? std::toupper(c) : std::tolower(c));
             }
             return drawn;
         };
         const auto path = [&] {
-            const std::string first = random() % 16 == 0 ? "xml" : "list." + name();
-            return first + (random() % 4 ? "" : '.' + name());
+            std::string first = draw.OneIn(16) ? "xml" : "list." + name();
+            if (const auto dot = first.find('.', 5); dot != first.npos) first[dot] = '|';
+            return first + (draw.OneIn(4) ? '.' + name() : "");
         };
+        const std::size_t kind = draw.Below(4);
         NXML document;
         document.CreateRoot("list");
         for (int turn = 0; turn < 400; ++turn) {
@@ -66,21 +76,24 @@ TEST(NameIndex, FindsWhatAWalkFindsAfterEveryEdit) {
                 [&] { (void)document.GetElement("list", &document, -1); },
                 [&] { document.ToText(2); },
                 [&] { (void)document.FromText(document.ToText(0)); },
-                [&] { seed % 4 == 0 ? document.SetValue("list", value) : false; },
-                [&] { seed % 4 == 1 ? document.CreateRoot("list") : 0; },
+                [&] { kind == 0 ? document.SetValue("list", value) : false; },
+                [&] { kind == 1 ? document.CreateRoot("list") : 0; },
                 [&] { document.SetAttribute("xml", "version", value); },
             };
-            const std::size_t edit = random() % 64;
+            const std::size_t edit = draw.Below(64);
             edit < std::size(edits) ? edits[edit]() : void(document.SetValue(edited, value));
             for (int search = 0; search < 6; ++search) {
-                const std::string sought = path();
+                std::string sought = path() + (draw.OneIn(8) ? ".none." + path() : "");
+                for (std::size_t more = draw.Below(8); more > 4; --more) {
+                    sought.insert(draw.Below(sought.size() + 1), 1, draw.Of(around));
+                }
                 const pugi::xml_node expected = _walk(*document.HasRoot(), sought);
                 ASSERT_EQ(document.GetElement(sought, &copy, -1), !expected.empty())
-                    << sought << ", seed " << seed << ", turn " << turn;
+                    << testing::PrintToString(sought) << ", turn " << turn;
                 ASSERT_EQ(expected ? copy.ToText(0) : "", _text(expected)) << sought;
             }
         }
-    }
+    });
 }
 
 // Names of one hash: more spellings than the probe limit, of which a walk finds the first.
