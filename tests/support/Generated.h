@@ -6,8 +6,11 @@
 
 /// What tests that hold an operation against a reference on generated input share:
 ///
-///     ExpectSameOutcomes(10000, [](Draw& draw) { return draw.Joined(Pieces, 8); }, ours,
-///     reference);
+///     ForEachDraw(10000, [](Draw& draw) {
+///         const std::string text = draw.Joined(Pieces, 8);
+///         EXPECT_EQ(Outcome([&] { return ours(text); }), Outcome([&] { return reference(text);
+///         }));
+///     });
 namespace morvel::test {
 
 /// Draws one case. A case has a number, and the same number draws the same on every platform.
@@ -67,16 +70,6 @@ void ForEachDraw(unsigned count, Check check) {
         check(draw);
         if (testing::Test::HasFailure()) ADD_FAILURE() << "in case " << number;
     }
-}
-
-/// Draws inputs by `generate` and expects the same Outcome of `ours` and `reference` for each.
-template <class Generate, class Ours, class Reference>
-void ExpectSameOutcomes(unsigned count, Generate generate, Ours ours, Reference reference) {
-    ForEachDraw(count, [&](Draw& draw) {
-        const auto input = generate(draw);
-        EXPECT_EQ(Outcome([&] { return ours(input); }), Outcome([&] { return reference(input); }))
-            << testing::PrintToString(input);
-    });
 }
 
 }  // namespace morvel::test

@@ -18,9 +18,7 @@ inline const bool OnWindows = std::filesystem::path::preferred_separator == '\\'
 class TemporaryFolder {
 public:
     TemporaryFolder() {
-        while (!std::filesystem::create_directory(_path)) {  // another one has this name
-            _path += '-';
-        }
+        while (!std::filesystem::create_directory(_path)) _path += '-';  // another one's name
     }
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
@@ -39,19 +37,14 @@ public:
 
     /// Makes or replaces the file and gives its full name as File does.
     std::string Write(const std::string& name, const std::string& bytes) const {
-        std::ofstream out(_full(name), std::ios::binary | std::ios::trunc);
-        if (!out.write(bytes.data(), static_cast<std::streamsize>(bytes.size())).flush()) {
-            throw std::runtime_error("can't write " + File(name));
-        }
+        std::ofstream(_full(name), std::ios::binary | std::ios::trunc) << bytes;
         return File(name);
     }
 
     /// All bytes of the file.
     std::string Read(const std::string& name) const {
         std::ifstream in(_full(name), std::ios::binary);
-        if (!in) {
-            throw std::runtime_error("can't read " + File(name));
-        }
+        if (!in) throw std::runtime_error("can't read " + File(name));
         return std::string(std::istreambuf_iterator<char>(in), {});
     }
 

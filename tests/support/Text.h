@@ -28,13 +28,6 @@ Text Repeated(const Text& piece, std::size_t count) {
     return text;
 }
 
-/// A counted text: its length in front.
-inline std::vector<unsigned char> Counted(const std::string& bytes) {
-    std::vector<unsigned char> counted(1, static_cast<unsigned char>(bytes.size()));
-    counted.insert(counted.end(), bytes.begin(), bytes.end());
-    return counted;
-}
-
 /// Just these bytes under this tag, without the look that a constructor takes at them.
 inline NString Raw(const std::string& bytes, NStringEncoding encoding) {
     NString text(EncodingLatin1);

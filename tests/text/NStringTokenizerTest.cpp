@@ -19,13 +19,10 @@ Tokens _tokens(const NStringTokenizer& tokenizer) {
 TEST(NStringTokenizer, SplitsAtEachByteThatTheSeparatorsHaveInItsEncoding) {
     const std::tuple<const char*, NString, NString, std::uint32_t, Tokens> rows[] = {
         {"nothing to split", Raw("", Latin1), ",", 0, {}},
-        {"no separators", Raw("a,b", Latin1), "", 0, {"a,b"}},
-        {"a set of them", Raw("a,b;c", Latin1), ";,", 0, {"a", "b", "c"}},
-        {"empty tokens are kept", Raw("a,,b,", Latin1), ",", 0, {"a", "", "b", ""}},
+        {"empty tokens are kept", Raw("a,,b;", Latin1), ";,", 0, {"a", "", "b", ""}},
         {"or dropped", Raw(",a, ,,b,", Latin1), ",", TOK_IGNORE_EMPTY, {"a", " ", "b"}},
         {"which trimming implies", Raw(" a\t, ,,b", Latin1), ",", TOK_TRIM, {"a", "b"}},
         {"NUL separates as any byte", Raw("a\0b"s, Latin1), Raw("\0"s, Latin1), 0, {"a", "b"}},
-        {"UTF-8 for Latin-1", Raw("a\xE9z", Latin1), Raw(Composed, Utf8), 0, {"a", "z"}},
         {"two bytes", Raw("a\xC3\xA9z\xC3!", Utf8), Raw("\xE9", Latin1), 0, {"a", "", "z", "!"}},
         {"refused, so the bytes stay", Raw("a,b", NoTag), ",", 0, {"a", "b"}},
     };

@@ -45,7 +45,20 @@ TEST(Normalization, EachCharacterAloneAndBesideOthers) {
     });
 }
 
-TEST(Normalization, RandomRunsOfMarks) {
+// A lead byte, that of characters that may be skipped above all, and what follows it at random; cut
+// or broken at will.
+std::string _character(Draw& draw, bool broken) {
+    const std::string skipped = "\xC3\xCE\xD0\xD2\xE1\xE2\xE3\xE4\xEA\xED\xEE\xEF\xF0\x61";
+    const auto any = static_cast<char>(broken ? draw.Bits() : 0xC2 + draw.Below(0x33));
+    std::string text(1, draw.OneIn(2) ? draw.Of(skipped) : any);
+    const auto lead = static_cast<unsigned char>(text[0]);
+    const int tail = (lead >= 0xC0) + (lead >= 0xE0) + (lead >= 0xF0);
+    for (int i = 0; i < tail; ++i) text += static_cast<char>(0x80 + draw.Below(0x40));
+    if (broken && draw.OneIn(8)) text.pop_back();
+    return text;
+}
+
+TEST(Normalization, RandomTextAndRunsOfMarks) {
     // Combining marks, and some that decompose into one or end with one.
     std::vector<std::string> pool;
     for (const int c : {0xB4, 0xF73, 0xF75, 0xF81, 0x1FC1, 0xFF9E, 0xFF9F})
@@ -57,36 +70,18 @@ TEST(Normalization, RandomRunsOfMarks) {
     const std::string others[] = {"a word",       "\x01",         "\xEA\xB0\x80", "\xE1\x84\x80",
                                   "\xE1\x85\xA1", "\xE1\x86\xA8", "\xE2\x84\xAB", "\xC3\xA9",
                                   "\0"s,          "\x80",         "\xC3",         "\xED\xA0\x80"};
-    ForEachDraw(12000, [&](Draw& draw) {
+    ForEachDraw(60000, [&](Draw& draw) {
         // A few marks over and over, or any of them; mostly well-formed text.
         const std::size_t first = draw.Below(pool.size());
         const std::size_t width = draw.OneIn(2) ? pool.size() : 1 + draw.Below(9);
-        const std::size_t usable = draw.OneIn(4) ? std::size(others) : 8;
+        const bool broken = draw.OneIn(4);
         std::string text;
-        for (std::size_t runs = 1 + draw.Below(3); runs > 0; --runs) {
-            text += others[draw.Below(usable)];
-            for (std::size_t left = draw.Below(100); left > 0; --left) {
+        for (std::size_t parts = 1 + draw.Below(6); parts > 0; --parts) {
+            text += draw.OneIn(4) ? others[draw.Below(broken ? std::size(others) : 8)]
+                                  : _character(draw, broken);
+            for (std::size_t left = draw.OneIn(9) ? draw.Below(100) : 0; left > 0; --left) {
                 text += pool[(first + draw.Below(width)) % pool.size()];
             }
-        }
-        _expectAsByUtf8proc(text, draw.Of(allForms));
-    });
-}
-
-// Leads, those of characters that may be skipped above all, and what follows them at random; a
-// third of it cut or broken.
-TEST(Normalization, RandomBytesAroundWhatNfcLeavesAlone) {
-    const std::string skipped = "\xC3\xCE\xD0\xD2\xE1\xE2\xE3\xE4\xEA\xED\xEE\xEF\xF0\x61";
-    ForEachDraw(60000, [&](Draw& draw) {
-        std::string text;
-        const bool broken = draw.OneIn(3);
-        for (std::size_t characters = 1 + draw.Below(6); characters > 0; --characters) {
-            const auto any = static_cast<char>(broken ? draw.Bits() : 0xC2 + draw.Below(0x33));
-            text += draw.OneIn(2) ? draw.Of(skipped) : any;
-            const auto lead = static_cast<unsigned char>(text.back());
-            const int tail = (lead >= 0xC0) + (lead >= 0xE0) + (lead >= 0xF0);
-            for (int i = 0; i < tail; ++i) text += static_cast<char>(0x80 + draw.Below(0x40));
-            if (broken && draw.OneIn(8)) text.pop_back();
         }
         _expectAsByUtf8proc(text, draw.OneIn(2) ? FormNFC : draw.Of(allForms));
     });

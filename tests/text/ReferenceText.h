@@ -93,7 +93,6 @@ struct ReferenceText {
     Str Data() const { return data; }
     Tag Encoding() const { return tag; }
     NStringForm Form() const { return form; }
-    explicit operator std::string() const { return data; }
 
     bool operator==(Ref other) const { return Note("=="), data == other.In(tag); }
     ReferenceText& operator=(Ref other) {
@@ -168,8 +167,8 @@ struct ReferenceText {
         data = digits.str();
     }
     void EncodeBase64() {
-        const std::vector<Byte> copy(data.begin(), data.end());
-        EncodeBase64(copy.data(), static_cast<std::uint32_t>(copy.size()));
+        EncodeBase64(reinterpret_cast<const Byte*>(data.data()),
+                     static_cast<std::uint32_t>(data.size()));
     }
     void DecodeBase64(Byte* out, std::uint32_t* count) const {
         std::istringstream digits(data);
@@ -266,11 +265,7 @@ struct ReferenceText {
     static int ParseInt(Str s, int v = 0) { return Parser::tryParse(s, v, ',') ? v : 0; }
     int ToInt() const { return ParseInt(data); }
     unsigned ToUInt(unsigned v = 0) const { return Parser::tryParseUnsigned(data, v, ',') ? v : 0; }
-    unsigned HexValue() const try {
-        return Parser::parseHex(data);
-    } catch (const Poco::SyntaxException&) {
-        return 0;
-    }
+    unsigned HexValue(unsigned v = 0) const { return Parser::tryParseHex(data, v) ? v : 0; }
     std::uint64_t ToUInt64(Poco::UInt64 v = 0) const {
         return Parser::tryParseUnsigned64(data, v) ? v : 0;
     }
@@ -302,14 +297,10 @@ struct ReferenceText {
         return 0;
     }
     NPair32 ToPair32() const {
-        NPair32 pair = {};
         const Size comma = data.find(',');
-        try {
-            if (comma != data.npos) pair.high = Parser::parse(data.substr(0, comma), ',');
-            if (comma != data.npos) pair.low = Parser::parse(data.substr(comma + 1), ',');
-        } catch (const Poco::SyntaxException&) {
-        }
-        return pair;
+        int high = 0;
+        if (comma == data.npos || !Parser::tryParse(data.substr(0, comma), high, ',')) return {};
+        return {ParseInt(data.substr(comma + 1)), high};
     }
     NPair16 ToPair16() const {
         return {static_cast<std::int16_t>(ToPair32().low),
