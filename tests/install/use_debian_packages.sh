@@ -13,6 +13,10 @@ for name in libmorvel1 libmorvel-dev libmorvel-doc libmorvel1-dbgsym; do
 done
 # The suppressed tag is about an upload to Debian's archive, which a first release made here is not.
 lintian --allow-root --fail-on error,warning --suppress-tags initial-upload-closes-no-bugs "$packages"/*.deb
+dpkg-deb -c "$packages"/libmorvel-doc_*.deb >"$work/found"
+for page in index changelog classNString search/search; do
+    grep -q "/html/$page\.[hj][^.]*$" "$work/found" || { echo "libmorvel-doc lacks $page"; exit 1; }
+done
 for name in libmorvel1 libmorvel-dev; do
     dpkg-deb -x "$packages/${name}"_*.deb "$work/root"
     dpkg-deb -e "$packages/${name}"_*.deb "$work/control"
