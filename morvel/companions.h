@@ -8,6 +8,7 @@
 #include <morvel/base/ErrorTools.h>
 #include <morvel/documents/DocumentTools.h>
 #include <morvel/files/FileTools.h>
+#include <morvel/logging/LogTools.h>
 #include <morvel/text/TextTools.h>
 #include <morvel/time/TimeTools.h>
 #include <morvel/transfer/TransferTools.h>

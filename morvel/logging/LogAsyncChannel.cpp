@@ -1,11 +1,13 @@
 #include <morvel/logging/LogAsyncChannel.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <cstring>
 #include <memory>
 #include <mutex>
 #include <utility>
+#include <vector>
 
 #include <Poco/Message.h>
 
@@ -18,6 +20,7 @@ constexpr int LinesOfAStep = 64;  // so that the lock is rarely taken by the wri
 
 platform::Mutex _listLock;
 LogAsyncChannel* _first = nullptr;
+std::atomic<bool> _lineLost{false};  // since somebody last asked
 
 // Lines in a row, each behind its length. A thread may be cut off in here, so nothing counts before
 // it is whole.
@@ -59,6 +62,7 @@ struct LogAsyncChannel::Writer {
     bool WriteSome();
     bool Swap();
     void DropQueued();
+    std::uint64_t Queued() const { return base + buffers[0].used + buffers[1].used; }
 
     Poco::AutoPtr<LogFileChannel> file;
     platform::Worker worker{[](void* writer) { return static_cast<Writer*>(writer)->WriteSome(); },
@@ -79,7 +83,9 @@ bool LogAsyncChannel::Writer::WriteSome() {
         std::size_t size;
         std::memcpy(&size, from, sizeof size);
         const std::uint64_t next = done + sizeof size + size;
-        file->WriteLine({from + sizeof size, size}, done + 1, next - base < buffer.used);
+        if (!file->WriteLine({from + sizeof size, size}, done + 1, next - base < buffer.used)) {
+            _lineLost = true;
+        }
         done = next;
     }
     return true;
@@ -145,6 +151,32 @@ platform::Worker& LogAsyncChannel::_worker() {
 void LogAsyncChannel::_append(std::string_view head, std::string_view text) {
     _writer->buffers[_writer->filled].Append(head, text);
     _writer->worker.Wake();
+}
+
+bool LogAsyncChannel::Flush(std::chrono::seconds timeout) {
+    const auto end = std::chrono::steady_clock::now() + timeout;
+    // Where a channel goes meanwhile, it has written its lines.
+    std::vector<std::pair<const Writer*, std::uint64_t>> awaited;
+    const auto forEach = [](auto use) {
+        const std::lock_guard<platform::Mutex> lock(_listLock);
+        for (LogAsyncChannel* channel = _first; channel != nullptr; channel = channel->_next) {
+            const std::lock_guard<platform::Worker> workerLock(channel->_writer->worker);
+            use(*channel->_writer);
+        }
+    };
+    forEach([&](const Writer& writer) { awaited.emplace_back(&writer, writer.Queued()); });
+    for (;;) {
+        bool written = true;
+        forEach([&](const Writer& writer) {
+            if (writer.worker.IsIdle()) return;
+            for (const auto& [channel, queued] : awaited) {
+                written = written && (channel != &writer || writer.base >= queued);
+            }
+        });
+        if (written) return !_lineLost.exchange(false);
+        if (std::chrono::steady_clock::now() >= end) return false;
+        platform::SleepMilliseconds(1);
+    }
 }
 
 void LogAsyncChannel::WriteAllQueued() {

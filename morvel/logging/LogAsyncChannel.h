@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <mutex>
 #include <string_view>
 
@@ -33,6 +34,10 @@ public:
         const std::lock_guard<platform::Worker> lock(_worker());
         _append(head(), text);
     }
+
+    /// Waits until what is queued now, in any channel, is written; false after `timeout`, and if a
+    /// line of any channel was lost since the call before.
+    static bool Flush(std::chrono::seconds timeout);
 
     /// Writes what is queued in any channel.
     static void WriteAllQueued();

@@ -43,9 +43,9 @@ void LogFileChannel::setProperty(const std::string& name, const std::string& val
     }
 }
 
-void LogFileChannel::WriteLine(std::string_view line, std::uint64_t number, bool more) {
+bool LogFileChannel::WriteLine(std::string_view line, std::uint64_t number, bool more) {
     try {
-        if (number != 0 && number == _number && platform::SizeOf(_file) > _sizeBefore) return;
+        if (number != 0 && number == _number && platform::SizeOf(_file) > _sizeBefore) return true;
         if (_file == platform::NoFile) {
             _file = platform::OpenForAppending(path());
         }
@@ -66,7 +66,7 @@ void LogFileChannel::WriteLine(std::string_view line, std::uint64_t number, bool
         if (const std::size_t written = platform::Append(_file, line, !more)) {
             _sizeBehind = more ? size + written : 0;
             _tornSize = 0;
-            return;
+            return true;
         }
         size = platform::SizeOf(_file);
         if (size > _sizeBefore) {
@@ -76,6 +76,7 @@ void LogFileChannel::WriteLine(std::string_view line, std::uint64_t number, bool
         // this line is lost
     }
     close();  // the next line tries a fresh one, since the path may lead elsewhere by then
+    return false;
 }
 
 // A forked child writes to the same file. Whoever comes second finds a new one in place.

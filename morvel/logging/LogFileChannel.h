@@ -26,11 +26,11 @@ public:
     void log(const Poco::Message& message) override;
     void setProperty(const std::string& name, const std::string& value) override;
 
-    /// Writes one line, given with its line feed; never throws. `number` tells lines apart: one
-    /// that comes again, because the thread was cut off in it, is written only if it hasn't reached
-    /// the file yet. A line of number 0 doesn't come again. With `more`, another line follows at
-    /// once, and the disk need not be waited for behind this one.
-    void WriteLine(std::string_view line, std::uint64_t number = 0, bool more = false);
+    /// Writes one line, given with its line feed; false if it is lost. Never throws. `number` tells
+    /// lines apart: one that comes again, because the thread was cut off in it, is written only if
+    /// it hasn't reached the file yet. A line of number 0 doesn't come again. With `more`, another
+    /// line follows at once, and the disk need not be waited for behind this one.
+    bool WriteLine(std::string_view line, std::uint64_t number = 0, bool more = false);
 
 protected:
     ~LogFileChannel() override;

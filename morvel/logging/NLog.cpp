@@ -168,16 +168,7 @@ void NLog::_configure() {
     Poco::AutoPtr<LogFileChannel> file(new LogFileChannel);
     Poco::AutoPtr<LogAsyncChannel> writer(new LogAsyncChannel(file));
 
-    NPath fileName(_name);
-    fileName.SetExtension(NString("log"));
-    NPath path(_path);
-    path.ConvertTo(EncodingUTF8);
-    if (path.IsEmpty()) {
-        path = _logFolder();
-    }
-    path.Append(fileName).MakeFile();
-    path.ConvertTo(EncodingUTF8);
-    file->setProperty(LogFileChannel::PROP_PATH, path.Data());
+    file->setProperty(LogFileChannel::PROP_PATH, _file().Data());
     file->setProperty(LogFileChannel::PROP_ROTATION, _rotation.Data());
     file->setProperty(LogFileChannel::PROP_ARCHIVE, _archive.Data());
     file->setProperty(LogFileChannel::PROP_PURGEAGE, _purgeAge.Data());
@@ -205,4 +196,17 @@ void NLog::_configure() {
 
     logger.setLevel(_level);
     formatter->setProperty(Poco::PatternFormatter::PROP_PATTERN, "%Y/%n/%e - [%w] - %H:%M:%S - %t");
+}
+
+NPath NLog::_file() const {
+    NPath fileName(_name);
+    fileName.SetExtension(NString("log"));
+    NPath path(_path);
+    path.ConvertTo(EncodingUTF8);
+    if (path.IsEmpty()) {
+        path = _logFolder();
+    }
+    path.Append(fileName).MakeFile();
+    path.ConvertTo(EncodingUTF8);
+    return path;
 }

@@ -8,6 +8,10 @@
 #include <morvel/files/NPath.h>
 #include <morvel/text/NString.h>
 
+namespace morvel {
+struct LogAccess;
+}
+
 /// The process-wide log: off, unless `morvel.log` stood in the folder `Tarnwick Software` under the
 /// user's application data when the library was loaded. Lines are written through NLogMessage:
 ///
@@ -73,10 +77,12 @@ public:
 private:
     friend class NLogMessage;
     friend class NLogOwner;
+    friend struct morvel::LogAccess;
 
     MORVEL_LOCAL static void _write(std::string_view level, std::string_view text);
     MORVEL_LOCAL static void _write(int priority, std::string_view text);
     MORVEL_LOCAL void _configure();
+    MORVEL_LOCAL NPath _file() const;
 
     NString _name;
     NPath _path;

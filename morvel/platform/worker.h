@@ -55,6 +55,9 @@ public:
     /// that is awake costs no system call. REQUIRES: the caller holds the lock.
     void Wake();
 
+    /// Whether no work is left. REQUIRES: the caller holds the lock.
+    bool IsIdle() const;
+
     /// Returns when all work is done and the thread has ended; a later Wake starts a new one. May
     /// be called while the library is being unloaded and while the process ends, where the thread,
     /// and whoever held the lock, may be gone already on Windows. False if a step has been stuck

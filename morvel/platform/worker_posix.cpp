@@ -98,6 +98,10 @@ void Worker::Wake() {
     }
 }
 
+bool Worker::IsIdle() const {
+    return !_state->busy && !_state->pending;
+}
+
 bool Worker::Stop() {
     std::unique_lock<std::mutex> lock(_state->mutex);
     _state->ending = true;
@@ -122,9 +126,7 @@ bool Worker::Stop() {
 
 void Worker::Pause() {
     std::unique_lock<std::mutex> lock(_state->mutex);
-    const auto isDone = [this] {
-        return !_state->running || _state->stuck || (!_state->busy && !_state->pending);
-    };
+    const auto isDone = [this] { return !_state->running || _state->stuck || IsIdle(); };
     if (!_state->atRest.wait_for(lock, StuckTimeout, isDone)) {
         _state->stuck = _state->busy;  // until this step ends: whoever comes next doesn't wait
     }

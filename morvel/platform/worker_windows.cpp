@@ -95,6 +95,10 @@ void Worker::Wake() {
     }
 }
 
+bool Worker::IsIdle() const {
+    return !_state->busy && !_state->pending;
+}
+
 bool Worker::Stop() {
     const auto end = std::chrono::steady_clock::now() + StuckTimeout;
     _state->mutex.lock();

@@ -10,6 +10,7 @@
 #include <chrono>
 #include <ctime>
 
+#include <morvel/logging/LogTools.h>
 #include <tests/logging/Log.h>
 #include <tests/support/Test.h>
 
@@ -199,6 +200,7 @@ TEST_F(NLogPosix, WriterThatIsStuckHoldsUpNobodyForLong) {
     const int reader = open(File.c_str(), O_RDONLY | O_NONBLOCK);
     auto inForce = std::make_unique<LogInForce>();
     WriteLines(0, 0, 1000);
+    EXPECT_FALSE(morvel::FlushLog(0));
     EXPECT_LT(SecondsOf(Drain), 9);
     EXPECT_LT(SecondsOf([] { Drain(), Drain(); }), 2);
     const pid_t child = fork();

@@ -8,6 +8,8 @@
 #include <Poco/PatternFormatter.h>
 #include <Poco/RegularExpression.h>
 
+#include <morvel/files/FileTools.h>
+#include <morvel/logging/LogTools.h>
 #include <tests/logging/Log.h>
 #include <tests/support/Test.h>
 
@@ -183,9 +185,7 @@ TEST(NLog, LinesReachTheFileWhileTheProgramRuns) {
     const LogInForce inForce;
     for (int line = 0; line < 20; ++line) {
         WriteLines(0, line, 1);
-        for (int turn = 0; turn < 5000 && WrittenLines(file)[0] != Numbers(line + 1); ++turn) {
-            std::this_thread::sleep_for(1ms);
-        }
+        EXPECT_TRUE(morvel::FlushLog(60));
         ASSERT_EQ(WrittenLines(file)[0], Numbers(line + 1));
         std::this_thread::sleep_for(line % 4 * 1ms);
     }
@@ -288,6 +288,24 @@ TEST(NLog, LosesLinesAndNothingElseWhereItCannotOpenItsFile) {
     {
         const LogInForce inForce;
         WriteLines(0, 0, 300);
+        EXPECT_FALSE(morvel::FlushLog(60));
+        EXPECT_TRUE(morvel::FlushLog(0));  // nothing more was lost
     }
     EXPECT_TRUE(std::filesystem::remove(file));
+}
+
+TEST(LogTools, StartsALogOfTheProgramOnce) {
+    EXPECT_TRUE(morvel::LogFile().IsEmpty());
+    std::filesystem::create_directories(InLogFolder("taken.log"));
+    for (const char* const name : {"", "a/b", "a\\b", "taken"}) {
+        EXPECT_FALSE(morvel::StartLog(name)) << name;
+    }
+    EXPECT_EQ(NLog::Get(), nullptr);
+    EXPECT_TRUE(morvel::StartLog(NString("Zo\xEB", EncodingLatin1)));
+    WriteLines(0, 0, 1000);
+    EXPECT_TRUE(morvel::FlushLog(60));
+    EXPECT_EQ(morvel::ToStdPath(morvel::LogFile()), InLogFolder(u8"Zo\u00EB.log"));
+    EXPECT_EQ(WrittenLines(morvel::ToStdPath(morvel::LogFile()))[0], Numbers(1000));
+    EXPECT_FALSE(morvel::StartLog("other"));
+    NLog::Set(nullptr);
 }
