@@ -6,7 +6,7 @@ usage: check_recipes.py PAGES PROGRAMS [COMMAND...]
   PROGRAMS  the folder of the built programs
   COMMAND   what to start a program with (wine)
 
-Each block of C++ in a page has to stand in the page's program, but for blanks and line ends; each program has to
+Each block of C++ in a page has to stand in the page's program or in <name>/, but for blanks and line ends; each program has to
 end with 0 and to print what the page shows under "prints". There a line "..." stands for any number
 of lines, and "..." within a line for any text. A page that says so is given the address of a server
 on loopback that answers GET /status/<code>, /slow, /bytes/<count> and any POST, with what was sent.
@@ -67,7 +67,8 @@ def shown(lines):
 
 def check(page, programs, command, address):
     text = page.read_text(encoding="utf-8")
-    source = page.with_suffix(".cpp").read_text(encoding="utf-8")
+    sources = [page.with_suffix(".cpp"), *page.with_suffix("").glob("*.cpp")]
+    source = "".join(file.read_text(encoding="utf-8") for file in sources)
     blocks = re.findall(r"^```(\w+)\n(.*?)^```", text, re.M | re.S)
     code = [block for kind, block in blocks if kind == "cpp"]
     if not code:

@@ -1,0 +1,37 @@
+#include <morvel/companions.h>
+#include <morvel/morvel.h>
+
+#include "plugin_export.h"
+
+namespace {
+
+class Reports : public NErrorHandler {
+public:
+    using NErrorHandler::Exception;
+    void Exception(const NException& exception) override {
+        NLOG(morvel::LevelWarning, "%s", morvel::Describe(exception).c_str());
+    }
+};
+
+Reports reports;
+NErrorHandler* former = nullptr;
+
+}  // namespace
+
+extern "C" {
+
+PLUGIN_EXPORT void PluginBegin() {
+    morvel::StartLog("plugin");
+    former = NErrorHandler::Set(&reports);
+}
+
+PLUGIN_EXPORT bool PluginWork(const char* file) {
+    NXML document;
+    return document.LoadFile(file, false);
+}
+
+PLUGIN_EXPORT void PluginEnd() {
+    NErrorHandler::Set(former);
+    NLOG(morvel::LevelNotice, "unloaded");
+}
+}
