@@ -1,0 +1,127 @@
+// A stock of parts in an XML file that any number of processes change at the same time: each reads,
+// changes and replaces it under a lock that all of them share, and none finds half of a file.
+#include <iostream>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+#include <morvel/companions.h>
+#include <morvel/morvel.h>
+
+#include "CommandLine.h"
+
+namespace {
+
+enum Exit { Done = 0, Refused = 1, Failed = 2 };
+
+// A refusal, as a sentence for the user.
+struct Refusal {
+    std::string sentence;
+};
+
+struct Part {
+    NString name;
+    int count = 0;
+    int index = -1;  // in the document; -1 if it isn't there yet
+};
+
+void _load(NXML& stock, const NPath& file) {
+    if (!NFile(file).Exists()) {
+        stock.CreateRoot("inventory");
+        return;
+    }
+    const morvel::XmlFault fault = morvel::LoadFrom(stock, file);
+    if (fault || stock.RootName() != "inventory") {
+        std::string reason = fault ? fault.message : "its root is <" + stock.RootName() + ">";
+        if (fault.line != 0) reason += " in line " + std::to_string(fault.line);
+        throw Refusal{morvel::Utf8(file) + " is no inventory: " + reason +
+                      ". Mend it, or move it away to begin a new one."};
+    }
+}
+
+std::vector<Part> _parts(const NXML& stock) {
+    std::vector<Part> parts;
+    for (const morvel::ChildElement& child : morvel::Children(stock, "inventory", "part")) {
+        Part part;
+        child->GetRootAttribute("name", part.name);
+        part.count = morvel::ValueOf(*child.element, "part").value_or(NString()).ToInt();
+        part.index = child.index;
+        parts.push_back(part);
+    }
+    return parts;
+}
+
+Part _find(const NXML& stock, const NString& name) {
+    for (const Part& part : _parts(stock)) {
+        if (morvel::NStringEqual()(part.name, name)) return part;
+    }
+    return {name};
+}
+
+// In the place of the one before, or behind all others.
+void _write(NXML& stock, const Part& part) {
+    if (part.index >= 0) stock.RemoveElement("inventory", part.index);
+    NDataContainerArray made;
+    made.push_back(new NXML);
+    morvel::Put(static_cast<NXML&>(*made.back()), "part", part.count);
+    made.back()->SetAttribute("part", "name", morvel::Utf8(part.name));
+    stock.AppendElements("inventory", made);
+}
+
+int _change(const NPath& file, const NString& name, int difference) {
+    NXML stock;
+    _load(stock, file);
+    Part part = _find(stock, name);
+    if (part.count + difference < 0) {
+        throw Refusal{"There are " + std::to_string(part.count) + " of " + morvel::Utf8(name) +
+                      ". Take fewer, or put some in first."};
+    }
+    part.count += difference;
+    _write(stock, part);
+    morvel::SaveSafely(stock, file);
+    return part.count;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app("Keeps count of parts in a file that several processes share.");
+    app.require_subcommand(1);
+    std::string fileName;
+    std::string name;
+    int count = 1;
+    app.add_option("file", fileName, "the inventory; made with the first part")->required();
+    auto* list = app.add_subcommand("list", "shows all parts");
+    auto* put = app.add_subcommand("put", "puts parts in");
+    auto* take = app.add_subcommand("take", "takes parts out, if there are as many");
+    for (auto* command : {put, take}) {
+        command->add_option("name", name, "of the part")->required();
+        command->add_option("count", count)->capture_default_str()->check(CLI::Range(1, 1000000));
+    }
+    app.footer("Ends with 0, with 1 for a refusal, with 2 if the file can't be read or written.");
+    const CommandLine line(argc, argv);
+    CLI11_PARSE(app, line.Count(), line.Arguments());
+
+    const NPath file(fileName, EncodingUTF8);
+    try {
+        NNamedMutex turn("morvel-inventory");
+        const NAutoNamedMutexLock lock(&turn);
+        if (list->parsed()) {
+            NXML stock;
+            _load(stock, file);
+            for (const Part& part : _parts(stock)) {
+                std::cout << part.count << '\t' << part.name << '\n';
+            }
+        } else {
+            const int left = _change(file, morvel::FromUtf8(name), put->parsed() ? count : -count);
+            std::cout << left << '\t' << name << '\n';
+        }
+    } catch (const Refusal& refusal) {
+        std::cerr << refusal.sentence << '\n';
+        return Refused;
+    } catch (const std::exception& e) {
+        std::cerr << morvel::Describe(e) << ". The inventory is as it was.\n";
+        return Failed;
+    }
+    return Done;
+}

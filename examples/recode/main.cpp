@@ -1,0 +1,92 @@
+// Converts text files from one encoding to another, and refuses what would be lost on the way.
+#include <iostream>
+#include <map>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include <morvel/companions.h>
+#include <morvel/morvel.h>
+
+#include "CommandLine.h"
+
+namespace {
+
+enum Exit { Done = 0, Refused = 1, Failed = 2 };
+
+const std::map<std::string, NStringEncoding> encodings = {
+    {"ascii", EncodingASCII}, {"latin1", EncodingLatin1}, {"latin9", EncodingLatin9},
+    {"utf8", EncodingUTF8},   {"utf16", EncodingUTF16},
+};
+
+// The lines with characters that `encoding` lacks, such as "2, 5"; empty if nothing would be lost.
+std::string _linesWithLoss(const NString& text, NStringEncoding encoding) {
+    std::string lines;
+    std::istringstream in(morvel::Utf8(text));
+    int number = 0;
+    for (std::string line; std::getline(in, line);) {
+        ++number;
+        if (morvel::CanConvert(morvel::FromUtf8(line), encoding)) continue;
+        lines += (lines.empty() ? "" : ", ") + std::to_string(number);
+    }
+    return lines;
+}
+
+// What a file in `encoding` holds of the text.
+std::string _bytes(NString text, NStringEncoding encoding) {
+    if (encoding == EncodingUTF8) return morvel::Utf8(text);
+    text.ConvertTo(encoding);
+    return (encoding == EncodingUTF16 ? "\xFF\xFE" : "") + text.Data();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app(
+        "Converts text files in their place. A byte-order mark tells UTF-8 and UTF-16 whatever "
+        "--from "
+        "says; UTF-16 is written with one. Texts come out in Unicode's composed form (NFC).");
+    NStringEncoding from = EncodingUTF8;
+    NStringEncoding to = EncodingUTF8;
+    bool lossy = false;
+    std::vector<std::string> files;
+    app.add_option("--from", from, "what the files are in")
+        ->transform(CLI::CheckedTransformer(encodings, CLI::ignore_case));
+    app.add_option("--to", to, "what they are to be in")
+        ->transform(CLI::CheckedTransformer(encodings, CLI::ignore_case));
+    app.add_flag("--lossy", lossy, "write '?' for what the encoding lacks, and tell where");
+    app.add_option("files", files)->required();
+    app.footer(
+        "Ends with 0, with 1 if a file was refused, with 2 if one can't be read or written.");
+    const CommandLine line(argc, argv);
+    CLI11_PARSE(app, line.Count(), line.Arguments());
+
+    int result = Done;
+    std::size_t number = 0;
+    for (const std::string& name : files) {
+        std::cout << ++number << '/' << files.size() << ' ' << name << ": " << std::flush;
+        try {
+            const NPath file(name, EncodingUTF8);
+            const NString text = morvel::Decode(morvel::ReadFile(file), from);
+            if (const auto offset = morvel::FindMalformed(text)) {
+                std::cout << "refused: byte " << *offset << " is not text in this encoding\n";
+                result = std::max<int>(result, Refused);
+                continue;
+            }
+            const std::string lost = _linesWithLoss(text, to);
+            if (!lost.empty() && !lossy) {
+                std::cout << "refused: characters would be lost in line " << lost
+                          << " (--lossy writes '?')\n";
+                result = std::max<int>(result, Refused);
+                continue;
+            }
+            morvel::WriteFile(file, _bytes(text, to));
+            std::cout << (lost.empty() ? "done" : "done, with '?' in line " + lost) << '\n';
+        } catch (const NException& e) {
+            std::cout << morvel::Describe(e) << '\n';
+            result = Failed;
+        }
+    }
+    return result;
+}
