@@ -5,20 +5,26 @@
 #include <morvel/files/NPath.h>
 #include <morvel/text/NString.h>
 
-// Companions of the log. Any thread may call these, though no signal handler.
-namespace morvel {
-
-/// The level words that write a line, as NLOG and NLog::Write want them spelled; "DEBUG" and all
-/// others drop it.
+/// @file
+/// Companions of the log: a log of the program's own, its file, the moment ahead of a violent end.
+/// The level words that write a line are here as constants, as NLOG and NLog::Write want them
+/// spelled; "DEBUG" and all other words drop it.
 ///
 ///     NLOG(morvel::LevelWarning, "%d orders are late", count);
-constexpr const char* LevelTrace = "TRACE";
-constexpr const char* LevelInformation = "INFORMATION";
-constexpr const char* LevelNotice = "NOTICE";
-constexpr const char* LevelWarning = "WARNING";
-constexpr const char* LevelError = "ERROR";
-constexpr const char* LevelCritical = "CRITICAL";
-constexpr const char* LevelFatal = "FATAL";  ///< The line shows the function, too.
+///
+/// @failure A result alone, and std::bad_alloc.
+/// @threads Any thread may call these, though no signal handler; StartLog before others log.
+/// @encoding File names come out in UTF-8.
+/// @cost FlushLog waits for the disk to take what is queued; the others are for the start.
+namespace morvel {
+
+constexpr const char* LevelTrace = "TRACE";              ///< As finely as can be.
+constexpr const char* LevelInformation = "INFORMATION";  ///< What goes as it should.
+constexpr const char* LevelNotice = "NOTICE";            ///< What is worth a look.
+constexpr const char* LevelWarning = "WARNING";          ///< What may become an error.
+constexpr const char* LevelError = "ERROR";              ///< What failed.
+constexpr const char* LevelCritical = "CRITICAL";        ///< What others will fail of.
+constexpr const char* LevelFatal = "FATAL";  ///< What ends the program. Shows the function.
 
 /// Puts a log of the program's own in force, whether or not `morvel.log` is there: the default log
 /// under this name, which gives its file `<name>.log` in the log folder. Until the first line the
