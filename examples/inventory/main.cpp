@@ -19,12 +19,6 @@ struct Refusal {
     std::string sentence;
 };
 
-struct Part {
-    NString name;
-    int count = 0;
-    int index = -1;  // in the document; -1 if it isn't there yet
-};
-
 void _load(NXML& stock, const NPath& file) {
     if (!NFile(file).Exists()) {
         stock.CreateRoot("inventory");
@@ -39,47 +33,37 @@ void _load(NXML& stock, const NPath& file) {
     }
 }
 
-std::vector<Part> _parts(const NXML& stock) {
-    std::vector<Part> parts;
-    for (const morvel::ChildElement& child : morvel::Children(stock, "inventory", "part")) {
-        Part part;
-        child->GetRootAttribute("name", part.name);
-        part.count = morvel::ValueOf(*child.element, "part").value_or(NString()).ToInt();
-        part.index = child.index;
-        parts.push_back(part);
+NString _name(const NXML& part) {
+    NString name;
+    part.GetRootAttribute("name", name);
+    return name;
+}
+
+int _count(const NXML& part) {
+    return morvel::ValueOf(part, "part").value_or(NString()).ToInt();
+}
+
+// Takes the part out of the document and puts it in again behind all others, with its new count.
+int _change(NXML& stock, const NString& name, int difference) {
+    int count = 0;
+    for (const morvel::ChildElement& part : morvel::Children(stock, "inventory", "part")) {
+        if (morvel::NStringEqual()(_name(*part.element), name)) {
+            count = _count(*part.element);
+            stock.RemoveElement("inventory", part.index);
+            break;
+        }
     }
-    return parts;
-}
-
-Part _find(const NXML& stock, const NString& name) {
-    for (const Part& part : _parts(stock)) {
-        if (morvel::NStringEqual()(part.name, name)) return part;
-    }
-    return {name};
-}
-
-// In the place of the one before, or behind all others.
-void _write(NXML& stock, const Part& part) {
-    if (part.index >= 0) stock.RemoveElement("inventory", part.index);
-    NDataContainerArray made;
-    made.push_back(new NXML);
-    morvel::Put(static_cast<NXML&>(*made.back()), "part", part.count);
-    made.back()->SetAttribute("part", "name", morvel::Utf8(part.name));
-    stock.AppendElements("inventory", made);
-}
-
-int _change(const NPath& file, const NString& name, int difference) {
-    NXML stock;
-    _load(stock, file);
-    Part part = _find(stock, name);
-    if (part.count + difference < 0) {
-        throw Refusal{"There are " + std::to_string(part.count) + " of " + morvel::Utf8(name) +
+    if (count + difference < 0) {
+        throw Refusal{"There are " + std::to_string(count) + " of " + morvel::Utf8(name) +
                       ". Take fewer, or put some in first."};
     }
-    part.count += difference;
-    _write(stock, part);
-    morvel::SaveSafely(stock, file);
-    return part.count;
+    NDataContainerArray made;
+    made.push_back(new NXML);
+    NXML& part = static_cast<NXML&>(*made.back());
+    morvel::Put(part, "part", count + difference);
+    part.SetAttribute("part", "name", morvel::Utf8(name));
+    stock.AppendElements("inventory", made);
+    return count + difference;
 }
 
 }  // namespace
@@ -106,14 +90,15 @@ int main(int argc, char** argv) {
     try {
         NNamedMutex turn("morvel-inventory");
         const NAutoNamedMutexLock lock(&turn);
+        NXML stock;
+        _load(stock, file);
         if (list->parsed()) {
-            NXML stock;
-            _load(stock, file);
-            for (const Part& part : _parts(stock)) {
-                std::cout << part.count << '\t' << part.name << '\n';
+            for (const morvel::ChildElement& part : morvel::Children(stock, "inventory", "part")) {
+                std::cout << _count(*part.element) << '\t' << _name(*part.element) << '\n';
             }
         } else {
-            const int left = _change(file, morvel::FromUtf8(name), put->parsed() ? count : -count);
+            const int left = _change(stock, morvel::FromUtf8(name), put->parsed() ? count : -count);
+            morvel::SaveSafely(stock, file);
             std::cout << left << '\t' << name << '\n';
         }
     } catch (const Refusal& refusal) {
