@@ -24,9 +24,8 @@ using Poco::Net::HTTPServerRequest;
 using Poco::Net::HTTPServerResponse;
 using Ending = std::shared_future<void>;
 
-class Handler : public Poco::Net::HTTPRequestHandler {
-public:
-    explicit Handler(Ending ending) : _ending(std::move(ending)) {}
+struct Handler : Poco::Net::HTTPRequestHandler {
+    explicit Handler(Ending end) : ending(std::move(end)) {}
 
     void handleRequest(HTTPServerRequest& request, HTTPServerResponse& response) override {
         const std::string& target = request.getURI();
@@ -50,14 +49,13 @@ public:
             response.setKeepAlive(false);
             response.setContentLength(1000000);
             response.send() << TestServer::Bytes(number) << std::flush;
-            if (name == "stall") _ending.wait();
+            if (name == "stall") ending.wait();
             return;
         }
         response.sendBuffer(body.data(), body.size());
     }
 
-private:
-    Ending _ending;
+    const Ending ending;
 };
 
 struct HandlerFactory : Poco::Net::HTTPRequestHandlerFactory {
