@@ -4,7 +4,7 @@
 usage: check_recipes.py PAGES PROGRAMS [COMMAND...]
   PAGES     the folder of the pages, <name>.md beside <name>.cpp
   PROGRAMS  the folder of the built programs
-  COMMAND   what to start a program with (wine)
+  COMMAND   what to start a program with (wine, or an emulator)
 
 Each block of C++ in a page has to stand in the page's program or in <name>/, but for blanks and line ends; each program has to
 end with 0 and to print what the page shows under "prints". There a line "..." stands for any number
@@ -76,11 +76,13 @@ def check(page, programs, command, address):
     for block in code:
         if "".join(block.split()) not in "".join(source.split()):
             return f"shows code that its program hasn't:\n{block}"
-    program = programs / (page.stem + (".exe" if command else ""))
+    program = programs / page.stem
+    if not program.exists():
+        program = program.with_suffix(".exe")
     arguments = [address] if "<address>" in text else []
     with tempfile.TemporaryDirectory() as work:
-        environment = dict(os.environ, HOME=work, XDG_DATA_HOME=("Z:" if command else "") + work,
-                           no_proxy="*")
+        environment = dict(os.environ, HOME=work, no_proxy="*",
+                           XDG_DATA_HOME=("Z:" if program.suffix else "") + work)
         try:
             run = subprocess.run([*command, program, *arguments], cwd=work, env=environment,
                                  stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=60)
