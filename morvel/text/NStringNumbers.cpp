@@ -36,58 +36,28 @@ std::string _hex(const unsigned char* bytes, std::uint32_t count) {
     return text;
 }
 
-/// The value of a hexadecimal digit, or -1.
-int _digitValue(char digit) {
-    if (digit >= '0' && digit <= '9') return digit - '0';
-    if (digit >= 'A' && digit <= 'F') return digit - 'A' + 10;
-    if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
-    return -1;
-}
-
-// The digits of an integer are the same whoever writes them.
-template <class Integer>
-void _writeDecimal(Integer value, std::string* text) {
-    char digits[24];
-    const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
-    const auto count = static_cast<std::size_t>(end - digits);
-    // Memory first: an allocation failure leaves the text as it was.
-    if (count > text->capacity()) text->reserve(count);
-    text->clear();
-    text->append(digits, count);
-}
-
 template <class Integer>
 void _setDecimal(Integer value, std::string* data, NStringEncoding* encoding) {
-    _writeDecimal(value, data);
+    char digits[24];
+    data->assign(digits, std::to_chars(digits, digits + sizeof digits, value).ptr);
     *encoding = EncodingSystem;
 }
 
 // Quick readers of plain numbers, which all readers agree on: digits alone, no more than always
 // fit, and for a double at most one point between them. False for all else, which is POCO's.
 bool _readPlain(const std::string& text, unsigned long long* value) {
-    if (text.empty() || text.size() > 19) return false;
-    unsigned long long sum = 0;
-    for (const char c : text) {
-        if (c < '0' || c > '9') return false;
-        sum = sum * 10 + static_cast<unsigned>(c - '0');
-    }
-    *value = sum;
-    return true;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, *value);
+    return stop == end && error == std::errc() && text.size() <= 19;
 }
 
 bool _readPlain(const std::string& text, double* value) {
 #if defined(__cpp_lib_to_chars)
-    bool point = false;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == Point) {
-            if (point || i == 0 || i + 1 == text.size()) return false;
-            point = true;
-        } else if (text[i] < '0' || text[i] > '9') {
-            return false;
-        }
-    }
-    if (text.empty() || text.size() > 40) return false;
-    return std::from_chars(text.data(), text.data() + text.size(), *value).ec == std::errc();
+    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+    if (text.empty() || !isDigit(text.front()) || !isDigit(text.back())) return false;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, *value, std::chars_format::fixed);
+    return stop == end && error == std::errc() && text.size() <= 40;
 #else
     static_cast<void>(text), static_cast<void>(value);
     return false;
@@ -320,14 +290,14 @@ std::int32_t NString::HexBytes(unsigned char* out, std::uint32_t capacity) const
     const auto length = static_cast<std::uint32_t>(_data.size());
     if (length % 2 != 0) return -1;
     if (length / 2 > capacity) return -2;
-    for (std::size_t i = 0; i < length / 2; ++i) {
-        const int high = _digitValue(_data[2 * i]);
-        const int low = _digitValue(_data[2 * i + 1]);
+    for (std::size_t i = 0; i < length; i += 2) {
+        const char* const digits = _data.data() + i;
+        unsigned value = 0;
         // POCO reads more than two digits as a number: a blank or a sign in front of one.
-        const bool plain = high >= 0 && low >= 0;
-        const unsigned value = plain ? static_cast<unsigned>(high << 4 | low)
-                                     : NumberParser::parseHex(_data.substr(2 * i, 2));
-        out[i] = static_cast<unsigned char>(value);
+        if (std::from_chars(digits, digits + 2, value, 16).ptr != digits + 2) {
+            value = NumberParser::parseHex(_data.substr(i, 2));
+        }
+        *out++ = static_cast<unsigned char>(value);
     }
     return 0;
 }
@@ -415,9 +385,7 @@ std::string NString::HexString(const unsigned char* bytes, std::uint32_t count) 
 }
 
 std::string NString::IntToString(std::int32_t value) {
-    std::string text;
-    _writeDecimal(value, &text);
-    return text;
+    return std::to_string(value);
 }
 
 std::int32_t NString::ParseInt(const std::string& text) {
