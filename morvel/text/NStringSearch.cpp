@@ -347,30 +347,20 @@ void NString::ReplaceAll(const NString& from, const NString& to) {
     ReplaceAll(from._data, to._data);
 }
 
-// Counted first and built aside, so that many matches in a long text cost no more than the text is
-// long, and an argument may be this very text.
+// Built aside, so that many matches in a long text cost no more than the text is long, and an
+// argument may be this very text.
 void NString::ReplaceAll(const std::string& from, const std::string& to) {
     if (from.empty()) return;
-    std::size_t matches = 0;
-    _forEachMatch(_data, from, 0, [&matches](std::size_t) { return ++matches != 0; });
-    if (matches == 0) return;
-    const std::size_t left = _data.size() - matches * from.size();
-    if (to.size() > (_data.max_size() - left) / matches) {
-        throw std::length_error("NString::ReplaceAll");
-    }
-    std::string result(left + matches * to.size(), '\0');
-    char* out = result.data();
-    const char* kept = _data.data();
-    const auto append = [&out](const char* bytes, std::size_t count) {
-        std::memcpy(out, bytes, count);
-        out += count;
-    };
-    _forEachMatch(_data, from, 0, [&](std::size_t match) {
-        append(kept, static_cast<std::size_t>(_data.data() + match - kept));
-        append(to.data(), to.size());
-        kept = _data.data() + match + from.size();
+    const long long first = _find(_data, from, 0);
+    if (first < 0) return;
+    std::string result;
+    result.reserve(_data.size());
+    std::size_t kept = 0;  // where what is to be copied next begins
+    _forEachMatch(_data, from, static_cast<std::size_t>(first), [&](std::size_t match) {
+        result.append(_data, kept, match - kept).append(to);
+        kept = match + from.size();
         return true;
     });
-    append(kept, static_cast<std::size_t>(_data.data() + _data.size() - kept));
+    result.append(_data, kept, NotFound);
     _data = std::move(result);
 }
