@@ -143,7 +143,7 @@ const std::string& NString::Converted(NStringEncoding encoding) const {
         NString copy(*this);
         copy.ConvertTo(encoding);
         _cache = std::move(copy._data);
-    } else if (morvel::KeepsBytes(_data, _encoding, encoding) ||
+    } else if (_encoding == encoding || morvel::KeepsBytes(_data, _encoding, encoding) ||
                !_transcode(_data, _encoding, encoding, &_cache)) {
         _cache = _data;
     }
@@ -165,7 +165,6 @@ std::string NString::DataWithBOM() const {
 }
 
 NWideString NString::Wide() const {
-    if (_encoding == EncodingUTF8) return StringToWide(_data, platform::CodePageUtf8);
     NString copy(*this);
     copy.ConvertTo(EncodingUTF8);
     return StringToWide(copy._data, platform::CodePageUtf8);
@@ -191,9 +190,8 @@ std::string NString::WideToString(const NWideString& text, std::int32_t codePage
 
 void NString::UrlEncode() {
     const char* const hex = "0123456789ABCDEF";
-    const auto kept = std::count_if(_data.begin(), _data.end(), _isUnreserved);
     std::string encoded;
-    encoded.reserve(3 * _data.size() - 2 * static_cast<std::size_t>(kept));
+    encoded.reserve(_data.size());
     for (const char c : _data) {
         if (_isUnreserved(c)) {
             encoded += c;
@@ -223,17 +221,16 @@ void NString::EncodeBase64() {
 void NString::DecodeBase64(unsigned char* out, std::uint32_t* count) const {
     *count = 0;
     std::string bytes;
-    if (_decodeWholeGroups(_data, &bytes)) {
-        if (out != nullptr) std::copy(bytes.begin(), bytes.end(), out);
-        *count = static_cast<std::uint32_t>(bytes.size());
-        return;
+    if (!_decodeWholeGroups(_data, &bytes)) {
+        bytes.clear();
+        std::istringstream digits(_data);
+        Poco::Base64Decoder decoder(digits);
+        for (int c = decoder.get(); decoder.good(); c = decoder.get()) {
+            bytes += static_cast<char>(c);
+        }
     }
-    std::istringstream digits(_data);
-    Poco::Base64Decoder decoder(digits);
-    for (int c = decoder.get(); decoder.good(); c = decoder.get()) {
-        if (out != nullptr) *out++ = static_cast<unsigned char>(c);
-        ++*count;
-    }
+    if (out != nullptr) std::copy(bytes.begin(), bytes.end(), out);
+    *count = static_cast<std::uint32_t>(bytes.size());
 }
 
 void NString::DecodeBase64() {

@@ -17,21 +17,10 @@ using CodePoints = std::vector<utf8proc_int32_t>;
 
 namespace {
 
-// utf8proc's options for a form; 0 for what is none.
-int _options(NStringForm form) {
-    switch (form) {
-        case FormNFD:
-            return UTF8PROC_STABLE | UTF8PROC_DECOMPOSE;
-        case FormNFKD:
-            return UTF8PROC_STABLE | UTF8PROC_DECOMPOSE | UTF8PROC_COMPAT;
-        case FormNFC:
-            return UTF8PROC_STABLE | UTF8PROC_COMPOSE;
-        case FormNFKC:
-            return UTF8PROC_STABLE | UTF8PROC_COMPOSE | UTF8PROC_COMPAT;
-        default:
-            return 0;
-    }
-}
+// utf8proc's options for each form, in the order of their numbers.
+constexpr int OptionsOf[] = {
+    UTF8PROC_STABLE | UTF8PROC_DECOMPOSE, UTF8PROC_STABLE | UTF8PROC_DECOMPOSE | UTF8PROC_COMPAT,
+    UTF8PROC_STABLE | UTF8PROC_COMPOSE, UTF8PROC_STABLE | UTF8PROC_COMPOSE | UTF8PROC_COMPAT};
 
 // Whether the text is in that form already; true is certain, false is not.
 bool _isSettled(std::string_view text, NStringForm form) {
@@ -76,14 +65,14 @@ void _append(const CodePoints& text, std::size_t count, std::string* out) {
 }  // namespace
 
 bool morvel::NormalizeText(std::string* text, NStringForm form) {
-    const auto options = static_cast<utf8proc_option_t>(_options(form));
-    if (options == 0) return false;
+    if (form < FormNFD || form > FormNFKC) return false;
     if (_isSettled(*text, form)) return true;
     const std::string_view head(text->c_str());  // up to the first NUL
     if (_isSettled(head, form)) {
         text->resize(head.size());
         return true;
     }
+    const auto options = static_cast<utf8proc_option_t>(OptionsOf[form]);
     const auto* p = reinterpret_cast<const unsigned char*>(head.data());
     const unsigned char* const end = p + head.size();
     std::string result;
