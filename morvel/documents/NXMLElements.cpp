@@ -49,10 +49,6 @@ pugi::xml_node _findElement(const Document& document, std::string_view path,
     return current;
 }
 
-void _fold(std::string& name) {
-    std::transform(name.begin(), name.end(), name.begin(), morvel::LowerCase);
-}
-
 pugi::xml_attribute _findAttribute(std::string_view name, pugi::xml_node node) {
     pugi::xml_attribute attribute = node.first_attribute();
     while (attribute && !morvel::IsSameName(name, attribute.name())) {
@@ -270,20 +266,18 @@ bool NXML::RemoveAttributes(const std::string& path) {
 }
 
 bool NXML::RemoveElementsByName(const std::string& path, NNameList names) {
-    std::for_each(names.begin(), names.end(), _fold);
-    std::sort(names.begin(), names.end());
-    bool removed = false;
-    std::string name;
     const pugi::xml_node parent = _findElement(_document, path);
     if (!parent) {
         return false;
     }
     _document->names.Clear();
+    bool removed = false;
     for (pugi::xml_node child = parent.first_child(); child;) {
         const pugi::xml_node next = child.next_sibling();
-        name = child.name();
-        _fold(name);
-        if (std::binary_search(names.begin(), names.end(), name)) {
+        const auto isListed = [child](const std::string& name) {
+            return morvel::IsSameName(name, child.name());
+        };
+        if (std::any_of(names.begin(), names.end(), isListed)) {
             removed = morvel::Remove(child) || removed;
         }
         child = next;
