@@ -10,8 +10,7 @@
 namespace morvel {
 namespace {
 
-constexpr int FirstFew = 2;      // children that are walked sooner than looked up
-constexpr int ProbeLimit = 256;  // exceeded only by names that were made to have equal hashes
+constexpr int FirstFew = 2;  // children that are walked sooner than looked up
 constexpr std::uint64_t HashMultiplier = 0x9E3779B97F4A7C15;
 
 // Eight bytes a round: bytes below 80 get the bit 20, in which the cases of a letter differ. Each
@@ -74,16 +73,20 @@ void NameIndex::Added(pugi::xml_node parent, pugi::xml_node child) noexcept {
 }
 
 void NameIndex::Clear() noexcept {
-    _slots = std::vector<Slot>();
-    _taken = 0;
+    _children = std::unordered_map<std::uint64_t, Node>();
     _parents = std::unordered_map<Node, Children>();
 }
 
 // The first child of that name, or a null node; nothing while the children aren't entered.
 std::optional<pugi::xml_node> NameIndex::_lookUp(pugi::xml_node parent, std::string_view name) {
+    const std::uint64_t hash = _hash(parent, name);
     const std::lock_guard<std::mutex> lock(_mutex);
-    if (const Node child = _entry(parent, name)) {
-        return pugi::xml_node(child);
+    const auto entry = _children.find(hash);
+    if (entry != _children.end()) {
+        const pugi::xml_node child(entry->second);
+        if (IsSameName(name, child.name())) {
+            return child;
+        }
     }
     try {
         const auto [known, isNew] =
@@ -92,7 +95,9 @@ std::optional<pugi::xml_node> NameIndex::_lookUp(pugi::xml_node parent, std::str
             return pugi::xml_node();
         }
         if (!isNew && known->second == Children::Searched) {
-            known->second = _enterAll(parent) ? Children::Entered : Children::Refused;
+            pugi::xml_node child = parent.first_child();
+            while (child && _enter(parent, child)) child = child.next_sibling();
+            known->second = child ? Children::Refused : Children::Entered;
         }
     } catch (...) {
         // no memory: this search walks, and a later one may have more
@@ -100,63 +105,12 @@ std::optional<pugi::xml_node> NameIndex::_lookUp(pugi::xml_node parent, std::str
     return std::nullopt;
 }
 
-NameIndex::Node NameIndex::_entry(pugi::xml_node parent, std::string_view name) const {
-    if (_slots.empty()) {
-        return nullptr;
-    }
-    const std::uint64_t hash = _hash(parent, name);
-    std::size_t i = _firstSlot(hash);
-    while (_slots[i].child != nullptr) {
-        if (_slots[i].hash == hash && IsSameName(name, pugi::xml_node(_slots[i].child).name())) {
-            break;
-        }
-        i = _nextSlot(i);
-    }
-    return _slots[i].child;
-}
-
-bool NameIndex::_enterAll(pugi::xml_node parent) {
-    pugi::xml_node child = parent.first_child();
-    while (child && _enter(parent, child)) child = child.next_sibling();
-    return !child;
-}
-
-// False at the probe limit. Spellings of one name that differ in case alone have an entry each,
-// since the locale decides at each search which of them are the same.
+// False where another name has that hash. Of spellings that differ in case alone the first stands
+// for all: a search that tells them apart, since the locale does, walks.
 bool NameIndex::_enter(pugi::xml_node parent, pugi::xml_node child) {
-    const char* const name = child.name();
-    if (2 * _taken >= _slots.size()) {
-        _grow();
-    }
-    const std::uint64_t hash = _hash(parent, name);
-    std::size_t i = _firstSlot(hash);
-    for (int probes = 0; _slots[i].child != nullptr; i = _nextSlot(i)) {
-        if (_slots[i].hash == hash &&
-            std::strcmp(pugi::xml_node(_slots[i].child).name(), name) == 0) {
-            return true;
-        }
-        if (++probes == ProbeLimit) {
-            return false;
-        }
-    }
-    _slots[i] = {NodePointer::Of(child), hash};
-    ++_taken;
-    return true;
-}
-
-// Begins behind a free slot, so that entries of one hash stay in their order.
-void NameIndex::_grow() {
-    std::vector<Slot> former(std::max<std::size_t>(64, 2 * _slots.size()));
-    _slots.swap(former);
-    const auto isFree = [](const Slot& slot) { return slot.child == nullptr; };
-    std::rotate(former.begin(), std::find_if(former.begin(), former.end(), isFree), former.end());
-    for (const Slot& slot : former) {
-        if (!isFree(slot)) {
-            std::size_t i = _firstSlot(slot.hash);
-            while (!isFree(_slots[i])) i = _nextSlot(i);
-            _slots[i] = slot;
-        }
-    }
+    const std::string_view name = child.name();
+    const auto [entry, isNew] = _children.try_emplace(_hash(parent, name), NodePointer::Of(child));
+    return isNew || IsSameName(name, pugi::xml_node(entry->second).name());
 }
 
 }  // namespace morvel

@@ -1,12 +1,10 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <mutex>
 #include <optional>
 #include <string_view>
 #include <unordered_map>
-#include <vector>
 
 #include <pugixml.hpp>
 
@@ -16,8 +14,8 @@ namespace morvel {
 /// a hash table of (parent, name). The children of a node are entered when it is searched for the
 /// second time, if they are more than a few. Internal.
 ///
-/// An entry takes 32 to 64 bytes. Of several children of one name, letter for letter, only the
-/// first is entered.
+/// An entry takes 32 to 64 bytes. Of several children of one name, whatever its case, only the first
+/// is entered.
 ///
 /// Any number of threads may be in Find at once. Everything else needs the document to itself.
 /// Nothing is thrown: without memory for an entry, searches walk.
@@ -37,28 +35,14 @@ public:
 private:
     using Node = pugi::xml_node_struct*;
 
-    struct Slot {
-        Node child = nullptr;  // null in a free slot
-        std::uint64_t hash = 0;
-    };
-    enum class Children { Searched, Entered, Refused };  // the last: too many equal hashes
+    enum class Children { Searched, Entered, Refused };  // the last: two names of one hash
 
     std::optional<pugi::xml_node> _lookUp(pugi::xml_node parent, std::string_view name);
-    Node _entry(pugi::xml_node parent, std::string_view name) const;
     bool _enter(pugi::xml_node parent, pugi::xml_node child);
-    bool _enterAll(pugi::xml_node parent);
-    void _grow();
-    // By the top bits, in which a multiplicative hash is mixed best.
-    std::size_t _firstSlot(std::uint64_t hash) const {
-        return static_cast<std::size_t>((hash >> 32) * _slots.size() >> 32);
-    }
-    std::size_t _nextSlot(std::size_t slot) const { return (slot + 1) & (_slots.size() - 1); }
 
-    std::mutex _mutex;  // guards what follows
-    // Linear probing: the earlier of two children of one hash stands first in the probe sequence.
-    std::vector<Slot> _slots;  // a power of two, at most half of them taken
-    std::size_t _taken = 0;
-    std::unordered_map<Node, Children> _parents;  // the nodes that were searched
+    std::mutex _mutex;                                  // guards what follows
+    std::unordered_map<std::uint64_t, Node> _children;  // by a hash of parent and name
+    std::unordered_map<Node, Children> _parents;        // the nodes that were searched
 };
 
 }  // namespace morvel
