@@ -12,8 +12,7 @@ namespace {
 bool _forked = false;
 
 nanoid::crypto_random<morvel::MersenneTwister> _seeded() {
-    return nanoid::crypto_random<morvel::MersenneTwister>(
-        morvel::MersenneTwister(std::random_device{}()));
+    return nanoid::crypto_random(morvel::MersenneTwister(std::random_device{}()));
 }
 
 }  // namespace
