@@ -13,7 +13,7 @@ const struct {
 } Runtimes[] = {{L"msvcrt.dll", "_onexit"}, {L"ucrtbase.dll", "_crt_atexit"}};
 
 int _beforeTheEnd() {
-    morvel::LogGate::CloseForTheEnd();
+    morvel::_logGate.CloseForTheEnd();
     return 0;
 }
 

@@ -1,20 +1,19 @@
 #include <morvel/logging/LogGate.h>
 
-#include <atomic>
 #include <chrono>
+#include <new>
 #include <thread>
 
 #include <morvel/logging/LogAsyncChannel.h>
-#include <morvel/platform/platform.h>
 #include <morvel/platform/worker.h>
 
 namespace morvel {
-namespace {
-std::atomic<int> _inside{0};
-std::atomic<bool> _closed{false};
-std::atomic<bool> _ending{false};  // it was closed for the end of the process
-std::atomic<bool> _forksGuarded{false};
+
+LogGate _logGate;
 platform::Mutex _defaultLogLock;
+
+namespace {
+std::atomic<bool> _forksGuarded{false};
 
 // False after a timeout.
 template <class Condition>
@@ -34,40 +33,27 @@ bool _waitFor(Condition isTrue) {
     return false;
 }
 
-bool _tryEnter() {
-    ++_inside;
-    if (!_closed) return true;
-    --_inside;
-    return false;
-}
-
-void _close() {
-    _waitFor([] { return !_closed.exchange(true); });
-    _waitFor([] { return _inside == 0; });
-}
-
 void _beforeFork() {
     _defaultLogLock.lock();
-    _close();
+    _logGate.lock();
     LogAsyncChannel::PauseAll();
 }
 
 void _afterForkInParent() {
     LogAsyncChannel::ResumeAll(false);
-    _closed = false;
+    _logGate.unlock();
     _defaultLogLock.unlock();
 }
 
 void _afterForkInChild() {
     LogAsyncChannel::ResumeAll(true);
-    _inside = 0;
-    _closed = false;
+    new (&_logGate) LogGate;  // whoever was inside or waited is no thread of this process
     _defaultLogLock.unlock();
 }
 }  // namespace
 
-LogGate::Pass::Pass() {
-    if (!_tryEnter() && !_waitFor(_tryEnter)) {
+void LogGate::lock_shared() {
+    if (!_waitFor([this] { return _tryEnter(); })) {
         if (_ending.exchange(false)) {
             _closed = false;
         }
@@ -75,28 +61,28 @@ LogGate::Pass::Pass() {
     }
 }
 
-LogGate::Pass::~Pass() {
+bool LogGate::_tryEnter() {
+    ++_inside;
+    if (!_closed) return true;
+    --_inside;
+    return false;
+}
+
+void LogGate::unlock_shared() {
     --_inside;
 }
 
-LogGate::Closure::Closure() {
-    _close();
+void LogGate::lock() {
+    _waitFor([this] { return !_closed.exchange(true); });
+    _waitFor([this] { return _inside == 0; });
 }
 
-LogGate::Closure::~Closure() {
+void LogGate::unlock() {
     _closed = false;
 }
 
-LogGate::DefaultLogTurn::DefaultLogTurn() {
-    _defaultLogLock.lock();
-}
-
-LogGate::DefaultLogTurn::~DefaultLogTurn() {
-    _defaultLogLock.unlock();
-}
-
 void LogGate::CloseForTheEnd() {
-    _close();
+    lock();
     LogAsyncChannel::WriteAllQueued();
     _ending = true;
 }

@@ -1,6 +1,8 @@
 #include <morvel/logging/NLog.h>
 
 #include <ctime>
+#include <mutex>
+#include <shared_mutex>
 #include <string_view>
 
 #include <Poco/AutoPtr.h>
@@ -16,21 +18,26 @@
 #include <morvel/logging/LogGate.h>
 #include <morvel/platform/platform.h>
 
+using morvel::_defaultLogLock;
+using morvel::_logGate;
 using morvel::LogAsyncChannel;
 using morvel::LogFileChannel;
 using morvel::LogFormattingChannel;
 using morvel::LogGate;
+using morvel::platform::Mutex;
 
 namespace {
-constexpr int Dropped = 0;
 constexpr struct {
     std::string_view word;
     int priority;
 } Levels[] = {
-    {"INFO", Poco::Message::PRIO_INFORMATION}, {"DEBUG", Dropped},
-    {"WARNING", Poco::Message::PRIO_WARNING},  {"FATAL", Poco::Message::PRIO_FATAL},
-    {"ERROR", Poco::Message::PRIO_ERROR},      {"CRITICAL", Poco::Message::PRIO_CRITICAL},
-    {"NOTICE", Poco::Message::PRIO_NOTICE},    {"INFORMATION", Poco::Message::PRIO_INFORMATION},
+    {"INFO", Poco::Message::PRIO_INFORMATION},
+    {"WARNING", Poco::Message::PRIO_WARNING},
+    {"FATAL", Poco::Message::PRIO_FATAL},
+    {"ERROR", Poco::Message::PRIO_ERROR},
+    {"CRITICAL", Poco::Message::PRIO_CRITICAL},
+    {"NOTICE", Poco::Message::PRIO_NOTICE},
+    {"INFORMATION", Poco::Message::PRIO_INFORMATION},
     {"TRACE", Poco::Message::PRIO_TRACE},
 };
 
@@ -53,7 +60,7 @@ NLog* _defaultLog = nullptr;
 void _deleteDefaultLog(void*) {
     NLog* log;
     {
-        const LogGate::DefaultLogTurn turn;
+        const std::lock_guard<Mutex> lock(_defaultLogLock);
         log = _defaultLog;
         _defaultLog = nullptr;
     }
@@ -77,7 +84,7 @@ NLog::~NLog() {
         LogAsyncChannel::WriteAllIfAlone();
         // Kept until the gate is open again: whoever logs need not wait while the queue is written.
         Poco::Channel::Ptr rootChannel, ownChannel;
-        const LogGate::Closure closure;
+        const std::lock_guard<LogGate> alone(_logGate);
         NLog* self = this;
         _instance.compare_exchange_strong(self, nullptr);
         rootChannel = Poco::Logger::root().getChannel();
@@ -106,7 +113,7 @@ NLog* NLog::Set(NLog* log) {
 
 NLog* NLog::DefaultLog() {
     LogGate::GuardForks();
-    const LogGate::DefaultLogTurn turn;
+    const std::lock_guard<Mutex> lock(_defaultLogLock);
     if (_defaultLog == nullptr) {
         morvel::platform::AtUnload(_deleteDefaultLog, nullptr);
         _defaultLog = new NLog;
@@ -126,9 +133,7 @@ void NLog::_write(std::string_view level, std::string_view text) {
     if (_instance == nullptr) return;
     for (const auto& row : Levels) {
         if (level == row.word) {
-            if (row.priority != Dropped) {
-                _write(row.priority, text);
-            }
+            _write(row.priority, text);
             return;
         }
     }
@@ -137,7 +142,7 @@ void NLog::_write(std::string_view level, std::string_view text) {
 void NLog::_write(int priority, std::string_view text) {
     while (_instance != nullptr) {
         {
-            const LogGate::Pass pass;
+            const std::shared_lock<LogGate> pass(_logGate);
             const NLog* const log = _instance;
             if (log == nullptr) return;
             if (log->_configured) {
@@ -154,7 +159,7 @@ void NLog::_write(int priority, std::string_view text) {
         }
         // Two first lines may meet here. POCO's formatter and loggers can't be set up and used at
         // the same time, so the other one waits and then finds the chain complete.
-        const LogGate::Closure closure;
+        const std::lock_guard<LogGate> alone(_logGate);
         if (NLog* const log = _instance) {
             log->_configure();
         }
