@@ -10,20 +10,12 @@
 
 namespace {
 
-// Makes the default handler on demand and deletes it at unload. Its exit handler is registered when
-// the holder is made.
-struct DefaultHolder {
-    ~DefaultHolder() { delete handler; }
-
-    Poco::FastMutex mutex;
-    NErrorHandler* handler = nullptr;
-};
-
-DefaultHolder* _makeHolder() {
-    auto holder = std::make_unique<DefaultHolder>();
-    morvel::platform::AtUnload([](void* object) { delete static_cast<DefaultHolder*>(object); },
-                               holder.get());
-    return holder.release();
+// Deleted at unload.
+NErrorHandler* _makeDefault() {
+    auto handler = std::make_unique<NErrorHandler>();
+    morvel::platform::AtUnload([](void* object) { delete static_cast<NErrorHandler*>(object); },
+                               handler.get());
+    return handler.release();
 }
 
 // A width that the host has set for an output of its own pads no report.
@@ -83,10 +75,6 @@ NErrorHandler* NErrorHandler::Get() {
 }
 
 NErrorHandler* NErrorHandler::DefaultHandler() {
-    static DefaultHolder* const holder = _makeHolder();
-    Poco::FastMutex::ScopedLock lock(holder->mutex);
-    if (holder->handler == nullptr) {
-        holder->handler = new NErrorHandler;
-    }
-    return holder->handler;
+    static NErrorHandler* const handler = _makeDefault();
+    return handler;
 }
