@@ -79,15 +79,6 @@ bool _isDate(std::int32_t year, std::int32_t month, std::int32_t day, std::int32
            isIn(0, microsecond, 999);
 }
 
-NTimestamp _fromParts(std::int32_t year, std::int32_t month, std::int32_t day, std::int32_t hour,
-                      std::int32_t minute, std::int32_t second, std::int32_t millisecond,
-                      std::int32_t microsecond) {
-    return _isDate(year, month, day, hour, minute, second, millisecond, microsecond)
-               ? _instantOf(year, month, day, hour, minute, second,
-                            millisecond * 1000 + microsecond)
-               : _localNow();
-}
-
 // Whether the parser of POCO would look for a number.
 bool _asksForNumber(const std::string& format) {
     constexpr std::string_view Letters = "defmnoyYrHhMSsicF";
@@ -132,7 +123,10 @@ NDateTime::NDateTime(const NTimestamp& timestamp) : _timestamp(timestamp) {
 NDateTime::NDateTime(std::int32_t year, std::int32_t month, std::int32_t day, std::int32_t hour,
                      std::int32_t minute, std::int32_t second, std::int32_t millisecond,
                      std::int32_t microsecond)
-    : NDateTime(_fromParts(year, month, day, hour, minute, second, millisecond, microsecond)) {}
+    : NDateTime(
+          _isDate(year, month, day, hour, minute, second, millisecond, microsecond)
+              ? _instantOf(year, month, day, hour, minute, second, millisecond * 1000 + microsecond)
+              : _localNow()) {}
 
 // The factor is that of 100-nanosecond intervals, and yet both numbers count microseconds.
 NDateTime::NDateTime(std::int64_t base, std::int64_t difference)
