@@ -4,7 +4,6 @@
 
 #include <morvel/files/ThrowTranslated.h>
 #include <morvel/platform/platform.h>
-#include <morvel/text/Conversion.h>
 
 // POCO's headers may have brought windows.h in.
 #undef CreateDirectory
@@ -12,13 +11,9 @@
 
 namespace {
 
-Poco::File _pocoFile(const NString& path) {
-    if (morvel::KeepsBytes(path.Data(), path.Encoding(), EncodingUTF8)) {
-        return Poco::File(path.Data());
-    }
-    NString converted(path);
-    converted.ConvertTo(EncodingUTF8);
-    return Poco::File(converted.Data());
+Poco::File _pocoFile(NString path) {  // by value: the copy is what gets converted
+    path.ConvertTo(EncodingUTF8);
+    return Poco::File(path.Data());
 }
 
 }  // namespace

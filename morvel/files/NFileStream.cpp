@@ -32,10 +32,13 @@ bool _isFolder(const std::string& name) {
     }
 }
 
-// The result of `operation` cut to 32 bits, 0 where it fails. Platforms differ in which failures
-// throw and which return something below 0.
+// The result of `operation` cut to 32 bits, 0 where it fails or `file` is closed. Platforms differ
+// in which failures throw and which return something below 0.
 template <class Operation>
-int _resultOf(Operation operation) {
+int _resultOf(const NFileStreamBuf* file, Operation operation) {
+    if (file == nullptr) {
+        return 0;
+    }
     try {
         const std::streamoff result = operation();
         return result < 0 ? 0 : static_cast<int>(result);
@@ -85,31 +88,23 @@ void NFileStream::Close() {
 }
 
 int NFileStream::Read(void* buffer, int count) {
-    if (_buf == nullptr || count <= 0) {
-        return 0;
-    }
-    return _resultOf([&] { return _buf->readFromDevice(static_cast<char*>(buffer), count); });
+    return _resultOf(_buf, [&] {
+        return count > 0 ? _buf->readFromDevice(static_cast<char*>(buffer), count) : 0;
+    });
 }
 
 int NFileStream::Write(const void* buffer, int count) {
-    if (_buf == nullptr || count <= 0) {
-        return 0;
-    }
-    return _resultOf([&] { return _buf->writeToDevice(static_cast<const char*>(buffer), count); });
+    return _resultOf(_buf, [&] {
+        return count > 0 ? _buf->writeToDevice(static_cast<const char*>(buffer), count) : 0;
+    });
 }
 
 int NFileStream::Seek(int position) {
-    if (_buf == nullptr) {
-        return 0;
-    }
-    return _resultOf([&] { return std::streamoff(_buf->seekpos(position, BothDirections)); });
+    return _resultOf(_buf, [&] { return std::streamoff(_buf->seekpos(position, BothDirections)); });
 }
 
 int NFileStream::Size() {
-    if (_buf == nullptr) {
-        return 0;
-    }
-    return _resultOf([&] {
+    return _resultOf(_buf, [&] {
         const std::streamoff position = _buf->seekoff(0, std::ios::cur, BothDirections);
         const std::streamoff size = _buf->seekoff(0, std::ios::end, BothDirections);
         _buf->seekoff(position, std::ios::beg, BothDirections);
