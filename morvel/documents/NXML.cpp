@@ -16,6 +16,7 @@
 #include <morvel/documents/NodeEdits.h>
 #include <morvel/files/NFile.h>
 #include <morvel/files/NPath.h>
+#include <morvel/files/WholeFile.h>
 #include <morvel/platform/platform.h>
 
 namespace {
@@ -40,7 +41,7 @@ pugi::xml_parse_result _load(pugi::xml_document& document,
     pugi::xml_parse_result result;
     try {
         std::string bytes;
-        if (!morvel::platform::ReadWholeFile(name, &bytes)) {
+        if (!morvel::ReadWholeFile(name, &bytes)) {
             return document.load_buffer(bytes.data(), bytes.size(), ParseOptions);
         }
         result.status = pugi::status_file_not_found;
@@ -53,8 +54,8 @@ pugi::xml_parse_result _load(pugi::xml_document& document,
 // As pugixml's save_file, whose descriptor would go to programs that other threads start, and may
 // be the standard output of a host that runs without one.
 bool _save(const pugi::xml_document& document, const morvel::platform::NativeName& name) {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(morvel::platform::OpenShared(name),
-                                                               std::fclose);
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(
+        morvel::platform::Open(name, morvel::platform::Access::Write), std::fclose);
     if (!file) {
         return false;
     }

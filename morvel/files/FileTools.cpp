@@ -3,6 +3,7 @@
 #include <system_error>
 
 #include <morvel/base/NException.h>
+#include <morvel/files/WholeFile.h>
 #include <morvel/platform/platform.h>
 
 namespace {
@@ -43,7 +44,7 @@ NPath morvel::FromStdPath(const std::filesystem::path& path) {
 
 std::string morvel::ReadFile(const NPath& path) {
     std::string bytes;
-    _check(platform::ReadWholeFile(ToStdPath(path), &bytes), path, false);
+    _check(ReadWholeFile(ToStdPath(path), &bytes), path, false);
     return bytes;
 }
 
@@ -54,7 +55,7 @@ void morvel::WriteFile(const NPath& path, std::string_view bytes) {
         name = std::filesystem::weakly_canonical(name, error);
         _check(error, path, true);
     }
-    _check(platform::ReplaceContents(name, bytes), path, true);
+    _check(ReplaceContents(name, bytes), path, true);
 }
 
 void morvel::Rename(const NPath& from, const NPath& to) {

@@ -77,9 +77,21 @@ bool CreationTime(const NWideString& name, std::int64_t* seconds);
 /// advisory there). Null if it can't be opened. The caller closes it with std::fclose.
 std::FILE* OpenForWriting(const NWideString& name);
 
-/// As std::fopen with "wb": whatever others do with the file. The caller closes it with
-/// std::fclose.
-std::FILE* OpenShared(const NativeName& name);
+/// What a file is opened for: to be read; to be made or emptied and written; to be made, where no
+/// file has the name, and written.
+enum class Access { Read, Write, New };
+
+/// As std::fopen in binary mode: whatever others do with the file. Null, with the reason in errno,
+/// if it can't be opened. The caller closes it with std::fclose.
+std::FILE* Open(const NativeName& name, Access access);
+
+/// Gives an open file the permissions of the file `from`, if there is one; false, with the reason
+/// in errno, where that can't be done. Does nothing on Windows, whose files inherit them from their
+/// folder.
+bool CopyPermissions(const NativeName& from, std::FILE* to);
+
+/// Returns when all that was written is on the disk; false, with the reason in errno, if it isn't.
+bool FlushToDisk(std::FILE* file);
 
 /// Keeps the open file of a Poco::FileStreamBuf from programs that the process starts, and off the
 /// descriptors 0 to 2. Does nothing on Windows, which has neither hazard.
@@ -104,14 +116,6 @@ std::uint64_t SizeOf(FileHandle file);
 
 /// NoFile is left alone.
 void Close(FileHandle file);
-
-/// Puts all that the file holds into `*bytes`, which are to be empty.
-std::error_code ReadWholeFile(const std::filesystem::path& name, std::string* bytes);
-
-/// Makes the file hold `bytes`: writes them to a new file beside `name`, waits until they are on
-/// the disk, and renames it over `name`, whose permissions it takes over. After an error there is
-/// no new file, and `name` has what it had.
-std::error_code ReplaceContents(const std::filesystem::path& name, std::string_view bytes);
 
 /// Renames, over a file that has the new name already.
 std::error_code Rename(const std::filesystem::path& from, const std::filesystem::path& to);

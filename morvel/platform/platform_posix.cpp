@@ -10,9 +10,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <new>
 #include <system_error>
@@ -22,6 +24,8 @@
 #include <Poco/Exception.h>
 #include <Poco/File.h>
 #include <Poco/FileStream.h>
+
+#include <morvel/platform/Codecs.h>
 
 // What the compiler itself registers the destructors of static objects with. The handle tells the
 // shared library that an entry belongs to, so that unloading it runs the entry.
@@ -38,19 +42,12 @@ std::error_code _lastError() {
     return std::error_code(errno, std::generic_category());
 }
 
-struct CloseAtEnd {
-    int file;
-    ~CloseAtEnd() { close(file); }
-};
-
 union semun {  // left to the caller by the C library
     int val;
     semid_ds* buf;
 };
 
 constexpr char32_t Replacement = 0xFFFD;
-constexpr char32_t Malformed = 0xFFFFFFFF;
-
 bool _isHighSurrogate(char32_t c) {
     return c >= 0xD800 && c <= 0xDBFF;
 }
@@ -58,49 +55,22 @@ bool _isLowSurrogate(char32_t c) {
     return c >= 0xDC00 && c <= 0xDFFF;
 }
 
-void _appendUtf8(std::string* out, char32_t c) {
-    const auto byte = [out](char32_t value) { out->push_back(static_cast<char>(value)); };
-    if (c < 0x80) {
-        byte(c);
-    } else if (c < 0x800) {
-        byte(0xC0 | c >> 6);
-        byte(0x80 | (c & 0x3F));
-    } else if (c < 0x10000) {
-        byte(0xE0 | c >> 12);
-        byte(0x80 | (c >> 6 & 0x3F));
-        byte(0x80 | (c & 0x3F));
-    } else {
-        byte(0xF0 | c >> 18);
-        byte(0x80 | (c >> 12 & 0x3F));
-        byte(0x80 | (c >> 6 & 0x3F));
-        byte(0x80 | (c & 0x3F));
-    }
-}
-
-// Reads one code point and moves `*at` behind it. Of malformed text it takes the longest prefix
-// that could have begun one, or else one byte, as the Unicode Standard recommends in 3.9 and the
-// converter of Windows does. Stops in front of a NUL.
-char32_t _nextUtf8(const unsigned char** at) {
-    const unsigned char lead = *(*at)++;
-    if (lead < 0x80) {
-        return lead;
-    }
-    if (lead < 0xC2 || lead > 0xF4) {
-        return Malformed;
-    }
-    const int following = lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : 3;
-    // The second byte has a narrower range where the whole one would allow overlong forms,
-    // surrogates and what lies above U+10FFFF.
-    unsigned char low = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
-    unsigned char high = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
-    char32_t c = lead & (0x3F >> following);
-    for (int i = 0; i < following; ++i) {
-        if (**at < low || **at > high) {
-            return Malformed;
+// Reads one code point and moves `p` behind it. Of malformed text it takes the longest prefix that
+// could have begun one, or else one byte, as the Unicode Standard recommends in 3.9 and the
+// converter of Windows does.
+char32_t _nextUtf8(const unsigned char*& p, const unsigned char* end) {
+    const unsigned char* const begin = p;
+    const char32_t c = Utf8Codec::Read(p, end);
+    if (c == Malformed) {
+        // The second byte has a narrower range where the whole one would allow overlong forms,
+        // surrogates and what lies above U+10FFFF.
+        const unsigned char lead = *begin;
+        const unsigned char low = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
+        const unsigned char high = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
+        p = begin + 1;
+        if (lead >= 0xC2 && lead <= 0xF4 && p != end && *p >= low && *p <= high) {
+            p = std::find_if_not(p, end, Utf8Codec::IsContinuation);
         }
-        c = c << 6 | (*(*at)++ & 0x3F);
-        low = 0x80;
-        high = 0xBF;
     }
     return c;
 }
@@ -121,9 +91,6 @@ std::string _homeFolder() {
 
 // Makes whatever is missing of a folder. A failure shows when the folder is used.
 void _makeFolders(const std::string& folder) {
-    if (mkdir(folder.c_str(), 0700) == 0 || errno != ENOENT) {
-        return;
-    }
     for (std::size_t end = 0; end != std::string::npos;) {
         end = folder.find('/', end + 1);
         mkdir(folder.substr(0, end).c_str(), 0700);
@@ -159,6 +126,15 @@ int _aboveStandardStreams(int file) {
 
 int _open(const std::string& name, int flags, mode_t mode = 0666) {
     return _aboveStandardStreams(open(name.c_str(), flags | O_CLOEXEC, mode));
+}
+
+// The stream closes the descriptor, which is closed at once where there is none.
+std::FILE* _asStream(int file, const char* mode) {
+    std::FILE* const stream = file < 0 ? nullptr : fdopen(file, mode);
+    if (file >= 0 && stream == nullptr) {
+        close(file);
+    }
+    return stream;
 }
 
 // POCO 1.11 keeps its descriptor to itself, but an explicit instantiation may name what is private.
@@ -222,7 +198,8 @@ std::string NarrowFromWide(const NWideChar* text, std::int32_t codePage) {
         } else if (_isHighSurrogate(c) || _isLowSurrogate(c)) {
             c = Replacement;
         }
-        _appendUtf8(&result, c);
+        char bytes[4];
+        result.append(bytes, Utf8Codec::Write(bytes, c));
     }
     return result;
 }
@@ -233,9 +210,10 @@ NWideString WideFromNarrow(const char* text, std::int32_t codePage) {
         return result;
     }
     const char32_t substitute = codePage == CodePageUtf8 ? Replacement : U'?';
-    const auto* at = reinterpret_cast<const unsigned char*>(text);
-    while (*at != 0) {
-        char32_t c = _nextUtf8(&at);
+    const auto* p = reinterpret_cast<const unsigned char*>(text);
+    const unsigned char* const end = p + std::strlen(text);
+    while (p != end) {
+        char32_t c = _nextUtf8(p, end);
         if (c == Malformed) {
             c = substitute;
         }
@@ -277,17 +255,9 @@ void CreateDirectories(const std::string& name) {
 }
 
 NWideString SpecialFolder(Folder folder) {
-    std::string name;
-    switch (folder) {
-        case Folder::AppData:
-            name = _userDataFolder();
-            break;
-        case Folder::CommonAppData:
-            name = "/var/lib";
-            break;
-        case Folder::CommonDocuments:
-            name = "/usr/local/share";
-            break;
+    std::string name = folder == Folder::CommonAppData ? "/var/lib" : "/usr/local/share";
+    if (folder == Folder::AppData) {
+        name = _userDataFolder();
     }
     return WideFromNarrow(name.c_str(), CodePageUtf8);
 }
@@ -327,20 +297,31 @@ std::FILE* OpenForWriting(const NWideString& name) {
         const bool taken = flock(file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
         usable = !taken && ftruncate(file, 0) == 0;
     }
-    std::FILE* const stream = usable ? fdopen(file, "wb") : nullptr;
-    if (stream == nullptr) {
+    if (!usable) {
         close(file);
+        return nullptr;
     }
-    return stream;
+    return _asStream(file, "wb");
 }
 
-std::FILE* OpenShared(const NativeName& name) {
-    const int file = _open(name, O_WRONLY | O_CREAT | O_TRUNC);
-    std::FILE* const stream = file < 0 ? nullptr : fdopen(file, "wb");
-    if (file >= 0 && stream == nullptr) {
-        close(file);
+std::FILE* Open(const NativeName& name, Access access) {
+    switch (access) {
+        case Access::Read:
+            return _asStream(_open(name, O_RDONLY), "rb");
+        case Access::Write:
+            return _asStream(_open(name, O_WRONLY | O_CREAT | O_TRUNC), "wb");
+        default:
+            return _asStream(_open(name, O_WRONLY | O_CREAT | O_EXCL), "wb");
     }
-    return stream;
+}
+
+bool CopyPermissions(const NativeName& from, std::FILE* to) {
+    struct stat status;
+    return stat(from.c_str(), &status) != 0 || fchmod(fileno(to), status.st_mode & 07777) == 0;
+}
+
+bool FlushToDisk(std::FILE* file) {
+    return std::fflush(file) == 0 && fsync(fileno(file)) == 0;
 }
 
 void KeepPrivate(Poco::FileStreamBuf* file) {
@@ -383,77 +364,6 @@ void Close(FileHandle file) {
     if (file != NoFile) {
         close(static_cast<int>(file));
     }
-}
-
-std::error_code ReadWholeFile(const std::filesystem::path& name, std::string* bytes) {
-    const int file = _open(name.native(), O_RDONLY);
-    if (file < 0) {
-        return _lastError();
-    }
-    const CloseAtEnd closeAtEnd{file};
-    struct stat status;
-    if (fstat(file, &status) == 0 && S_ISREG(status.st_mode)) {
-        bytes->reserve(static_cast<std::size_t>(status.st_size));
-    }
-    char piece[65536];
-    for (;;) {
-        const ssize_t count = read(file, piece, sizeof piece);
-        if (count == 0) {
-            return {};
-        }
-        if (count > 0) {
-            bytes->append(piece, static_cast<std::size_t>(count));
-        } else if (errno != EINTR) {
-            return _lastError();
-        }
-    }
-}
-
-std::error_code ReplaceContents(const std::filesystem::path& name, std::string_view bytes) {
-    std::filesystem::path newName;
-    int file = -1;
-    // Another process of this number, in a container of its own, may have left or have its file
-    // here.
-    for (int attempt = 0; attempt < 1000 && file < 0; ++attempt) {
-        newName = name.native() + "." + std::to_string(getpid() + attempt) + ".new";
-        file = _open(newName.native(), O_WRONLY | O_CREAT | O_EXCL);
-        if (file < 0 && errno != EEXIST) {
-            break;
-        }
-    }
-    if (file < 0) {
-        return _lastError();
-    }
-    std::error_code error;
-    struct stat status;
-    if (stat(name.c_str(), &status) == 0) {
-        if (S_ISDIR(status.st_mode)) {
-            error = std::make_error_code(std::errc::is_a_directory);
-        } else if (fchmod(file, status.st_mode & 07777) != 0) {
-            error = _lastError();
-        }
-    }
-    while (!error && !bytes.empty()) {
-        const ssize_t count = write(file, bytes.data(), bytes.size());
-        if (count >= 0) {
-            bytes.remove_prefix(static_cast<std::size_t>(count));
-        } else if (errno != EINTR) {
-            error = _lastError();
-        }
-    }
-    if (!error && fsync(file) != 0) {
-        error = _lastError();
-    }
-    if (close(file) != 0 && !error) {
-        error = _lastError();
-    }
-    if (!error) {
-        error = Rename(newName, name);
-    }
-    if (error) {
-        unlink(newName.c_str());
-    }
-    return error;
 }
 
 std::error_code Rename(const std::filesystem::path& from, const std::filesystem::path& to) {

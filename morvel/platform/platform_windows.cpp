@@ -10,9 +10,7 @@
 #include <shlobj.h>
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <atomic>
-#include <cerrno>
 #include <cstring>
 
 // Exported by ntdll since Windows XP. The documented way to learn it is an argument of DllMain,
@@ -22,24 +20,6 @@ extern "C" __declspec(dllimport) BOOLEAN NTAPI RtlDllShutdownInProgress(void);
 namespace morvel::platform {
 
 namespace {
-
-std::error_code _lastError() {
-    return std::error_code(errno, std::generic_category());
-}
-
-// The C runtime says of a folder that access is denied.
-std::error_code _openError(const std::filesystem::path& name) {
-    const std::error_code error = _lastError();
-    const DWORD attributes = GetFileAttributesW(name.c_str());
-    const bool isFolder =
-        attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-    return isFolder ? std::make_error_code(std::errc::is_a_directory) : error;
-}
-
-struct CloseAtEnd {
-    int file;
-    ~CloseAtEnd() { _close(file); }
-};
 
 struct UnloadEntry {
     void (*cleanUp)(void*);
@@ -127,8 +107,21 @@ std::FILE* OpenForWriting(const NWideString& name) {
     return _wfsopen(name.c_str(), L"wb", _SH_DENYWR);
 }
 
-std::FILE* OpenShared(const NativeName& name) {
-    return _wfopen(name.c_str(), L"wb");
+std::FILE* Open(const NativeName& name, Access access) {
+    constexpr int Shared = _O_BINARY | _O_NOINHERIT;
+    const int flags = access == Access::Read    ? _O_RDONLY
+                      : access == Access::Write ? _O_WRONLY | _O_CREAT | _O_TRUNC
+                                                : _O_WRONLY | _O_CREAT | _O_EXCL;
+    const int file = _wopen(name.c_str(), flags | Shared, _S_IREAD | _S_IWRITE);
+    return file < 0 ? nullptr : _fdopen(file, access == Access::Read ? "rb" : "wb");
+}
+
+bool CopyPermissions(const NativeName&, std::FILE*) {
+    return true;
+}
+
+bool FlushToDisk(std::FILE* file) {
+    return std::fflush(file) == 0 && _commit(_fileno(file)) == 0;
 }
 
 void KeepPrivate(Poco::FileStreamBuf*) {}
@@ -165,61 +158,6 @@ void Close(FileHandle file) {
     if (file != NoFile) {
         CloseHandle(reinterpret_cast<HANDLE>(file));
     }
-}
-
-std::error_code ReadWholeFile(const std::filesystem::path& name, std::string* bytes) {
-    const int file = _wopen(name.c_str(), _O_RDONLY | _O_BINARY | _O_NOINHERIT);
-    if (file < 0) {
-        return _openError(name);
-    }
-    const CloseAtEnd closeAtEnd{file};
-    char piece[65536];
-    for (;;) {
-        const int count = _read(file, piece, sizeof piece);
-        if (count <= 0) {
-            return count == 0 ? std::error_code() : _lastError();
-        }
-        bytes->append(piece, static_cast<std::size_t>(count));
-    }
-}
-
-std::error_code ReplaceContents(const std::filesystem::path& name, std::string_view bytes) {
-    std::filesystem::path newName;
-    int file = -1;
-    for (unsigned attempt = 0; attempt < 1000 && file < 0; ++attempt) {
-        newName = name.native() + L"." + std::to_wstring(GetCurrentProcessId() + attempt) + L".new";
-        file = _wopen(newName.c_str(), _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY | _O_NOINHERIT,
-                      _S_IREAD | _S_IWRITE);
-        if (file < 0 && errno != EEXIST) {
-            break;
-        }
-    }
-    if (file < 0) {
-        return _openError(name);
-    }
-    std::error_code error;
-    while (!error && !bytes.empty()) {
-        const auto count = static_cast<unsigned>(std::min<std::size_t>(bytes.size(), 1 << 30));
-        const int written = _write(file, bytes.data(), count);
-        if (written > 0) {
-            bytes.remove_prefix(static_cast<std::size_t>(written));
-        } else {
-            error = _lastError();
-        }
-    }
-    if (!error && _commit(file) != 0) {
-        error = _lastError();
-    }
-    if (_close(file) != 0 && !error) {
-        error = _lastError();
-    }
-    if (!error) {
-        error = Rename(newName, name);
-    }
-    if (error) {
-        _wunlink(newName.c_str());
-    }
-    return error;
 }
 
 std::error_code Rename(const std::filesystem::path& from, const std::filesystem::path& to) {

@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include <morvel/text/Codecs.h>
+#include <morvel/platform/Codecs.h>
 #include <morvel/text/NfcQuickCheck.h>
 
 using morvel::Transcoder;

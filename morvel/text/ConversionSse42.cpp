@@ -5,8 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include <morvel/platform/Codecs.h>
 #include <morvel/platform/processor.h>
-#include <morvel/text/Codecs.h>
 #include <morvel/text/Conversion.h>
 #include <morvel/text/Utf8Simd.h>
 

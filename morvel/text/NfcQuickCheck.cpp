@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include <morvel/platform/Codecs.h>
 #include <morvel/platform/processor.h>
-#include <morvel/text/Codecs.h>
 #include <morvel/text/Utf8Simd.h>
 
 namespace {

@@ -9,7 +9,7 @@
 
 #include <utf8proc.h>
 
-#include <morvel/text/Codecs.h>
+#include <morvel/platform/Codecs.h>
 #include <morvel/text/NfcQuickCheck.h>
 
 using morvel::Utf8Codec;

@@ -5,7 +5,8 @@
 #include <cstdint>
 #include <cstring>
 
-// Internal: one codec an encoding. Each has
+// Internal: one codec an encoding. They stand below the text wing because the platform layer writes
+// UTF-8, too, where the system has no code pages. Each has
 //
 //     using Unit = ...;                                     its code unit
 //     char32_t Read(const unsigned char*& p, const unsigned char* end);
@@ -67,38 +68,25 @@ struct Utf8Codec {
     static bool IsContinuation(unsigned byte) { return (byte & 0xC0) == 0x80; }
 
     static char32_t Read(const unsigned char*& p, const unsigned char* end) {
-        const char32_t lead = *p;
-        const std::ptrdiff_t left = end - p;
-        std::ptrdiff_t length = 1;  // what the lead byte announces
-        if (lead < 0x80) {
-            ++p;
-            return lead;
+        constexpr char32_t Least[] = {0, 0, 0x80, 0x800, 0x10000};  // by length
+        const char32_t lead = *p++;
+        if (lead < 0x80) return lead;
+        // What the lead byte announces; a byte that is none stands alone.
+        const int length = lead < 0xC0   ? 1
+                           : lead < 0xE0 ? 2
+                           : lead < 0xF0 ? 3
+                           : lead < 0xF8 ? 4
+                                         : 1;
+        const unsigned char* const stop = p + std::min<std::ptrdiff_t>(length - 1, end - p);
+        bool isWhole = length != 1 && stop - p == length - 1;
+        char32_t c = lead & (0x7Fu >> length);
+        for (; p != stop; ++p) {
+            isWhole = isWhole && IsContinuation(*p);
+            c = c << 6 | (*p & 0x3Fu);
         }
-        if (lead >= 0xC0 && lead < 0xE0) {
-            length = 2;
-            if (left >= 2 && lead >= 0xC2 && IsContinuation(p[1])) {
-                const char32_t c = (lead & 0x1F) << 6 | (p[1] & 0x3Fu);
-                p += 2;
-                return c;
-            }
-        } else if (lead >= 0xE0 && lead < 0xF0) {
-            length = 3;
-            if (left >= 3 && IsContinuation(p[1]) && IsContinuation(p[2])) {
-                const char32_t c = (lead & 0xF) << 12 | (p[1] & 0x3Fu) << 6 | (p[2] & 0x3Fu);
-                p += 3;
-                return c >= 0x800 && (c & 0xF800) != 0xD800 ? c : Malformed;
-            }
-        } else if (lead >= 0xF0 && lead < 0xF8) {
-            length = 4;
-            if (left >= 4 && IsContinuation(p[1]) && IsContinuation(p[2]) && IsContinuation(p[3])) {
-                const char32_t c = (lead & 0x7) << 18 | (p[1] & 0x3Fu) << 12 | (p[2] & 0x3Fu) << 6 |
-                                   (p[3] & 0x3Fu);
-                p += 4;
-                return c >= 0x10000 && c <= 0x10FFFF ? c : Malformed;
-            }
-        }
-        p += std::min(length, left);
-        return Malformed;
+        isWhole =
+            isWhole && c >= Least[length] && c <= 0x10FFFF && (c & ~char32_t{0x7FF}) != 0xD800;
+        return isWhole ? c : Malformed;
     }
 
     static char* Write(char* to, char32_t c) {

@@ -1,0 +1,73 @@
+#include <morvel/files/WholeFile.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <memory>
+
+#include <morvel/platform/platform.h>
+
+using morvel::platform::Access;
+
+namespace {
+
+std::error_code _lastError() {
+    return std::error_code(errno, std::generic_category());
+}
+
+bool _isFolder(const std::filesystem::path& name) {
+    std::error_code ignored;
+    return std::filesystem::is_directory(name, ignored);
+}
+
+// Writes to the disk what `file` is to hold when it takes the place of `name`.
+std::error_code _fill(std::FILE* file, const std::filesystem::path& name, std::string_view bytes) {
+    if (!morvel::platform::CopyPermissions(name.native(), file)) return _lastError();
+    while (!bytes.empty()) {
+        bytes.remove_prefix(std::fwrite(bytes.data(), 1, bytes.size(), file));
+        if (!bytes.empty() && errno != EINTR) return _lastError();
+    }
+    return morvel::platform::FlushToDisk(file) ? std::error_code() : _lastError();
+}
+
+}  // namespace
+
+std::error_code morvel::ReadWholeFile(const std::filesystem::path& name, std::string* bytes) {
+    if (_isFolder(name)) return std::make_error_code(std::errc::is_a_directory);
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(
+        platform::Open(name.native(), Access::Read), std::fclose);
+    if (!file) return _lastError();
+    std::error_code unknown;  // the size of a pipe
+    const std::uintmax_t size = std::filesystem::file_size(name, unknown);
+    if (!unknown) bytes->reserve(static_cast<std::size_t>(size));
+    char buffer[65536];
+    while (std::feof(file.get()) == 0) {
+        bytes->append(buffer, std::fread(buffer, 1, sizeof buffer, file.get()));
+        if (std::ferror(file.get()) != 0) {
+            if (errno != EINTR) return _lastError();
+            std::clearerr(file.get());
+        }
+    }
+    return {};
+}
+
+std::error_code morvel::ReplaceContents(const std::filesystem::path& name, std::string_view bytes) {
+    if (_isFolder(name)) return std::make_error_code(std::errc::is_a_directory);
+    std::filesystem::path newName;
+    std::FILE* file = nullptr;
+    // Another process may have its file here, or have left it.
+    for (int number = 0; number < 1000 && file == nullptr; ++number) {
+        newName = name;
+        newName += "." + std::to_string(number) + ".new";
+        file = platform::Open(newName.native(), Access::New);
+        if (file == nullptr && errno != EEXIST) break;
+    }
+    if (file == nullptr) return _lastError();
+    std::error_code error = _fill(file, name, bytes);
+    if (std::fclose(file) != 0 && !error) error = _lastError();
+    if (!error) error = platform::Rename(newName, name);
+    if (error) {
+        std::error_code ignored;  // the failure itself is what counts
+        std::filesystem::remove(newName, ignored);
+    }
+    return error;
+}
