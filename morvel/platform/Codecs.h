@@ -68,25 +68,27 @@ struct Utf8Codec {
     static bool IsContinuation(unsigned byte) { return (byte & 0xC0) == 0x80; }
 
     static char32_t Read(const unsigned char*& p, const unsigned char* end) {
-        constexpr char32_t Least[] = {0, 0, 0x80, 0x800, 0x10000};  // by length
-        const char32_t lead = *p++;
-        if (lead < 0x80) return lead;
+        const unsigned char* const at = p;
+        const char32_t lead = *at;
         // What the lead byte announces; a byte that is none stands alone.
-        const int length = lead < 0xC0   ? 1
-                           : lead < 0xE0 ? 2
-                           : lead < 0xF0 ? 3
-                           : lead < 0xF8 ? 4
-                                         : 1;
-        const unsigned char* const stop = p + std::min<std::ptrdiff_t>(length - 1, end - p);
-        bool isWhole = length != 1 && stop - p == length - 1;
-        char32_t c = lead & (0x7Fu >> length);
-        for (; p != stop; ++p) {
-            isWhole = isWhole && IsContinuation(*p);
-            c = c << 6 | (*p & 0x3Fu);
+        const std::ptrdiff_t length = lead < 0xC0 || lead >= 0xF8 ? 1
+                                      : lead < 0xE0               ? 2
+                                      : lead < 0xF0               ? 3
+                                                                  : 4;
+        p += std::min(length, end - at);
+        if (lead < 0x80) return lead;
+        if (p - at != length || !std::all_of(at + 1, p, IsContinuation)) return Malformed;
+        if (length == 2 && lead >= 0xC2) return (lead & 0x1F) << 6 | (at[1] & 0x3Fu);
+        if (length == 3) {
+            const char32_t c = (lead & 0xF) << 12 | (at[1] & 0x3Fu) << 6 | (at[2] & 0x3Fu);
+            if (c >= 0x800 && (c & 0xF800) != 0xD800) return c;
         }
-        isWhole =
-            isWhole && c >= Least[length] && c <= 0x10FFFF && (c & ~char32_t{0x7FF}) != 0xD800;
-        return isWhole ? c : Malformed;
+        if (length == 4) {
+            const char32_t c =
+                (lead & 0x7) << 18 | (at[1] & 0x3Fu) << 12 | (at[2] & 0x3Fu) << 6 | (at[3] & 0x3Fu);
+            if (c >= 0x10000 && c <= 0x10FFFF) return c;
+        }
+        return Malformed;
     }
 
     static char* Write(char* to, char32_t c) {
