@@ -49,12 +49,6 @@ NPath _logFolder() {
     return folder;
 }
 
-// Of the logger of this name; null where there is no such logger.
-Poco::Channel::Ptr _channelOf(const std::string& name) {
-    const Poco::Logger::Ptr logger = Poco::Logger::has(name);
-    return logger.isNull() ? Poco::Channel::Ptr() : logger->getChannel();
-}
-
 NLog* _defaultLog = nullptr;
 
 void _deleteDefaultLog(void*) {
@@ -88,7 +82,9 @@ NLog::~NLog() {
         NLog* self = this;
         _instance.compare_exchange_strong(self, nullptr);
         rootChannel = Poco::Logger::root().getChannel();
-        ownChannel = _channelOf(_name.Data());
+        if (const Poco::Logger::Ptr own = Poco::Logger::has(_name.Data())) {
+            ownChannel = own->getChannel();
+        }
         Poco::Logger::root().setChannel(nullptr);
         Poco::Logger::shutdown();
     } catch (...) {

@@ -7,7 +7,6 @@
 #include <cstring>
 #include <string>
 #include <system_error>
-#include <utility>
 
 #include <morvel/base/NErrorHandler.h>
 #include <morvel/logging/NLog.h>
@@ -76,46 +75,26 @@ NLogMessage::NLogMessage(const char* file, std::int32_t line, const char* functi
 
 void NLogMessage::_begin(std::string_view file, std::int32_t line, std::string_view function,
                          std::string_view level) {
-    std::size_t name = file.size();
-    while (name > 0 && !_isSeparator(file[name - 1])) {
-        --name;
-    }
-    char number[11];
-    char* const end = std::to_chars(number, number + sizeof number, line).ptr;
-    _append(level);
-    _levelSize = _size;
-    _append(" [File: ");
-    _append(file.substr(name));
+    constexpr std::size_t Usual = 250;  // most lines need no more
+    _text.reserve(Usual);
+    const auto separator = std::find_if(file.rbegin(), file.rend(), _isSeparator);
+    file.remove_prefix(static_cast<std::size_t>(file.rend() - separator));
+    _text.append(level).append(" [File: ").append(file);
     if (level == "FATAL") {
-        _append(" at: ");
-        _append(function);
+        _text.append(" at: ").append(function);
     }
-    _append(" Line: ");
-    _append({number, static_cast<std::size_t>(end - number)});
-    _append("]\t\"");
-    _headSize = _size;
+    _text.append(" Line: ").append(std::to_string(line)).append("]\t\"");
+    _levelSize = level.size();
+    _headSize = _text.size();
 }
 
 NLogMessage::~NLogMessage() {
-    if (_size == _headSize) {
-        --_size;
+    if (_text.size() == _headSize) {
+        _text.pop_back();
     } else {
-        _append("\"");
+        _text += '"';
     }
-    NLog::_write({_text, _levelSize}, {_text, _size});
-}
-
-void NLogMessage::_append(std::string_view text) {
-    if (text.size() > _capacity - _size) {
-        const std::size_t capacity = std::max(2 * _capacity, _size + text.size());
-        std::unique_ptr<char[]> longer(new char[capacity]);
-        std::copy_n(_text, _size, longer.get());
-        _longer = std::move(longer);
-        _text = _longer.get();
-        _capacity = capacity;
-    }
-    std::copy(text.begin(), text.end(), _text + _size);
-    _size += text.size();
+    NLog::_write(std::string_view(_text).substr(0, _levelSize), _text);
 }
 
 void NLogMessage::Format(const char* format, ...) {
@@ -130,14 +109,13 @@ void NLogMessage::Format(const char* format, ...) {
         va_end(arguments);
     }
     if (length <= 0) {
-        _append("\n\tERROR LOG MSG NOTIFICATION: Failure to parse successfully the message\"");
-        _append(format);
-        _append("\"\n");
+        _text += "\n\tERROR LOG MSG NOTIFICATION: Failure to parse successfully the message\"";
+        _text.append(format).append("\"\n");
         return;
     }
-    _append(buffer);
+    _text += buffer;
     if (length > BufferSize) {
-        _append(std::to_string(BufferSize));
+        _text += std::to_string(BufferSize);
     }
 }
 

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <string_view>
 
@@ -46,15 +45,9 @@ public:
 private:
     MORVEL_LOCAL void _begin(std::string_view file, std::int32_t line, std::string_view function,
                              std::string_view level);
-    MORVEL_LOCAL void _append(std::string_view text);
 
-    // The line as far as it goes, with the opening quote; the level word is its beginning.
-    char _usual[248];  // most lines need no more
-    std::unique_ptr<char[]> _longer;
-    char* _text = _usual;
-    std::size_t _capacity = sizeof _usual;
-    std::size_t _size = 0;
-    std::size_t _headSize;  // of the text in front of the caller's
+    std::string _text;      // the line as far as it goes; the level word is its beginning
+    std::size_t _headSize;  // of the text in front of the caller's, with the opening quote
     std::size_t _levelSize;
 };
 
