@@ -54,14 +54,6 @@ void _orderMarks(CodePoints* text) {
     }
 }
 
-void _append(const CodePoints& text, std::size_t count, std::string* out) {
-    for (std::size_t i = 0; i < count; ++i) {
-        char bytes[4];
-        const char* const end = Utf8Codec::Write(bytes, static_cast<char32_t>(text[i]));
-        out->append(bytes, static_cast<std::size_t>(end - bytes));
-    }
-}
-
 }  // namespace
 
 bool morvel::NormalizeText(std::string* text, NStringForm form) {
@@ -94,7 +86,11 @@ bool morvel::NormalizeText(std::string* text, NStringForm form) {
         _orderMarks(&segment);
         const utf8proc_ssize_t count = utf8proc_normalize_utf32(
             segment.data(), static_cast<utf8proc_ssize_t>(segment.size()), options);
-        _append(segment, static_cast<std::size_t>(count), &result);
+        segment.resize(static_cast<std::size_t>(count));
+        for (const utf8proc_int32_t c : segment) {
+            char bytes[4];
+            result.append(bytes, Utf8Codec::Write(bytes, static_cast<char32_t>(c)));
+        }
     }
     text->swap(result);
     return true;

@@ -5,6 +5,8 @@
 
 #include <utf8proc.h>
 
+#include <morvel/text/ByteOrderMark.h>
+
 namespace {
 
 // Calls `use` with each part of `bytes` between NULs and joins what it returns by NULs: NString and
@@ -147,17 +149,15 @@ bool morvel::CanConvert(const NString& text, NStringEncoding encoding) {
 }
 
 NString morvel::Decode(std::string_view bytes, NStringEncoding fallback) {
-    const auto beginsWith = [&](std::string_view mark) {
-        return bytes.substr(0, mark.size()) == mark;
-    };
-    if (beginsWith("\xEF\xBB\xBF")) return FromUtf8(bytes.substr(3));
-    if (beginsWith("\xFF\xFE")) return _tagged(bytes.substr(2), EncodingUTF16);
-    if (beginsWith("\xFE\xFF")) {
+    if (bytes.substr(0, 2) == "\xFE\xFF") {
         NString text = _tagged(bytes.substr(2), EncodingUTF16);
         text.SwapBytes();
         return text;
     }
-    return fallback == EncodingUTF8 ? FromUtf8(bytes) : _tagged(bytes, fallback);
+    const ByteOrderMark bom = BomOf(bytes);
+    const NStringEncoding encoding = bom.length != 0 ? bom.encoding : fallback;
+    bytes.remove_prefix(bom.length);
+    return encoding == EncodingUTF8 ? FromUtf8(bytes) : _tagged(bytes, encoding);
 }
 
 std::size_t morvel::CountCharacters(const NString& text) {
