@@ -98,9 +98,6 @@ struct Remainder {
 std::size_t _sendRemainder(char* data, std::size_t size, std::size_t count, void* context) {
     auto* remainder = static_cast<Remainder*>(context);
     const std::size_t length = std::min<std::uint64_t>(size * count, remainder->length);
-    if (length == 0) {
-        return 0;
-    }
     std::memcpy(data, remainder->data, length);
     remainder->data += length;
     remainder->length -= length;
