@@ -12,7 +12,7 @@
 
 #include <morvel/base/NErrorHandler.h>
 #include <morvel/base/NException.h>
-#include <morvel/documents/IndexedDocument.h>
+#include <morvel/documents/NameIndex.h>
 #include <morvel/documents/NodeEdits.h>
 #include <morvel/files/NFile.h>
 #include <morvel/files/NPath.h>

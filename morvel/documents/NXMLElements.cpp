@@ -12,7 +12,7 @@
 
 #include <morvel/documents/DottedPath.h>
 #include <morvel/documents/ElementName.h>
-#include <morvel/documents/IndexedDocument.h>
+#include <morvel/documents/NameIndex.h>
 #include <morvel/documents/NodeEdits.h>
 #include <morvel/documents/NodePointer.h>
 
@@ -72,16 +72,6 @@ bool _collectAttributes(pugi::xml_node node, NAttributeList& out) {
         out.emplace_back(attribute.name(), attribute.value());
     }
     return !node.empty();
-}
-
-NNameList _elementNames(pugi::xml_node parent) {
-    NNameList names;
-    for (const pugi::xml_node child : parent.children()) {
-        if (child.type() == pugi::node_element) {
-            names.emplace_back(child.name());
-        }
-    }
-    return names;
 }
 
 // Whether any pair of `filter` is an attribute of `node`.
@@ -300,8 +290,13 @@ bool NXML::ForEachElement(const std::string& path, NElementCallback callback) co
     }
     if (typeid(*this) == typeid(NXML)) {
         // No derived class can look at copies of the elements, some kilobytes apiece: the names do.
-        const NNameList names =
-            _elementNames(_findElement(_document, path.empty() ? RootName() : path));
+        NNameList names;
+        for (const pugi::xml_node child :
+             _findElement(_document, path.empty() ? RootName() : path).children()) {
+            if (child.type() == pugi::node_element) {
+                names.emplace_back(child.name());
+            }
+        }
         for (const std::string& name : names) {
             callback(name, nullptr);
         }

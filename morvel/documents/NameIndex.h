@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string_view>
@@ -14,8 +15,8 @@ namespace morvel {
 /// a hash table of (parent, name). The children of a node are entered when it is searched for the
 /// second time, if they are more than a few. Internal.
 ///
-/// An entry takes 32 to 64 bytes. Of several children of one name, whatever its case, only the first
-/// is entered.
+/// An entry takes 32 to 64 bytes. Of several children of one name, whatever its case, only the
+/// first is entered.
 ///
 /// Any number of threads may be in Find at once. Everything else needs the document to itself.
 /// Nothing is thrown: without memory for an entry, searches walk.
@@ -44,5 +45,15 @@ private:
     std::unordered_map<std::uint64_t, Node> _children;  // by a hash of parent and name
     std::unordered_map<Node, Children> _parents;        // the nodes that were searched
 };
+
+/// The tree of an NXML, and the index of its names. Internal.
+struct IndexedDocument : pugi::xml_document {
+    mutable NameIndex names;  // written by searches, also those of several threads
+};
+
+/// The document element; a null node without one or without a document.
+inline pugi::xml_node RootOf(const std::unique_ptr<IndexedDocument>& document) {
+    return document ? document->document_element() : pugi::xml_node();
+}
 
 }  // namespace morvel
