@@ -8,26 +8,6 @@
 
 #include <morvel/ids/IdentifierGenerator.h>
 
-namespace {
-
-// The smallest 2^k - 1 that covers all indexes below `count`, and 1 for a single symbol.
-unsigned int _mask(std::size_t count) {
-    unsigned int mask = 1;
-    while (mask < count - 1) {
-        mask = mask << 1 | 1;
-    }
-    return mask;
-}
-
-// How many random bytes to draw at a time: the number that is needed on average, and 60 % more.
-// Always evaluated in this order, in double precision, so that a source sees the same request
-// everywhere.
-double _step(unsigned int mask, unsigned long long size, std::size_t count) {
-    return std::ceil(1.6 * mask * static_cast<double>(size) / static_cast<double>(count));
-}
-
-}  // namespace
-
 namespace nanoid {
 
 crypto_random_base::~crypto_random_base() = default;
@@ -64,10 +44,13 @@ void morvel::GenerateInto(std::string* result, nanoid::crypto_random_base& sourc
         throw std::bad_alloc();
     }
     result->reserve(static_cast<std::size_t>(size));
-    // Whatever there was memory for leaves a step far below 2^64, so that the conversion is
-    // defined.
-    const unsigned int mask = _mask(count);
-    const std::size_t length = static_cast<std::size_t>(_step(mask, size, count));
+    unsigned int mask = 1;  // the smallest 2^k - 1 that covers all indexes below `count`
+    while (mask < count - 1) mask = mask << 1 | 1;
+    // How many random bytes to draw at a time: the number that is needed on average, and 60 % more.
+    // Always evaluated in this order, in double precision, so that a source sees the same request
+    // everywhere. Whatever there was memory for leaves it far below 2^64.
+    const auto length = static_cast<std::size_t>(
+        std::ceil(1.6 * mask * static_cast<double>(size) / static_cast<double>(count)));
     unsigned char small[128] = {};  // an identifier of usual length needs no heap
     const std::unique_ptr<unsigned char[]> large(
         length <= sizeof small ? nullptr : new unsigned char[length]());
