@@ -8,8 +8,14 @@
 #include <cstdint>
 #include <cstring>
 
+#include <Poco/Platform.h>
+
 #include <morvel/platform/Codecs.h>
 #include <morvel/text/NfcQuickCheck.h>
+
+#if !defined(POCO_ARCH_LITTLE_ENDIAN)
+#error "The lowest byte of a word has to be the first one in memory."
+#endif
 
 using morvel::Transcoder;
 
@@ -70,9 +76,6 @@ char* _transcode(const unsigned char*& from, const unsigned char* stop, const un
 
 // The encodings that have a codec, in the order of their numbers.
 constexpr unsigned CodecCount = 5;
-constexpr unsigned _codecIndex(NStringEncoding encoding) {
-    return encoding - EncodingASCII;
-}
 
 template <class From>
 constexpr Transcoder To[CodecCount] = {
@@ -87,7 +90,7 @@ constexpr const Transcoder* Pairs[CodecCount] = {To<morvel::AsciiCodec>, To<morv
 }  // namespace
 
 Transcoder morvel::PortableTranscoder(NStringEncoding from, NStringEncoding to) {
-    const unsigned row = _codecIndex(from), column = _codecIndex(to);
+    const unsigned row = from - EncodingASCII, column = to - EncodingASCII;
     return row < CodecCount && column < CodecCount ? Pairs[row][column] : nullptr;
 }
 
