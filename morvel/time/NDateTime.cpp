@@ -1,6 +1,5 @@
 #include <morvel/time/NDateTime.h>
 
-#include <algorithm>
 #include <ctime>
 #include <string_view>
 
@@ -90,15 +89,11 @@ bool _asksForNumber(const std::string& format) {
     return false;
 }
 
-bool _hasDigit(const std::string& text) {
-    return std::any_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
-}
-
 // Throws where POCO finds that it can't read the text or takes what is no date, and for a text
 // without any digit, of which it would read every number as 0 and so find the year 0.
 NDateTime _parsed(const std::string& format, const std::string& text,
                   std::int32_t* timeZoneDifferential) {
-    if (!_hasDigit(text) && _asksForNumber(format)) {
+    if (text.find_first_of("0123456789") == text.npos && _asksForNumber(format)) {
         throw Poco::SyntaxException("no number");
     }
     std::int32_t told = *timeZoneDifferential;
