@@ -113,7 +113,12 @@ std::FILE* Open(const NativeName& name, Access access) {
                       : access == Access::Write ? _O_WRONLY | _O_CREAT | _O_TRUNC
                                                 : _O_WRONLY | _O_CREAT | _O_EXCL;
     const int file = _wopen(name.c_str(), flags | Shared, _S_IREAD | _S_IWRITE);
-    return file < 0 ? nullptr : _fdopen(file, access == Access::Read ? "rb" : "wb");
+    std::FILE* const stream =
+        file < 0 ? nullptr : _fdopen(file, access == Access::Read ? "rb" : "wb");
+    if (file >= 0 && stream == nullptr) {
+        _close(file);
+    }
+    return stream;
 }
 
 bool CopyPermissions(const NativeName&, std::FILE*) {
