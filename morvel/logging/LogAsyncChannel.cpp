@@ -123,11 +123,11 @@ LogAsyncChannel::LogAsyncChannel(Poco::AutoPtr<LogFileChannel> file)
 
 LogAsyncChannel::~LogAsyncChannel() {
     const std::lock_guard<platform::Mutex> lock(_listLock);
-    LogAsyncChannel** place = &_first;
-    while (*place != this) {
-        place = &(*place)->_next;
+    LogAsyncChannel** link = &_first;
+    while (*link != this) {
+        link = &(*link)->_next;
     }
-    *place = _next;
+    *link = _next;
     if (_writer->worker.Stop()) {
         delete _writer;
     }

@@ -41,14 +41,14 @@ constexpr bool HasSse42() {
     return false;
 }
 #else
-/// The place of the lowest 1 in `bits`. REQUIRES: there is one.
+/// The index of the lowest 1 in `bits`. REQUIRES: there is one.
 inline unsigned LowestOne(unsigned long long bits) {
 #if defined(__GNUC__)
     return static_cast<unsigned>(__builtin_ctzll(bits));
 #else
-    unsigned long place;
-    _BitScanForward64(&place, bits);
-    return place;
+    unsigned long index;
+    _BitScanForward64(&index, bits);
+    return index;
 #endif
 }
 

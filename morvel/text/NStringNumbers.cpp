@@ -127,10 +127,10 @@ Pair _parsePair(const std::string& text) {
     return pair;
 }
 
-/// Calls `take` with each piece between commas, from left to right, and returns their number. There
-/// is always a last piece, which may be empty.
+/// Calls `take` with each field between commas, from left to right, and returns their number. There
+/// is always a last field, which may be empty.
 template <class Take>
-std::uint32_t _forEachPiece(const std::string& text, Take take) {
+std::uint32_t _forEachField(const std::string& text, Take take) {
     std::uint32_t count = 1;
     std::size_t start = 0;
     for (std::size_t comma; (comma = text.find(Comma, start)) != std::string::npos; ++count) {
@@ -331,25 +331,25 @@ void NString::SetList(const unsigned char* values, std::uint8_t count) {
 }
 
 std::uint32_t NString::ToList(float* out) const {
-    return _forEachPiece(_data, [&out](const std::string& piece) { *out++ = _parseFloat(piece); });
+    return _forEachField(_data, [&out](const std::string& field) { *out++ = _parseFloat(field); });
 }
 
 std::uint32_t NString::ToList(std::uint16_t* out) const {
-    return _forEachPiece(_data, [&out](const std::string& piece) {
-        *out++ = static_cast<std::uint16_t>(_parseInt(piece));
+    return _forEachField(_data, [&out](const std::string& field) {
+        *out++ = static_cast<std::uint16_t>(_parseInt(field));
     });
 }
 
 std::uint32_t NString::ToList(unsigned char* out) const {
-    return _forEachPiece(_data, [&out](const std::string& piece) {
-        *out++ = static_cast<unsigned char>(_parseInt(piece));
+    return _forEachField(_data, [&out](const std::string& field) {
+        *out++ = static_cast<unsigned char>(_parseInt(field));
     });
 }
 
 std::vector<std::int32_t> NString::ToList() const {
     std::vector<std::int32_t> values;
-    _forEachPiece(_data,
-                  [&values](const std::string& piece) { values.push_back(_parseInt(piece)); });
+    _forEachField(_data,
+                  [&values](const std::string& field) { values.push_back(_parseInt(field)); });
     return values;
 }
 
