@@ -305,14 +305,16 @@ std::FILE* OpenForWriting(const NWideString& name) {
 }
 
 std::FILE* Open(const NativeName& name, Access access) {
-    switch (access) {
-        case Access::Read:
-            return _asStream(_open(name, O_RDONLY), "rb");
-        case Access::Write:
-            return _asStream(_open(name, O_WRONLY | O_CREAT | O_TRUNC), "wb");
-        default:
-            return _asStream(_open(name, O_WRONLY | O_CREAT | O_EXCL), "wb");
+    const int flags = access == Access::Read    ? O_RDONLY
+                      : access == Access::Write ? O_WRONLY | O_CREAT | O_TRUNC
+                                                : O_WRONLY | O_CREAT | O_EXCL;
+    const int file = _open(name, flags);
+    std::FILE* const stream = _asStream(file, access == Access::Read ? "rb" : "wb");
+    if (file >= 0 && stream == nullptr) {
+        if (access == Access::New) unlink(name.c_str());
+        throw std::bad_alloc();
     }
+    return stream;
 }
 
 bool CopyPermissions(const NativeName& from, std::FILE* to) {

@@ -12,6 +12,7 @@
 
 #include <atomic>
 #include <cstring>
+#include <new>
 
 // Exported by ntdll since Windows XP. The documented way to learn it is an argument of DllMain,
 // which says the same at the same time.
@@ -117,6 +118,8 @@ std::FILE* Open(const NativeName& name, Access access) {
         file < 0 ? nullptr : _fdopen(file, access == Access::Read ? "rb" : "wb");
     if (file >= 0 && stream == nullptr) {
         _close(file);
+        if (access == Access::New) _wunlink(name.c_str());
+        throw std::bad_alloc();
     }
     return stream;
 }
