@@ -1,5 +1,4 @@
 // A host that knows nothing of the library, which the plugin alone is linked to.
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -11,14 +10,13 @@ int main(int, char** argv) {
     const std::filesystem::path plugin = std::filesystem::path(argv[0]).parent_path() / PLUGIN;
     Poco::SharedLibrary library(plugin.string());
     const auto call = [&](const char* name) { return library.getSymbol(name); };
-    reinterpret_cast<void (*)()>(call("PluginBegin"))();
+    const std::string logFile = reinterpret_cast<const char* (*)()>(call("PluginBegin"))();
     const bool done = reinterpret_cast<bool (*)(const char*)>(call("PluginWork"))("ships.xml");
     reinterpret_cast<void (*)()>(call("PluginEnd"))();
     library.unload();
     std::cout << (done ? "done\n" : "not done\n");
 
-    std::ifstream log(std::filesystem::path(std::getenv("XDG_DATA_HOME")) / "Tarnwick Software" /
-                      "plugin.log");
+    std::ifstream log(std::filesystem::u8path(logFile));
     for (std::string line; std::getline(log, line);) {
         if (line.find("plugin.cpp") != line.npos) std::cout << line << '\n';
     }

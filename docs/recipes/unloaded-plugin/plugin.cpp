@@ -1,3 +1,5 @@
+#include <string>
+
 #include <morvel/companions.h>
 #include <morvel/morvel.h>
 
@@ -15,14 +17,17 @@ public:
 
 Reports reports;
 NErrorHandler* former = nullptr;
+std::string logFile;
 
 }  // namespace
 
 extern "C" {
 
-PLUGIN_EXPORT void PluginBegin() {
+PLUGIN_EXPORT const char* PluginBegin() {
     morvel::StartLog("plugin");
     former = NErrorHandler::Set(&reports);
+    logFile = morvel::Utf8(morvel::LogFile());
+    return logFile.c_str();
 }
 
 PLUGIN_EXPORT bool PluginWork(const char* file) {
