@@ -6,6 +6,7 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <numeric>
 
 #include <morvel/files/NPath.h>
 #include <morvel/transfer/NURL.h>
@@ -14,29 +15,22 @@
 
 namespace {
 
+// All that is called, in order; `?` is the cancel callback, = what libcurl got from one of its own.
+std::string calls;
+
 struct FakeCurl {
-    std::string calls;
     CURLcode initResult = CURLE_OK;
     bool hasHandle = true;
     int headersToKeep = -1;  // all
     std::function<void()> perform = [] {};
-
     curl_write_callback receive = nullptr;
     void* receiver = nullptr;
     curl_read_callback send = nullptr;
     void* sender = nullptr;
-
-    std::size_t Receive(std::string bytes) {
-        return receive(bytes.data(), 1, bytes.size(), receiver);
-    }
-    std::string Send(std::size_t count) {
-        std::string bytes(count, '-');
-        return std::to_string(send(bytes.data(), 1, count, sender)) + bytes;
-    }
 };
 
 FakeCurl curl;
-int reallocsToFail = 0;
+std::size_t reallocsToFail = 0;
 
 }  // namespace
 
@@ -50,21 +44,21 @@ __attribute__((visibility("default"))) void* __wrap_realloc(void* block, std::si
 }
 
 CURLcode curl_global_init(long flags) {
-    curl.calls += "global_init " + std::to_string(flags) + ' ';
+    calls += "global_init " + std::to_string(flags) + ' ';
     return curl.initResult;
 }
 
 void curl_global_cleanup() {
-    curl.calls += "global_cleanup ";
+    calls += "global_cleanup ";
 }
 
 CURL* curl_easy_init() {
-    curl.calls += "easy_init ";
+    calls += "easy_init ";
     return curl.hasHandle ? &curl : nullptr;
 }
 
 void curl_easy_cleanup(CURL*) {
-    curl.calls += "easy_cleanup ";
+    calls += "easy_cleanup ";
 }
 
 // A list is here but its lines, each in brackets.
@@ -77,11 +71,11 @@ curl_slist* curl_slist_append(curl_slist* list, const char* line) {
 
 void curl_slist_free_all(curl_slist* list) {
     delete reinterpret_cast<std::string*>(list);
-    curl.calls += "free_all ";
+    calls += "free_all ";
 }
 
 CURLcode curl_easy_perform(CURL*) {
-    curl.calls += "perform ";
+    calls += "perform ";
     curl.perform();
     return CURLE_OK;
 }
@@ -110,7 +104,7 @@ CURLcode curl_easy_setopt(CURL*, CURLoption option, ...) {
         (option == CURLOPT_WRITEDATA ? curl.receiver : curl.sender) = va_arg(values, void*);
     }
     va_end(values);
-    curl.calls += std::string(curl_easy_option_by_id(option)->name) + ' ' + value + ' ';
+    calls += std::string(curl_easy_option_by_id(option)->name) + ' ' + value + ' ';
     return CURLE_UNKNOWN_OPTION;  // which nobody is to mind
 }
 
@@ -118,232 +112,196 @@ CURLcode curl_easy_setopt(CURL*, CURLoption option, ...) {
 
 namespace {
 
-// The calls of a request's callbacks, in order: `?` for the cancel callback.
-struct Watch {
-    std::string calls;
-    int untilCancel = -1, untilThrow = -1;
-};
+// Which call of a callback stops the transfer, counted from 0, and whether by an exception.
+int stopAt = -1;
+bool throws = false;
+
+bool _stopsNow() {
+    if (stopAt-- != 0) return false;
+    if (throws) throw std::runtime_error("callback");
+    return true;
+}
 
 bool _cancel(void* context) {
-    auto* const watch = static_cast<Watch*>(context);
-    watch->calls += "? ";
-    if (watch->untilThrow-- == 0) throw std::runtime_error("cancel");
-    return watch->untilCancel-- == 0;
+    EXPECT_EQ(context, &stopAt);
+    calls += "? ";
+    return _stopsNow();
 }
 
 void _progress(std::uint64_t done, std::uint64_t whole, void* context) {
-    auto* const watch = static_cast<Watch*>(context);
-    watch->calls += std::to_string(done) + '/' + std::to_string(whole) + ' ';
-    if (watch->untilThrow-- == 0) throw std::runtime_error("progress");
+    EXPECT_EQ(context, &calls);
+    calls += std::to_string(done) + '/' + std::to_string(whole) + ' ';
+    _stopsNow();
 }
 
 class NURLCalls : public testing::Test {
 protected:
-    NURLCalls() { curl = FakeCurl(); }
-
     std::int32_t Get(std::uint32_t timeout = 7) {
-        return url.Get("u", timeout, &_cancel, &watch, &_progress, &watch);
+        return url->Get("u", timeout, &_cancel, &stopAt, &_progress, &calls);
     }
-    std::int32_t Upload() {
-        return url.Upload("u", "0123456", 7, 0xFFFFFFFE, &_cancel, &watch, &_progress, &watch);
+    std::int32_t Upload(const std::string& data) {
+        return url->Upload("u", data.data(), data.size(), 0xFFFFFFFE, &_cancel, &stopAt, &_progress,
+                           &calls);
     }
     std::int32_t Request(const std::vector<std::string>* headers, const void* body,
                          unsigned long long size, std::uint32_t flags) {
-        return url.Request("u", headers, body, size, 7, &_cancel, &watch, &_progress, &watch,
-                           flags);
+        return url->Request("u", headers, body, size, 7, &_cancel, &stopAt, &_progress, &calls,
+                            flags);
     }
     // What `request` calls.
-    std::string Calls(const std::function<std::int32_t()>& request, std::int32_t status) {
-        curl.calls.clear();
+    template <class Function>
+    std::string Calls(Function request, std::int32_t status, const FakeCurl& fake = {}) {
+        curl = fake;
+        calls.clear();
         EXPECT_EQ(request(), status);
-        return curl.calls;
+        return calls;
     }
-    // Receives pieces of these lengths; what the callbacks were told meanwhile.
-    std::string Receive(NURL& target, const std::vector<std::size_t>& lengths) {
-        std::string bytes;
-        curl.perform = [&] {
-            for (const std::size_t length : lengths) {
-                const std::string piece(length, static_cast<char>('a' + bytes.size() % 26));
-                EXPECT_EQ(curl.Receive(piece), length);
-                bytes += piece;
-            }
-        };
-        watch = {};
-        EXPECT_EQ(target.Get("u", 7, nullptr, nullptr, &_progress, &watch), 0);
-        EXPECT_TRUE(bytes == std::string(target.Data(), target.Size()));
-        return watch.calls;
-    }
-    std::string Received() { return std::string(url.Data(), url.Size()); }
+    std::string Received() { return std::string(url->Data(), url->Size()); }
 
-    const std::string begin = "global_init 3 easy_init URL u ";
-    const std::string perform = "SSL_VERIFYPEER 0 perform ";
+    const std::string begin = "global_init 3 easy_init URL u ", fail = "FAILONERROR 1 ";
     const std::string end = "easy_cleanup global_cleanup ";
     const morvel::test::TemporaryFolder folder;
     const std::vector<std::string> lines = {"A: 1", "", "B: 2"};
-    NURL url;
-    Watch watch;
+    std::unique_ptr<NURL> url = std::make_unique<NURL>();
 };
 
 TEST_F(NURLCalls, OptionsOfEachRequest) {
-    const std::string fail = "FAILONERROR 1 ", own = "WRITEFUNCTION own WRITEDATA  ";
-    EXPECT_EQ(Calls([&] { return Get(0); }, 0), begin + fail + own + "TIMEOUT 0 " + perform + end);
-    EXPECT_EQ(Calls([&] { return Get(0xFFFFFFFF); }, 0), begin + fail + own + perform + end);
-    EXPECT_EQ(Calls([&] { return Upload(); }, 0),
-              begin + fail + "POST 1 READFUNCTION  READDATA  TIMEOUT 4294967294 " + perform + end);
-
+    const std::string own = "WRITEFUNCTION own WRITEDATA  ";
     const std::string file = "WRITEFUNCTION fwrite WRITEDATA  HTTPHEADER ";
-    const std::string plain = own + "HTTPHEADER [Expect:] ";
+    const std::string plain = own + "HTTPHEADER [Expect:] ", free = "free_all ";
     const std::string type = "[Content-Type: application/binary] ";
     const std::string post =
         "POST 1 POSTFIELDSIZE_LARGE 5 READFUNCTION  READDATA  UPLOAD_BUFFERSIZE 2097152 ";
+    const std::string follow = "TIMEOUT 7 FOLLOWLOCATION 1 ";
     const NPath name(folder.File("reply").c_str());
     const struct {
-        const std::vector<std::string>* headers;
-        const void* body;
-        unsigned long long size;
-        std::uint32_t flags;
-        std::string options;
+        std::function<std::int32_t()> request;
+        std::string options, last = "";
     } rows[] = {
-        {nullptr, "hello", 0, 0, fail + plain},
-        {nullptr, nullptr, 5, RequestKeepHttpErrors, plain},
-        {&lines, "hello", 5, 0, fail + own + "HTTPHEADER [A: 1][][B: 2][Expect:] " + post},
-        {&lines, &name, 0, RequestToFile, fail + file + "[A: 1][][B: 2]" + type},
-        {nullptr, &name, 5, RequestToFile | RequestKeepHttpErrors, file + type + post},
+        {[&] { return Get(0); }, fail + own + "TIMEOUT 0 "},
+        {[&] { return Get(0xFFFFFFFF); }, fail + own},
+        {[&] { return Upload(""); }, fail + "POST 1 READFUNCTION  READDATA  TIMEOUT 4294967294 "},
+        {[&] { return Request(nullptr, "hello", 0, 0); }, fail + plain + follow, free},
+        {[&] { return Request(nullptr, nullptr, 5, RequestKeepHttpErrors); }, plain + follow, free},
+        {[&] { return Request(&lines, "hello", 5, 0); },
+         fail + own + "HTTPHEADER [A: 1][][B: 2][Expect:] " + post + follow, free},
+        {[&] { return Request(&lines, &name, 0, RequestToFile); },
+         fail + file + "[A: 1][][B: 2]" + type + follow, free},
+        {[&] { return Request(nullptr, &name, 5, RequestToFile | RequestKeepHttpErrors); },
+         file + type + post + follow, free},
     };
     for (const auto& row : rows) {
-        const auto request = [&] { return Request(row.headers, row.body, row.size, row.flags); };
-        const std::string calls = Calls(request, 0);
-        EXPECT_EQ(calls, begin + row.options + "TIMEOUT 7 FOLLOWLOCATION 1 " + perform + end +
-                             "free_all ");
+        curl.perform = [] { curl.receive(std::string("bytes").data(), 1, 5, curl.receiver); };
+        ASSERT_EQ(Get(), 0);
+        EXPECT_EQ(Calls(row.request, 100, {CURLE_OUT_OF_MEMORY}), "global_init 3 ");
+        EXPECT_EQ(Calls(row.request, 100, {CURLE_OK, false}),
+                  "global_init 3 easy_init global_cleanup ");
+        EXPECT_EQ(Received(), "bytes");
+        EXPECT_EQ(Calls(row.request, 0),
+                  begin + row.options + "SSL_VERIFYPEER 0 perform " + end + row.last);
     }
 }
 
 TEST_F(NURLCalls, WhatFailsBeforeATransfer) {
-    curl.perform = [] { curl.Receive("kept"); };
-    ASSERT_EQ(Get(), 0);
-    const std::function<std::int32_t()> requests[] = {
-        [&] { return Get(); }, [&] { return Upload(); }, [&] { return Request(&lines, "", 0, 0); }};
-    for (const auto& request : requests) {
-        curl = FakeCurl();
-        curl.initResult = CURLE_OUT_OF_MEMORY;
-        EXPECT_EQ(Calls(request, 100), "global_init 3 ");
-        curl = FakeCurl();
-        curl.hasHandle = false;
-        EXPECT_EQ(Calls(request, 100), "global_init 3 easy_init global_cleanup ");
-        EXPECT_EQ(Received(), "kept");
-    }
     // No request goes out without one of its headers.
     for (int kept = 0; kept < 4; ++kept) {
-        curl = FakeCurl();
-        curl.headersToKeep = kept;
-        EXPECT_THROW(Request(&lines, nullptr, 0, 0), std::bad_alloc);
-        EXPECT_THAT(curl.calls, Not(testing::HasSubstr("perform"))) << kept;
-        EXPECT_THAT(curl.calls, testing::EndsWith(kept > 0 ? end + "free_all " : end)) << kept;
+        const auto request = [&] { return Request(&lines, nullptr, 0, 0); };
+        EXPECT_THROW(Calls(request, 0, {CURLE_OK, true, kept}), std::bad_alloc);
+        EXPECT_THAT(calls, Not(testing::HasSubstr("perform"))) << kept;
+        EXPECT_THAT(calls, testing::EndsWith(kept > 0 ? end + "free_all " : end)) << kept;
     }
     // These leave all behind that there is.
     const NPath missing(folder.File("no such folder/reply").c_str());
     for (const NPath* name : {static_cast<const NPath*>(nullptr), &missing}) {
-        curl = FakeCurl();
-        curl.perform = [] { curl.Receive("gone"); };
+        curl.perform = [] { curl.receive(std::string("bytes").data(), 1, 5, curl.receiver); };
         ASSERT_EQ(Get(), 0);
         const auto request = [&] { return Request(nullptr, name, 0, RequestToFile); };
-        EXPECT_EQ(Calls(request, name == nullptr ? -3 : -4), begin + "FAILONERROR 1 ");
-        EXPECT_EQ(url.Size(), 0u);
+        EXPECT_EQ(Calls(request, name == nullptr ? -3 : -4), begin + fail);
+        EXPECT_EQ(url->Size(), 0u);
     }
 }
 
-TEST_F(NURLCalls, CallbacksOfEachPiece) {
+TEST_F(NURLCalls, AFileHasOneWriterAtATime) {
+    const NPath name(folder.Write("reply", "former content").c_str());
     curl.perform = [&] {
-        char bytes[] = "abcdef";
-        EXPECT_EQ(curl.receive(bytes, 0, 6, curl.receiver), 0u);
-        EXPECT_EQ(curl.receive(bytes, 1, 0, curl.receiver), 0u);
-        EXPECT_EQ(curl.receive(bytes, 2, 3, curl.receiver), 3u) << "items of two count once";
-        EXPECT_EQ(curl.Receive("xy"), 2u);
-        if (curl.send == nullptr) return;
-        EXPECT_EQ(curl.send(bytes, 2, 2, curl.sender), 4u) << "on the way out, twice";
-        EXPECT_STREQ(bytes, "0123ef");
-        EXPECT_EQ(curl.Send(9),
-                  "4"
-                  "4567-----");
-        EXPECT_EQ(curl.Send(9), "0---------");
+        EXPECT_EQ(folder.Read("reply"), "");
+        std::fputs("new", static_cast<std::FILE*>(curl.receiver));
+        EXPECT_EQ(Request(nullptr, &name, 0, RequestToFile), -4);
+        EXPECT_EQ(folder.Read("reply"), "new");
     };
-    EXPECT_EQ(Get(), 0);
-    EXPECT_EQ(std::exchange(watch.calls, ""), "? 3/10240 ? 5/10240 ");
-    EXPECT_EQ(Request(nullptr, "01234567", 8, 0), 0);
-    EXPECT_EQ(std::exchange(watch.calls, ""), "? 3/10240 ? 5/10240 ") << "of the reply alone";
-    EXPECT_EQ(Received(), "abcxy");
-    curl.perform = [] {
-        EXPECT_EQ(curl.Send(0), "0");
-        EXPECT_EQ(curl.Send(5), "501234");
-        EXPECT_EQ(curl.Send(5), "256---");
-        EXPECT_EQ(curl.Send(5), "0-----");
-    };
-    EXPECT_EQ(Upload(), 0);
-    EXPECT_EQ(watch.calls, "? 5/7 ? 7/7 ? ");
+    EXPECT_EQ(Request(nullptr, &name, 0, RequestToFile), 0);
+    EXPECT_EQ(folder.Read("reply"), "new");
 }
 
-TEST_F(NURLCalls, CallbacksThatCancelOrThrow) {
-    constexpr std::size_t stop = 0x10000000;
-    curl.perform = [&] {
-        const std::size_t first = curl.Receive("abc");
-        EXPECT_EQ(first, watch.calls == "? " ? stop : 3u);
-        if (first == 3) {
-            EXPECT_EQ(curl.Receive("def"), stop);
-        }
+TEST_F(NURLCalls, CallbacksAndMemoryOfEachTransfer) {
+    const std::int32_t thrown = 77;
+    const struct {
+        // The request, and what libcurl does: `<` receives so many bytes, `>` sends them, in items
+        // of as many as stand behind `*`, and `!` lets so many calls of realloc fail.
+        const char *moves, *calls;
+        std::int32_t status = 0;
+        int stopAt = -1;
+        bool again = false;  // by the same object
+    } rows[] = {
+        {"Get <6*0 <0 <3*2 <2", "=0 =0 ? 3/10240 =3 ? 5/10240 =2 "},
+        {"Request >2*2 <3 >9 >9", "=4:0123 ? 3/10240 =3 =3:456 =0: "},
+        {"Upload >0 >5 >5 >5", "=0: ? 5/7 =5:01234 ? 7/7 =2:56 ? =0: "},
+        {"Get <3", "? =268435456 ", -2, 0},
+        {"Request <3 <3", "? 3/10240 =3 ? =268435456 ", -2, 2},
+        {"Upload >7", "? =268435456:------- ", -2, 0},
+        {"Get <3", "? =268435456 ", thrown, 0},
+        {"Request <3 <3", "? 3/10240 =3 ? =268435456 ", thrown, 2},
+        {"Upload >7", "? 7/7 =268435456:0123456 ", thrown, 1},
+        {"Get <1", "? 1/10240 =1 ", 0, -1, true},  // nothing of it is left over
+        // The capacity grows by whole blocks, from what is there.
+        {"Get <100 <20000", "? 100/10240 =100 ? 20100/30720 =20000 "},
+        {"Get <30720 <1", "? 30720/30720 =30720 ? 30721/40960 =1 ", 0, -1, true},
+        {"Get <10240", "? 10240/20480 =10240 "},
+        // Where memory is short for three blocks, two will do if all fits in.
+        {"Get <5000 !2 <15000", "? 5000/10240 =5000 ? 20000/20480 =15000 "},
+        {"Get <5490 !2 <15000", "? 5490/10240 =5490 ? =0 "},
     };
-    watch.untilCancel = 0;
-    EXPECT_EQ(Get(), -2);
-    EXPECT_EQ(url.Size(), 0u);
-    watch = {"", 1, -1};
-    EXPECT_EQ(Request(nullptr, nullptr, 0, 0), -2);
-    EXPECT_EQ(watch.calls, "? 3/10240 ? ");
-    EXPECT_EQ(Received(), "abc");
-    watch = {"", -1, 0};
-    EXPECT_THROW(Get(), std::runtime_error);
-    EXPECT_THAT(curl.calls, testing::EndsWith(end));
-    watch = {"", -1, 2};
-    EXPECT_THROW(Request(nullptr, nullptr, 0, 0), std::runtime_error);
-    EXPECT_EQ(Received(), "abc");
-
-    curl.perform = [] { EXPECT_EQ(curl.Send(7), "268435456-------"); };
-    watch = {"", 0, -1};
-    EXPECT_EQ(Upload(), -2);
-    curl.perform = [] { EXPECT_EQ(curl.Send(7), "2684354560123456"); };
-    watch = {"", -1, 1};
-    EXPECT_THROW(Upload(), std::runtime_error);
-    EXPECT_EQ(Receive(url, {1}), "1/10240 ") << "nothing of it is left over";
-}
-
-TEST_F(NURLCalls, CapacityGrowsInBlocks) {
-    EXPECT_EQ(Receive(url, {100, 20000}), "100/10240 20100/30720 ");
-    EXPECT_EQ(Receive(url, {30720, 1}), "30720/30720 30721/40960 ") << "from what is there";
-    NURL other;
-    EXPECT_EQ(Receive(other, {10240}), "10240/20480 ");
-    std::vector<std::size_t> pieces(60);
-    for (std::size_t i = 0; i < pieces.size(); ++i) pieces[i] = 1 + i * i * 31;
-    EXPECT_THAT(Receive(other, pieces), testing::EndsWith(" 2176570/2263040 "));
-}
-
-TEST_F(NURLCalls, WhereMemoryIsShortASmallerBufferWillDoIfAllFitsIn) {
-    const auto receive = [&](std::size_t first, std::size_t second) {
-        NURL target;
-        Receive(target, {10000});
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.moves);
+        if (!row.again) url = std::make_unique<NURL>();
+        std::istringstream moves(row.moves);
+        std::string form, received;
+        moves >> form;
         curl.perform = [&] {
-            curl.Receive(std::string(first, 'a'));
-            reallocsToFail = 2;
-            curl.Receive(std::string(second, 'b'));
+            calls.clear();
+            std::size_t count, size;
+            for (char way; moves >> way >> count;) {
+                if (moves.peek() != '*' || !(moves.ignore() >> size)) size = 1;
+                std::string bytes(std::max<std::size_t>(count * size, 1), '-');
+                if (way == '!') {
+                    reallocsToFail = count;
+                } else if (way == '<') {
+                    std::iota(bytes.begin(), bytes.end(), static_cast<char>(received.size()));
+                    const auto taken = curl.receive(&bytes[0], size, count, curl.receiver);
+                    calls += '=' + std::to_string(taken) + ' ';
+                    if (taken == count) received += bytes.substr(0, taken);
+                } else {
+                    const auto sent = curl.send(&bytes[0], size, count, curl.sender);
+                    if (sent <= bytes.size()) bytes.resize(sent);
+                    calls += '=' + std::to_string(sent) + ':' + bytes + ' ';
+                }
+            }
+            EXPECT_EQ(calls, row.calls);
         };
-        watch = {};
-        (void)target.Get("u", 7, nullptr, nullptr, &_progress, &watch);
+        stopAt = row.stopAt;
+        throws = row.status == thrown;
+        try {
+            EXPECT_EQ(form == "Get"      ? Get()
+                      : form == "Upload" ? Upload("0123456")
+                                         : Request(nullptr, "0123456", 7, 0),
+                      row.status);
+        } catch (const std::runtime_error&) {
+            EXPECT_TRUE(throws);
+        }
         reallocsToFail = 0;
-        return std::string(target.Data(), target.Size());
-    };
-    // 10240 + 15000 would be three blocks, for 15000 two will do, and 20000 fit in.
-    EXPECT_EQ(receive(5000, 15000), std::string(5000, 'a') + std::string(15000, 'b'));
-    EXPECT_EQ(watch.calls, "5000/10240 20000/20480 ");
-    // 20490 do not: what is there stays, and nothing is written behind the end.
-    EXPECT_EQ(receive(5490, 15000), std::string(5490, 'a'));
-    EXPECT_EQ(watch.calls, "5490/10240 ");
+        EXPECT_THAT(calls, testing::HasSubstr(end));
+        EXPECT_TRUE(Received() == received);
+    }
 }
 
 }  // namespace

