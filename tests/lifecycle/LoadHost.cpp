@@ -3,7 +3,6 @@
 // other, and prints an answer for each question.
 //   LoadHost <log plugin> <poco plugin> <step>...
 
-#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -11,7 +10,6 @@
 #include <iostream>
 #include <map>
 #include <string>
-#include <thread>
 
 #include <tests/lifecycle/LoadSystem.h>
 
@@ -27,21 +25,6 @@ Result call(void* library, const char* name, Arguments... arguments) {
 
 void answer(bool yes, const char* ifYes, const char* ifNo) {
     std::cout << (yes ? ifYes : ifNo) << ' ';
-}
-
-// Those of the start: an emulator adds one of its own.
-const int ThreadsAtStart = system_calls::CountThreads();
-
-bool hasThreads() {
-    return system_calls::CountThreads() > ThreadsAtStart;
-}
-
-// A thread that has ended may stand in the system's list for a moment longer.
-bool keepsThreads() {
-    for (int turn = 0; turn < 1000 && hasThreads(); ++turn) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return hasThreads();
 }
 
 std::filesystem::path logFile() {
@@ -60,8 +43,6 @@ int main(int argc, char** argv) {
         {"load", [&] { plugin = system_calls::Open(argv[1]); }},
         {"unload", [] { system_calls::Close(plugin); }},
         {"log?", [] { answer(call<bool>(plugin, "plugin_log_in_force"), "on", "off"); }},
-        {"thread?", [] { answer(hasThreads(), "thread", "no-thread"); }},
-        {"thread-left?", [] { answer(keepsThreads(), "thread", "no-thread"); }},
         {"mapped?", [] { answer(system_calls::IsLibraryMapped(), "mapped", "gone"); }},
         {"channel?",
          [&] { answer(call<bool>(poco(), "plugin_root_has_channel"), "channel", "no-channel"); }},

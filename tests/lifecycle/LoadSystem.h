@@ -7,7 +7,6 @@ void* Open(const char* library);  ///< Null if it can't be loaded.
 void* Find(void* library, const char* name);
 void Close(void* library);
 
-int CountThreads();      ///< Of this process.
 bool IsLibraryMapped();  ///< Whether the library under test is in this process.
 void SetEnvironment(const char* name, const char* value);
 

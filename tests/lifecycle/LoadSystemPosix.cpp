@@ -3,8 +3,6 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <filesystem>
-#include <iterator>
 
 #include <tests/lifecycle/LoadSystem.h>
 
@@ -20,11 +18,6 @@ void* Find(void* library, const char* name) {
 
 void Close(void* library) {
     dlclose(library);
-}
-
-int CountThreads() {
-    return static_cast<int>(
-        std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}));
 }
 
 bool IsLibraryMapped() {

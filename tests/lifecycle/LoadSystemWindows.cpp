@@ -1,6 +1,4 @@
 #include <windows.h>
-//
-#include <tlhelp32.h>
 
 #include <tests/lifecycle/LoadSystem.h>
 
@@ -16,18 +14,6 @@ void* Find(void* library, const char* name) {
 
 void Close(void* library) {
     FreeLibrary(static_cast<HMODULE>(library));
-}
-
-int CountThreads() {
-    const HANDLE all = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
-    THREADENTRY32 thread{};
-    thread.dwSize = sizeof thread;
-    int count = 0;
-    for (BOOL more = Thread32First(all, &thread); more; more = Thread32Next(all, &thread)) {
-        count += thread.th32OwnerProcessID == GetCurrentProcessId();
-    }
-    CloseHandle(all);
-    return count;
 }
 
 bool IsLibraryMapped() {
