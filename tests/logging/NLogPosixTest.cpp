@@ -10,6 +10,7 @@
 #include <chrono>
 #include <ctime>
 
+#include <morvel/files/NFileStream.h>
 #include <morvel/logging/LogTools.h>
 #include <tests/logging/Log.h>
 #include <tests/support/Test.h>
@@ -20,17 +21,25 @@ using namespace testing;
 
 namespace {
 std::atomic<std::time_t> clockReads{0};  // 0: what the system's clock reads
-}
+std::atomic<bool> writesHang{false};     // behind what they have written
+}  // namespace
 
-// In place of the C library's: the library and POCO read the clock through it.
-extern "C" __attribute__((visibility("default"))) int clock_gettime(clockid_t clock,
-                                                                    timespec* time) noexcept {
+// In place of the C library's: the library and POCO read the clock and write through them.
+#pragma GCC visibility push(default)
+extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept {
     const int result = static_cast<int>(syscall(SYS_clock_gettime, clock, time));
     if (clock == CLOCK_REALTIME && clockReads != 0) time->tv_sec = clockReads;
     return result;
 }
+extern "C" ssize_t write(int file, const void* bytes, std::size_t count) {
+    const ssize_t written = syscall(SYS_write, file, bytes, count);
+    while (writesHang) std::this_thread::sleep_for(1ms);
+    return written;
+}
+#pragma GCC visibility pop
 
 namespace {
+using Written = std::map<int, std::vector<int>>;
 const std::filesystem::path File = InLogFolder("LogInForce.log");
 
 // Runs `body` in a child process and gives its exit status, or minus the signal that ended it.
@@ -52,6 +61,13 @@ void Drain() {
     EXPECT_EQ(InChild([] {}), 0);
 }
 
+void ExpectSoon(const Written& lines) {
+    for (int turn = 0; turn < 5000 && WrittenLines(File) != lines; ++turn) {
+        std::this_thread::sleep_for(1ms);
+    }
+    EXPECT_EQ(WrittenLines(File), lines);
+}
+
 // Of the open files, those whose name begins so.
 std::vector<int> Descriptors(const std::string& name = "") {
     std::vector<int> found;
@@ -64,11 +80,24 @@ std::vector<int> Descriptors(const std::string& name = "") {
     return found;
 }
 
+bool ArePrivate(const std::vector<int>& files) {
+    return std::all_of(files.begin(), files.end(), [](int file) {
+        return file > STDERR_FILENO && fcntl(file, F_GETFD) == FD_CLOEXEC;
+    });
+}
+
 void LimitFileSize(rlim_t bytes) {
     rlimit limit;
     getrlimit(RLIMIT_FSIZE, &limit);
     limit.rlim_cur = bytes;
     setrlimit(RLIMIT_FSIZE, &limit);
+}
+
+template <class Function>
+auto SecondsOf(Function function) {
+    const auto begin = std::chrono::steady_clock::now();
+    function();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
 }
 
 class NLogPosix : public Test {
@@ -78,29 +107,44 @@ protected:
         GTEST_SKIP() << "the sanitizers' own allocators don't survive a fork beside busy threads";
 #endif
         std::filesystem::remove_all(InLogFolder(""));
+        std::filesystem::create_directories(InLogFolder(""));
     }
 };
-
-template <class Function>
-auto SecondsOf(Function function) {
-    const auto begin = std::chrono::steady_clock::now();
-    function();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-}
 }  // namespace
+
+// The first test, so that nothing but the default log itself has guarded forks yet.
+TEST_F(NLogPosix, ChildForkedWhileTheDefaultLogIsMadeGetsItsOwn) {
+    for (int headStart = 0; headStart < 200; headStart += 2) {
+        const auto ask = [] { _exit(NLog::DefaultLog() == nullptr); };
+        ASSERT_EQ(InChild([&] {
+                      std::thread other(NLog::DefaultLog);
+                      const auto end = std::chrono::steady_clock::now() + headStart * 1us;
+                      while (std::chrono::steady_clock::now() < end) {
+                      }
+                      const int child = InChild(ask);
+                      other.join();
+                      _exit(child);
+                  }),
+                  0)
+            << headStart;
+    }
+}
 
 TEST_F(NLogPosix, BannerHasTheWallClockAndEachLineItsSecondInUtc) {
     // As Europe/Dublin: standard time is the summer's, and the winter's is an hour behind it.
     setenv("TZ", "IST-1GMT0,M10.5.0,M3.5.0/1", 1);
     clockReads = 1768478402;
-    EXPECT_THAT(WholeLogOf([] {
-                    NLog::Information("noon");
-                    clockReads = 1768478400;  // set back
-                    NLog::Information("earlier");
-                }),
-                AllOf(HasSubstr("\n* Creation date: 15/1/2026 at 12:0:2\n"),
-                      HasSubstr("\n2026/1/15 - [Thu] - 12:00:02 - noon\n"),
-                      EndsWith("\n2026/1/15 - [Thu] - 12:00:00 - earlier\n")));
+    const std::string stars(53, '*');
+    EXPECT_EQ(WholeLogOf([] {
+                  NLog::Information("100%t\tof\nit");
+                  clockReads = 1768478400;  // set back
+                  NLog::Information("earlier");
+              }),
+              stars +
+                  "\n* - Log System -\t\t\t\t\t\t\t\t\t \n* Creation date: 15/1/2026 at 12:0:2\n" +
+                  "* Name: LogInForce\n*" + std::string(52, ' ') + "\n" + stars + "\n" +
+                  "2026/1/15 - [Thu] - 12:00:02 - 100%t\tof\nit\n"
+                  "2026/1/15 - [Thu] - 12:00:00 - earlier\n");
     clockReads = 1784116800;
     EXPECT_THAT(WholeLogOf([] { NLog::Information("summer"); }),
                 HasSubstr("* Creation date: 15/7/2026 at 13:0:0\n"));
@@ -136,36 +180,13 @@ TEST_F(NLogPosix, ChildrenOfABusyParentLogAndEnd) {
                   std::exit(failures);
               }),
               0);
-    std::map<int, std::vector<int>> expected,
-        written = WrittenLines(InLogFolder("NLogPosixTest.log"));
+    Written expected;
     for (int writer = 0; writer < 3; ++writer) expected[writer] = Numbers(Lines);
     for (int child = 100; child < 100 + Children; ++child) {
         if (child % 2 == 1) expected[child] = Numbers(50);
         expected[child + 100] = Numbers(1);
     }
-    EXPECT_EQ(written, expected);
-}
-
-TEST_F(NLogPosix, ChildForkedWhileTheDefaultLogIsMadeGetsItsOwn) {
-    for (int headStart = 0; headStart < 200; headStart += 2) {
-        ASSERT_EQ(InChild([headStart] {
-                      std::atomic<bool> begun{false};
-                      std::thread other([&] {
-                          begun = true;
-                          NLog::DefaultLog();
-                      });
-                      while (!begun) {
-                      }
-                      const auto end = std::chrono::steady_clock::now() + headStart * 1us;
-                      while (std::chrono::steady_clock::now() < end) {
-                      }
-                      const int child = InChild([] { _exit(NLog::DefaultLog() == nullptr); });
-                      other.join();
-                      _exit(child);
-                  }),
-                  0)
-            << headStart;
-    }
+    EXPECT_EQ(WrittenLines(InLogFolder("NLogPosixTest.log")), expected);
 }
 
 // As daemon() does it.
@@ -180,50 +201,43 @@ TEST_F(NLogPosix, ParentThatEndsRightBehindTheForkHasWrittenItsLines) {
                   Drain();
               }),
               0);
-    for (int turn = 0; turn < 5000 && WrittenLines(File)[2].empty(); ++turn) {
-        std::this_thread::sleep_for(1ms);
-    }
-    EXPECT_EQ(WrittenLines(File), (std::map<int, std::vector<int>>{
-                                      {0, Numbers(1000)}, {1, Numbers(3)}, {2, Numbers(1)}}));
+    ExpectSoon({{0, Numbers(1000)}, {1, Numbers(3)}, {2, Numbers(1)}});
 }
 
-// A FIFO whose reader sleeps holds the writer up: the first fork and the end wait a few seconds.
+// A network folder that is gone, say. The first fork and the end wait for a few seconds.
 TEST_F(NLogPosix, WriterThatIsStuckHoldsUpNobodyForLong) {
-    std::filesystem::create_directories(InLogFolder(""));
-    ASSERT_EQ(mkfifo(File.c_str(), 0600), 0);
-    EXPECT_EQ(InChild([] {  // without a reader
-                  const LogInForce inForce;
-                  WriteLines(0, 0, 3);
-                  _exit(SecondsOf(Drain) > 2);
-              }),
-              0);
-    const int reader = open(File.c_str(), O_RDONLY | O_NONBLOCK);
     auto inForce = std::make_unique<LogInForce>();
+    writesHang = true;
     WriteLines(0, 0, 1000);
     EXPECT_FALSE(morvel::FlushLog(0));
     EXPECT_LT(SecondsOf(Drain), 9);
     EXPECT_LT(SecondsOf([] { Drain(), Drain(); }), 2);
-    const pid_t child = fork();
-    if (child == 0) {
-        WriteLines(1, 0, 1);
-        inForce.reset();
-        _exit(0);
-    }
-    std::string text;
-    char buffer[4096];
-    const auto read = [&](int lines) {
-        while (std::count(text.begin(), text.end(), '\n') < lines) {
-            const ssize_t count = ::read(reader, buffer, sizeof buffer);
-            if (count > 0) text.append(buffer, static_cast<std::size_t>(count));
-        }
-    };
-    read(6 + 1000 + 1);
-    waitpid(child, nullptr, 0);
-    std::ofstream(InLogFolder("read")) << text;
-    EXPECT_EQ(WrittenLines(InLogFolder("read")),
-              (std::map<int, std::vector<int>>{{0, Numbers(1000)}, {1, Numbers(1)}}));
+    EXPECT_EQ(InChild([&] {
+                  writesHang = false;
+                  WriteLines(1, 0, 1);
+                  inForce.reset();
+              }),
+              0);
+    writesHang = false;
+    ExpectSoon({{0, Numbers(1000)}, {1, Numbers(1)}});
+    writesHang = true;
     WriteLines(0, 0, 1000);
     EXPECT_LT(SecondsOf([&] { inForce.reset(); }), 9);
+    writesHang = false;
+}
+
+TEST_F(NLogPosix, FifoIsWrittenToIfSomebodyReadsIt) {
+    ASSERT_EQ(mkfifo(File.c_str(), 0600), 0);
+    EXPECT_LT(SecondsOf([] { LogInForce(), WriteLines(0, 0, 3); }), 2);
+    const int both = open(File.c_str(), O_RDWR);  // so that nobody waits to open it
+    std::thread reader([] {
+        std::this_thread::sleep_for(200ms);
+        std::ofstream(InLogFolder("read")) << std::ifstream(File).rdbuf();
+    });
+    LogInForce(), WriteLines(0, 0, 1000);  // more than it holds
+    close(both);
+    reader.join();
+    EXPECT_EQ(WrittenLines(InLogFolder("read")), (Written{{0, Numbers(1000)}}));
 }
 
 // Also on the way out, where the thread that ends would be the one to get the signal.
@@ -247,21 +261,35 @@ TEST_F(NLogPosix, SurvivesALimitOfFileSizeAndGoesOnWithALineOfItsOwn) {
     WriteLines(0, 0, 2);
     Drain();
     EXPECT_EQ(ReadLog(File).rfind(torn + "\n", 0), 0u);
-    EXPECT_EQ(WrittenLines(File), (std::map<int, std::vector<int>>{{0, Numbers(2)}}));
+    EXPECT_EQ(WrittenLines(File), (Written{{0, Numbers(2)}}));
 }
 
-TEST_F(NLogPosix, RotatesWhateverBecameOfTheFolderAndKeepsOneDescriptorOffTheStandardStreams) {
+// What the host prints doesn't end in a file of ours though its standard streams are closed, and
+// programs that it starts get none. The log rotates whatever became of its folder. Streams that are
+// opened once more keep their first file.
+TEST_F(NLogPosix, DescriptorsAreFewAndPrivate) {
+    std::ofstream(InLogFolder("stream"));
     EXPECT_EQ(InChild([] {
-                  for (const int stream : {0, 1, 2}) close(stream);
+                  const NFile file(NString(InLogFolder("stream").string()));
+                  for (int round = 0; round < 2; ++round) {
+                      for (int standard = 0; standard < 3 * round; ++standard) close(standard);
+                      NFileStream stream;
+                      for (int turn = 0; turn < 2; ++turn) {
+                          (void)stream.Open(file, NFileStream::ModeRead);
+                      }
+                  }
+                  const std::vector<int> streams = Descriptors(file.Path().Data());
+                  if (streams.size() != 2 || !ArePrivate(streams)) _exit(1);
                   std::size_t before = 0;
                   const LogInForce inForce("Rotated");
+                  using Threads = std::filesystem::directory_iterator;
+                  if (std::distance(Threads("/proc/self/task"), {}) > 1) _exit(5);
                   for (int round = 0; round < 5; ++round) {
                       NLog::Information("x");
                       Drain();
                       if (round == 0) before = Descriptors().size();
                       const std::vector<int> logs = Descriptors(InLogFolder("Rotated.log"));
-                      if (logs.size() != 1 || logs[0] <= 2) _exit(1);
-                      if (fcntl(logs[0], F_GETFD) != FD_CLOEXEC) _exit(2);
+                      if (logs.size() != 1 || !ArePrivate(logs)) _exit(2);
                       if (Descriptors().size() != before) _exit(3);
                       if (ftruncate(logs[0], 10485760) != 0) _exit(4);
                       if (round == 3) std::filesystem::remove_all(InLogFolder(""));
