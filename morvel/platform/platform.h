@@ -82,7 +82,7 @@ std::FILE* OpenForWriting(const NWideString& name);
 enum class Access { Read, Write, New };
 
 /// As std::fopen in binary mode: whatever others do with the file. Null, with the reason in errno,
-/// if it can't be opened. The caller closes it with std::fclose.
+/// if it can't be opened, ENOMEM among them. The caller closes it with std::fclose.
 std::FILE* Open(const NativeName& name, Access access);
 
 /// Gives an open file the permissions of the file `from`, if there is one; false, with the reason

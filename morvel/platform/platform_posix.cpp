@@ -312,7 +312,7 @@ std::FILE* Open(const NativeName& name, Access access) {
     std::FILE* const stream = _asStream(file, access == Access::Read ? "rb" : "wb");
     if (file >= 0 && stream == nullptr) {
         if (access == Access::New) unlink(name.c_str());
-        throw std::bad_alloc();
+        errno = ENOMEM;
     }
     return stream;
 }

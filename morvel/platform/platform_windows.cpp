@@ -12,7 +12,6 @@
 
 #include <atomic>
 #include <cstring>
-#include <new>
 
 // Exported by ntdll since Windows XP. The documented way to learn it is an argument of DllMain,
 // which says the same at the same time.
@@ -119,7 +118,7 @@ std::FILE* Open(const NativeName& name, Access access) {
     if (file >= 0 && stream == nullptr) {
         _close(file);
         if (access == Access::New) _wunlink(name.c_str());
-        throw std::bad_alloc();
+        errno = ENOMEM;
     }
     return stream;
 }

@@ -64,6 +64,8 @@ TEST_P(Replacing, LeavesOldOrNewWheneverTheProcessIsKilled) {
         kill(child, SIGKILL);
         waitpid(child, &status, 0);
         ++found[folder.Read("file")];
+        std::filesystem::remove_all(folder.Path());
+        std::filesystem::create_directory(folder.Path());
         folder.Write("file", "old");
     }
     EXPECT_EQ(folder.Read("file"), _new);
