@@ -2,11 +2,13 @@
 #include <morvel/documents/NXML.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <istream>
 #include <iterator>
 #include <memory>
 #include <new>
 #include <ostream>
+#include <system_error>
 
 #include <pugixml.hpp>
 
@@ -16,7 +18,6 @@
 #include <morvel/documents/NodeEdits.h>
 #include <morvel/files/NFile.h>
 #include <morvel/files/NPath.h>
-#include <morvel/files/WholeFile.h>
 #include <morvel/platform/platform.h>
 
 namespace {
@@ -34,21 +35,17 @@ morvel::platform::NativeName _nativeName(const std::string& path) {
     return morvel::platform::NativeFileName(name.Wide());
 }
 
-// As pugixml's load_file, whose descriptor would go to programs that other threads start. A folder
-// counts as a file that can't be opened, which on Windows it is.
+// On Linux a folder can be opened for reading, and pugixml then reports "Could not allocate
+// memory". On Windows it can't be opened; this makes the report the same.
 pugi::xml_parse_result _load(pugi::xml_document& document,
                              const morvel::platform::NativeName& name) {
-    pugi::xml_parse_result result;
-    try {
-        std::string bytes;
-        if (!morvel::ReadWholeFile(name, &bytes)) {
-            return document.load_buffer(bytes.data(), bytes.size(), ParseOptions);
-        }
+    std::error_code ignored;
+    if (std::filesystem::is_directory(name, ignored)) {
+        pugi::xml_parse_result result;
         result.status = pugi::status_file_not_found;
-    } catch (const std::bad_alloc&) {
-        result.status = pugi::status_out_of_memory;
+        return result;
     }
-    return result;
+    return document.load_file(name.c_str(), ParseOptions, pugi::encoding_auto);
 }
 
 // As pugixml's save_file, whose descriptor would go to programs that other threads start, and may
