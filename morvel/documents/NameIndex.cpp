@@ -87,6 +87,7 @@ std::optional<pugi::xml_node> NameIndex::_lookUp(pugi::xml_node parent, std::str
         if (IsSameName(name, child.name())) {
             return child;
         }
+        return std::nullopt;  // another name, or the locale has come to tell the spellings apart
     }
     try {
         const auto [known, isNew] =

@@ -96,7 +96,7 @@ TEST(NameIndex, FindsWhatAWalkFindsAfterEveryEdit) {
     });
 }
 
-// Names of one hash: more spellings than the probe limit, of which a walk finds the first.
+// Spellings of one name, of which the first is found, and two names that fold to one hash.
 TEST(NameIndex, FindsNamesOfOneHash) {
     std::string xml = "<r><x/><y/>";
     for (unsigned i = 0; i < 1024; ++i) {
@@ -106,10 +106,14 @@ TEST(NameIndex, FindsNamesOfOneHash) {
     }
     NXML document, found;
     ASSERT_TRUE(document.FromText(xml + "<last/></r>"));
+    ASSERT_TRUE(document.SetValue("r.x@", std::string("at")));
+    ASSERT_TRUE(document.SetValue("r.x`", std::string("grave")));
     for (int search = 0; search < 4; ++search) {
         EXPECT_TRUE(document.GetElement("r.last", nullptr, -1));
         EXPECT_TRUE(document.GetElement("r.ABCDEFGHIJ", &found, -1));
         EXPECT_EQ(found.RootName(), "abcdefghij");
+        EXPECT_TRUE(document.GetElement("r.x`", &found, -1));
+        EXPECT_EQ(found.RootName(), "x`");
         EXPECT_TRUE(document.SetValue("r.new" + std::to_string(search), std::string("v")));
         EXPECT_TRUE(document.GetElement("r.new0", nullptr, -1));
     }
