@@ -4,7 +4,8 @@
 /// The companions: what programs that use this library do all the time, as functions and small
 /// types. They stand on the classes, and morvel.h doesn't include them. Each of their headers says
 /// once for all that it has how it fails, what threads may do, which encoding it has and what it
-/// costs: TextTools.h, FileTools.h, DocumentTools.h, TimeTools.h, TransferTools.h, ErrorTools.h.
+/// costs: TextTools.h, FileTools.h, DocumentTools.h, TimeTools.h, TransferTools.h, LogTools.h,
+/// ErrorTools.h.
 #include <morvel/base/ErrorTools.h>
 #include <morvel/documents/DocumentTools.h>
 #include <morvel/files/FileTools.h>

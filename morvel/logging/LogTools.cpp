@@ -26,7 +26,7 @@ struct morvel::LogAccess {
 bool morvel::StartLog(const NString& name) {
     const std::string utf8 = Utf8(name);
     NLog* const log = NLog::DefaultLog();
-    if (utf8.empty() || utf8.find_first_of("/\\") != utf8.npos ||
+    if (utf8.empty() || utf8.find_first_of("/\\:.") != utf8.npos ||
         !LogAccess::Rename(log, FromUtf8(utf8))) {
         return false;
     }

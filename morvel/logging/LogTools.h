@@ -31,9 +31,9 @@ constexpr const char* LevelFatal = "FATAL";  ///< What ends the program. Shows t
 /// file is empty. The log lasts until the library is unloaded; nobody has to delete it.
 ///
 /// False, with nothing changed, if the file can't be written (on Windows another process may have
-/// it open already), if the name is empty or has a folder in it, and if the default log has begun
-/// to write, under whatever name. "morvel" would switch on the log of all programs. To be called
-/// before other threads log.
+/// it open already), if the name is empty or has a slash, colon or dot in it, and if the default
+/// log has begun to write, under whatever name. "morvel" would switch on the log of all programs.
+/// To be called before other threads log.
 ///
 ///     if (!morvel::StartLog("orders")) std::cerr << "no log will be written\n";
 MORVEL_API bool StartLog(const NString& name);

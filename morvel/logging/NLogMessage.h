@@ -7,7 +7,7 @@
 
 #include <morvel/base/NBaseObject.h>
 
-/// One line for the log, composed on the stack and written when the object dies. Most code uses the
+/// One line for the log, composed and then written when the object dies. Most code uses the
 /// macro NLOG; the class itself serves a line that is put together in several pieces:
 ///
 ///     NLogMessage line(__FILE__, __LINE__, __func__, "NOTICE");
@@ -19,8 +19,8 @@
 /// process if NLog::Write throws; the rest throws std::bad_alloc alone.
 /// @threads An object belongs to one thread.
 /// @encoding Bytes as they are given, see NLog.
-/// @cost The line is composed even when no log is in force; the first 248 bytes take no memory from
-/// the heap.
+/// @cost The line is composed even when no log is in force, with one allocation for up to 250
+/// bytes.
 class MORVEL_API NLogMessage : public NBaseObject {
 public:
     /// `file` is shown from behind its last (, / or \. `level` is one of the words of NLog::Write;

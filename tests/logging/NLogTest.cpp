@@ -300,7 +300,7 @@ TEST(LogTools, StartsALogOfTheProgramOnce) {
     EXPECT_TRUE(morvel::LogFile().IsEmpty());
     std::filesystem::remove_all(InLogFolder(""));
     std::filesystem::create_directories(InLogFolder("taken.log"));
-    for (const char* const name : {"", "a/b", "a\\b", "taken"}) {
+    for (const char* const name : {"", "a/b", "a\\b", "a:b", "a.b", "taken"}) {
         EXPECT_FALSE(morvel::StartLog(name)) << name;
     }
     EXPECT_EQ(NLog::Get(), nullptr);
