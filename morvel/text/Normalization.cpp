@@ -12,7 +12,6 @@
 #include <morvel/platform/Codecs.h>
 #include <morvel/text/NfcQuickCheck.h>
 
-using morvel::Utf8Codec;
 using CodePoints = std::vector<utf8proc_int32_t>;
 
 namespace {

@@ -53,11 +53,14 @@ TEST_F(NFileStreamTest, StartsWhereTheModeSays) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.mode);
-        Stream stream, reader, writer;
+        Stream stream, writer;
         EXPECT_EQ(stream.Open(At(name + std::to_string(row.mode)), row.mode), row.makes ? 0 : -1);
         folder.Write(name, "hel\r\n");
-        ASSERT_EQ(reader.Open(At(name), row.mode), 0);
-        EXPECT_EQ(reader.Get(9), row.read);
+        {
+            Stream reader;  // closed before the next opens: on Windows one writes at a time
+            ASSERT_EQ(reader.Open(At(name), row.mode), 0);
+            EXPECT_EQ(reader.Get(9), row.read);
+        }
         ASSERT_EQ(writer.Open(At(name), row.mode), 0);
         EXPECT_EQ(writer.Put("XY"), row.makes ? 2 : 0);
         EXPECT_EQ(folder.Read(name), row.afterWrite);  // nothing waits to be flushed

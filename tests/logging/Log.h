@@ -59,7 +59,8 @@ inline void WriteLines(int writer, int first, int count) {
 
 /// A name in the log folder, which is the test's own.
 inline std::filesystem::path InLogFolder(const std::string& name) {
-    return std::filesystem::u8path(NPath::AppDataFolder().Data()) / "Tarnwick Software" / name;
+    return std::filesystem::u8path(NPath::AppDataFolder().Data()) / "Tarnwick Software" /
+           std::filesystem::u8path(name);
 }
 
 /// A log in force that writes to "<name>.log".
