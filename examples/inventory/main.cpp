@@ -33,37 +33,27 @@ void _load(NXML& stock, const NPath& file) {
     }
 }
 
-NString _name(const NXML& part) {
-    NString name;
-    part.GetRootAttribute("name", name);
-    return name;
-}
-
-int _count(const NXML& part) {
-    return morvel::ValueOf(part, "part").value_or(NString()).ToInt();
-}
-
 // Takes the part out of the document and puts it in again behind all others, with its new count.
 int _change(NXML& stock, const NString& name, int difference) {
-    int count = 0;
+    int count = difference;
     for (const morvel::ChildElement& part : morvel::Children(stock, "inventory", "part")) {
-        if (morvel::NStringEqual()(_name(*part.element), name)) {
-            count = _count(*part.element);
+        if (morvel::NStringEqual()(morvel::TextOf(*part.element, "part.name"), name)) {
+            count += morvel::TextOf(*part.element, "part.count").ToInt();
             stock.RemoveElement("inventory", part.index);
             break;
         }
     }
-    if (count + difference < 0) {
-        throw Refusal{"There are " + std::to_string(count) + " of " + morvel::Utf8(name) +
-                      ". Take fewer, or put some in first."};
+    if (count < 0) {
+        throw Refusal{"There are " + std::to_string(count - difference) + " of " +
+                      morvel::Utf8(name) + ". Take fewer, or put some in first."};
     }
     NDataContainerArray made;
     made.push_back(new NXML);
     NXML& part = static_cast<NXML&>(*made.back());
-    morvel::Put(part, "part", count + difference);
-    part.SetAttribute("part", "name", morvel::Utf8(name));
+    morvel::Put(part, "part.name", name);
+    morvel::Put(part, "part.count", count);
     stock.AppendElements("inventory", made);
-    return count + difference;
+    return count;
 }
 
 }  // namespace
@@ -94,7 +84,8 @@ int main(int argc, char** argv) {
         _load(stock, file);
         if (list->parsed()) {
             for (const morvel::ChildElement& part : morvel::Children(stock, "inventory", "part")) {
-                std::cout << _count(*part.element) << '\t' << _name(*part.element) << '\n';
+                std::cout << morvel::TextOf(*part.element, "part.count") << '\t'
+                          << morvel::TextOf(*part.element, "part.name") << '\n';
             }
         } else {
             const int left = _change(stock, morvel::FromUtf8(name), put->parsed() ? count : -count);
