@@ -177,16 +177,16 @@ void AddSubjects() {
         },
         expected);
 
-    _addNewNames("Morvel", [](const std::vector<std::string>& paths) {
+    _addNewNames("Morvel", [](const std::vector<std::string>& names) {
         NXML document;
         document.CreateRoot("list");
         std::size_t set = 0;
-        for (const std::string& path : paths) set += document.SetValue(path, std::string("v"));
+        for (const std::string& name : names) set += document.SetValue(name, std::string("v"));
         return set;
     });
-    _addNewNames("Boost property tree", [](const std::vector<std::string>& paths) {
+    _addNewNames("Boost property tree", [](const std::vector<std::string>& names) {
         pt::ptree document;
-        for (const std::string& path : paths) document.put(path, "v");
+        for (const std::string& name : names) document.put(name, "v");
         return document.get_child("list").size();
     });
 }
