@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstring>
+#include <mutex>
 
 #include <morvel/documents/ElementName.h>
 #include <morvel/documents/NodePointer.h>
@@ -77,24 +78,36 @@ void NameIndex::Clear() noexcept {
     _parents = std::unordered_map<Node, Children>();
 }
 
-// The first child of that name, or a null node; nothing while the children aren't entered.
+// The first child of that name, or a null node; nothing while the children aren't entered. Searches
+// share the lock, so that threads that read one document don't wait for each other.
 std::optional<pugi::xml_node> NameIndex::_lookUp(pugi::xml_node parent, std::string_view name) {
     const std::uint64_t hash = _hash(parent, name);
-    const std::lock_guard<std::mutex> lock(_mutex);
-    const auto entry = _children.find(hash);
-    if (entry != _children.end()) {
-        const pugi::xml_node child(entry->second);
-        if (IsSameName(name, child.name())) {
-            return child;
+    {
+        const std::shared_lock<std::shared_mutex> lock(_mutex);
+        const auto entry = _children.find(hash);
+        if (entry != _children.end()) {
+            const pugi::xml_node child(entry->second);
+            if (IsSameName(name, child.name())) {
+                return child;
+            }
+            return std::nullopt;  // another name, or the locale has come to tell spellings apart
         }
-        return std::nullopt;  // another name, or the locale has come to tell the spellings apart
+        const auto known = _parents.find(NodePointer::Of(parent));
+        if (known != _parents.end() && known->second != Children::Searched) {
+            return known->second == Children::Entered ? std::optional(pugi::xml_node())
+                                                      : std::nullopt;
+        }
     }
+    _searched(parent);
+    return std::nullopt;
+}
+
+// Notes a node's first search, and enters its children at the second.
+void NameIndex::_searched(pugi::xml_node parent) {
+    const std::lock_guard<std::shared_mutex> lock(_mutex);
     try {
         const auto [known, isNew] =
             _parents.try_emplace(NodePointer::Of(parent), Children::Searched);
-        if (known->second == Children::Entered) {
-            return pugi::xml_node();
-        }
         if (!isNew && known->second == Children::Searched) {
             pugi::xml_node child = parent.first_child();
             while (child && _enter(parent, child)) child = child.next_sibling();
@@ -103,7 +116,6 @@ std::optional<pugi::xml_node> NameIndex::_lookUp(pugi::xml_node parent, std::str
     } catch (...) {
         // no memory: this search walks, and a later one may have more
     }
-    return std::nullopt;
 }
 
 // False where another name has that hash. Of spellings that differ in case alone the first stands

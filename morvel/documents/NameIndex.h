@@ -2,8 +2,8 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
+#include <shared_mutex>
 #include <string_view>
 #include <unordered_map>
 
@@ -39,9 +39,10 @@ private:
     enum class Children { Searched, Entered, Refused };  // the last: two names of one hash
 
     std::optional<pugi::xml_node> _lookUp(pugi::xml_node parent, std::string_view name);
+    void _searched(pugi::xml_node parent);
     bool _enter(pugi::xml_node parent, pugi::xml_node child);
 
-    std::mutex _mutex;                                  // guards what follows
+    std::shared_mutex _mutex;                           // guards what follows
     std::unordered_map<std::uint64_t, Node> _children;  // by a hash of parent and name
     std::unordered_map<Node, Children> _parents;        // the nodes that were searched
 };
