@@ -1,6 +1,7 @@
 #include <morvel/time/NDateTime.h>
 
 #include <ctime>
+#include <optional>
 #include <string_view>
 
 #include <Poco/DateTime.h>
@@ -89,6 +90,99 @@ bool _asksForNumber(const std::string& format) {
     return false;
 }
 
+constexpr std::string_view PlainLetters = "YmdHMS";  // each stands for two digits, Y for four
+
+// Moves `digits` digits from the head of `text` to `value`; false where there are fewer.
+bool _takeNumber(std::size_t digits, std::string_view* text, std::int32_t* value) {
+    if (text->size() < digits) return false;
+    *value = 0;
+    for (const char c : text->substr(0, digits)) {
+        if (c < '0' || c > '9') return false;
+        *value = *value * 10 + (c - '0');
+    }
+    text->remove_prefix(digits);
+    return true;
+}
+
+// "Z", or hours and minutes as in "+02:00"; false for all else.
+bool _readPlainZone(std::string_view text, std::int32_t* zone) {
+    *zone = 0;
+    if (text == "Z") return true;
+    if (text.size() != 6 || (text[0] != '+' && text[0] != '-') || text[3] != ':') return false;
+    std::string_view hours = text.substr(1, 2), minutes = text.substr(4);
+    std::int32_t hour = 0, minute = 0;
+    if (!_takeNumber(2, &hours, &hour) || !_takeNumber(2, &minutes, &minute)) return false;
+    *zone = (text[0] == '-' ? -60 : 60) * (hour * 60 + minute);
+    return hour < 24 && minute < 60;
+}
+
+// A quick reader of plain texts: all digits of the plain letters are there, no letter comes twice,
+// and between them stand the pattern's own marks, one at a time. Nothing for all else, which is
+// POCO's.
+std::optional<NDateTime> _readPlain(std::string_view pattern, std::string_view text,
+                                    std::int32_t* zone) {
+    constexpr std::string_view Marks = "-:T ";
+    unsigned seen = 0;
+    std::int32_t parts[] = {0, 1, 1, 0, 0, 0}, told = 0;  // in the order of the letters
+    bool isMark = true;                                   // a number has to come next
+    for (std::size_t i = 0; i < pattern.size(); ++i) {
+        const char c = pattern[i];
+        if (c != '%') {
+            if (isMark || text.empty() || text[0] != c || Marks.find(c) == Marks.npos) return {};
+            text.remove_prefix(1);
+            isMark = true;
+        } else if (const char letter = ++i < pattern.size() ? pattern[i] : '\0'; letter == 'z') {
+            if (isMark || i + 1 < pattern.size() || !_readPlainZone(text, &told)) return {};
+            text = {};
+            isMark = false;
+        } else {
+            const std::size_t part = PlainLetters.find(letter);
+            if (part == PlainLetters.npos || (seen >> part & 1) != 0 ||
+                !_takeNumber(part == 0 ? 4 : 2, &text, &parts[part])) {
+                return {};
+            }
+            seen |= 1U << part;
+            isMark = false;
+        }
+    }
+    const auto [year, month, day, hour, minute, second] = parts;
+    if (isMark || !text.empty() || second == 60 ||
+        !_isDate(year, month, day, hour, minute, second, 0, 0)) {
+        return {};
+    }
+    *zone = told;
+    return NDateTime(year, month, day, hour, minute, second, 0, 0);
+}
+
+// The same the other way round; false where the pattern asks for more than plain letters and %z.
+bool _writePlain(std::string_view pattern, const std::int32_t (&parts)[6], std::int32_t zone,
+                 std::string* text) {
+    const auto digit = [](std::int32_t value) { return static_cast<char>('0' + value % 10); };
+    text->reserve(pattern.size() + 8);
+    for (std::size_t i = 0; i < pattern.size(); ++i) {
+        if (pattern[i] != '%') {
+            *text += pattern[i];
+            continue;
+        }
+        const char letter = ++i < pattern.size() ? pattern[i] : '\0';
+        const std::size_t part = PlainLetters.find(letter);
+        if (letter == 'z') {
+            Poco::DateTimeFormatter::tzdISO(*text, zone);
+        } else if (part == PlainLetters.npos) {
+            return false;
+        } else {
+            const std::int32_t value = parts[part];
+            if (part == 0) {
+                *text += digit(value / 1000);
+                *text += digit(value / 100);
+            }
+            *text += digit(value / 10);
+            *text += digit(value);
+        }
+    }
+    return true;
+}
+
 // Throws where POCO finds that it can't read the text or takes what is no date, and for a text
 // without any digit, of which it would read every number as 0 and so find the year 0.
 NDateTime _parsed(const std::string& format, const std::string& text,
@@ -132,6 +226,13 @@ NDateTime::~NDateTime() = default;
 
 std::string NDateTime::Format(const NDateTime& dateTime, const std::string& format,
                               std::int32_t timeZoneDifferential) {
+    const std::int64_t value = dateTime._timestamp.Value();
+    if (value >= CalendarBegin && value < CalendarEnd) {
+        const std::int32_t parts[] = {dateTime._year, dateTime._month,  dateTime._day,
+                                      dateTime._hour, dateTime._minute, dateTime._second};
+        std::string text;
+        if (_writePlain(format, parts, timeZoneDifferential, &text)) return text;
+    }
     // There and back changes nothing, but far from 1582 it wraps, as the reading itself does.
     const NTimestamp timestamp = NTimestamp::FromUtcTime(dateTime._timestamp.UtcTime());
     return Poco::DateTimeFormatter::format(Poco::Timestamp(timestamp.Value()), format,
@@ -140,6 +241,7 @@ std::string NDateTime::Format(const NDateTime& dateTime, const std::string& form
 
 NDateTime NDateTime::Parse(const std::string& format, const std::string& text,
                            std::int32_t& timeZoneDifferential) {
+    if (const auto plain = _readPlain(format, text, &timeZoneDifferential)) return *plain;
     try {
         // Without a byte-order mark, text is in the system's encoding already.
         if (morvel::BomOf(text).length == 0) {

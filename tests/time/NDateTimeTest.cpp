@@ -1,9 +1,11 @@
 #include <morvel/time/NDateTime.h>
 
+#include <cstring>
 #include <iomanip>
 #include <limits>
 
 #include <Poco/DateTime.h>
+#include <Poco/DateTimeFormatter.h>
 #include <Poco/DateTimeParser.h>
 #include <Poco/Exception.h>
 
@@ -154,5 +156,44 @@ TEST(NDateTime, ReadsEveryDayAsPocoDoesAndBack) {
     }
     for (const Int64 value : {2932897 * day, 3000000 * day, Highest, -719600 * day, -Highest - 1}) {
         expectAsPoco(value);
+    }
+}
+
+// Plain patterns have a short way of their own; POCO's is the measure, or the local time where it
+// refuses. Both patterns and texts are regular ones with up to two changes.
+TEST(NDateTime, ReadsAndWritesPlainTextsAsPocoDoes) {
+    std::mt19937 random(12);
+    const auto change = [&random](std::string text, const char* characters) {
+        for (auto changes = random() % 3; changes > 0; --changes) {
+            const char c = characters[random() % std::strlen(characters)];
+            const auto at = random() % (text.size() + 1);
+            text.replace(at, random() % 2, random() % 3 == 0 ? "" : std::string(1, c));
+        }
+        return text;
+    };
+    for (int round = 0; round < 50000 && !HasFailure(); ++round) {
+        const std::string pattern = change("%Y-%m-%dT%H:%M:%S%z", "%YmdHMSzZey -:T7");
+        const Int64 value =
+            (static_cast<Int64>(random() % 8700) * 31556952 - 11600000000) * 1000000;
+        const int zone = random() % 3 == 0 ? NoZone : static_cast<int>(random() % 100000) - 50000;
+        const std::string written =
+            Poco::DateTimeFormatter::format(Poco::Timestamp(value), pattern, zone);
+        ASSERT_EQ(NDateTime::Format(NTimestamp(value), pattern, zone), written) << pattern;
+
+        const std::string read =
+            change(written + "0", "0123456789+-:TZ ").substr(0, written.size());
+        std::string expected = "now";
+        std::int32_t told = 4711, expectedZone = told;
+        try {
+            int differential = 0;
+            const Poco::DateTime d = Poco::DateTimeParser::parse(pattern, read, differential);
+            expected = text(made({d.year(), d.month(), d.day(), d.hour(), d.minute(), d.second(),
+                                  d.millisecond(), d.microsecond()}));
+            if (expected != "now") expectedZone = differential;
+        } catch (const Poco::Exception&) {
+            // the local time
+        }
+        ASSERT_EQ(text(NDateTime::Parse(pattern, read, told)), expected) << pattern << ' ' << read;
+        ASSERT_EQ(told, expectedZone) << pattern << ' ' << read;
     }
 }
