@@ -61,8 +61,7 @@ int _change(NXML& stock, const NString& name, int difference) {
 int main(int argc, char** argv) {
     CLI::App app("Keeps count of parts in a file that several processes share.");
     app.require_subcommand(1);
-    std::string fileName;
-    std::string name;
+    std::string fileName, name;
     int count = 1;
     app.add_option("file", fileName, "the inventory; made with the first part")->required();
     auto* list = app.add_subcommand("list", "shows all parts");
