@@ -1,0 +1,201 @@
+// The library behind a pipe. Each line of the standard input is a command and its words, and is
+// answered by a line: the command's number, and what came of it or the exception behind a "!". With
+// a number as argument so many threads share the lines. What is to come out, the drivers beside
+// this file know.
+#include <sys/syscall.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <fstream>
+#include <functional>
+#include <iostream>
+#include <map>
+#include <mutex>
+#include <sstream>
+#include <thread>
+
+#include <morvel/companions.h>
+#include <morvel/morvel.h>
+
+namespace {
+std::atomic<std::time_t> clockReads{0};  // 0: what the system's clock reads
+}
+
+// In place of the C library's: the library and POCO read the clock through it.
+#pragma GCC visibility push(default)
+extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept {
+    const int result = static_cast<int>(syscall(SYS_clock_gettime, clock, time));
+    if (clock == CLOCK_REALTIME && clockReads != 0) *time = {clockReads, 0};
+    return result;
+}
+#pragma GCC visibility pop
+
+namespace {
+
+struct Line {
+    std::string command, file, other;
+    int first, second;
+    NPath Path() const { return NPath(file, EncodingUTF8); }
+    long Count() const { return std::stol(other); }
+    NStringEncoding Encoding() const { return static_cast<NStringEncoding>(first); }
+};
+
+// `file`, as text in the encoding `first`, changed and written to `other`.
+void _change(const Line& l, const std::function<void(NString&)>& change) {
+    const std::string bytes = morvel::ReadFile(l.Path());
+    NString text(l.Encoding());
+    text.SetBytes(bytes.data(), bytes.size(), l.Encoding());
+    change(text);
+    std::ofstream(l.other, std::ios::binary) << text.Data();
+}
+
+// Whether the document `file` is accepted, and comes back from its own text.
+void _load(const Line& l, std::ostream& out) {
+    NXML document, again;
+    if (!document.LoadFile(l.file, true)) {
+        out << "refused";
+        return;
+    }
+    const std::string text = document.ToText(0);
+    out << (again.FromText(text) && again.ToText(0) == text ? "accepted" : "changed");
+}
+
+void _save(const Line& l, const std::function<void(NXML&)>& save) {
+    NXML document;
+    morvel::Put(document, "r", std::string(std::size_t(l.Count()), 'n'));
+    save(document);
+}
+
+int _open(const Line& l, int mode, const std::function<int(NFileStream&)>& use) {
+    NFileStream stream;
+    const int opened = stream.Open(NFile(l.file), mode);
+    return opened != 0 ? opened : use(stream);
+}
+
+// The hours since 1970, `second` of them from `first` on, at which local time in the zone `file` is
+// by another number of seconds ahead of UTC than it was, and that number.
+void _offsets(const Line& l, std::ostream& out) {
+    setenv("TZ", l.file.c_str(), 1);
+    std::int64_t before = -1;
+    for (std::int64_t hour = l.first; hour < l.first + l.second; ++hour) {
+        clockReads = hour * 3600;
+        const NDateTime now;
+        const std::int64_t ahead = now.Timestamp().Value() / 1000000 - clockReads;
+        if (ahead != before) out << hour << ':' << ahead << ' ';
+        before = ahead;
+    }
+    clockReads = 0;
+}
+
+// Numbers, tokens, dates and identifiers: what doesn't come back from its text.
+void _values(const Line& l, std::ostream& out) {
+    for (long long value = 0; value < l.Count(); ++value) {
+        NString number, id;
+        number.SetNumber(value * value);
+        const NStringTokenizer tokens("a," + number, ",", 0);
+        const NDateTime date(NTimestamp(value * 86400000000));
+        std::int32_t zone = 0;
+        const std::string text = NDateTime::Format(date, "%Y-%m-%d", 0);
+        const bool right = NString(tokens.Token(1)).ToDouble() == double(value) * double(value) &&
+                           NDateTime::Parse("%Y-%m-%d", text, zone) == date;
+        if (!right) out << value << ' ';
+    }
+}
+
+void _log(const Line& l) {
+    for (long line = 0; line < l.Count(); ++line) {
+        NLOG("NOTICE", "writer %s line %ld", l.file.c_str(), line);
+    }
+}
+
+void _lock(const Line& l) {
+    NNamedMutex mutex(l.file.c_str());
+    for (long turn = 0; turn < l.Count(); ++turn) const NAutoNamedMutexLock lock(&mutex);
+}
+
+void _fetch(const Line& l, std::ostream& out) {
+    const morvel::Reply reply = morvel::Fetch(l.file, static_cast<std::uint32_t>(l.Count()));
+    out << reply.status << ' ' << reply.body.size();
+}
+
+using Out = std::ostream;
+const std::map<std::string, std::function<void(const Line&, Out&)>> commands = {
+    {"convert",
+     [](auto& l, Out&) {
+         _change(l, [&](NString& s) { s.ConvertTo(NStringEncoding(l.second)); });
+     }},
+    {"normalize",
+     [](auto& l, Out&) { _change(l, [&](NString& s) { s.Normalize(NStringForm(l.second)); }); }},
+    {"base64", [](auto& l, Out&) { _change(l, [](NString& s) { s.EncodeBase64(); }); }},
+    {"unbase64", [](auto& l, Out&) { _change(l, [](NString& s) { s.DecodeBase64(); }); }},
+    {"url", [](auto& l, Out&) { _change(l, [](NString& s) { s.UrlEncode(); }); }},
+    {"unurl", [](auto& l, Out&) { _change(l, [](NString& s) { s.UrlDecode(); }); }},
+    {"offsets", _offsets},
+    {"values", _values},
+    {"load", _load},
+    {"save", [](auto& l, Out& out) { _save(l, [&](NXML& d) { out << d.SaveFile(l.file); }); }},
+    {"save-safely",
+     [](auto& l, Out&) { _save(l, [&](NXML& d) { morvel::SaveSafely(d, l.Path()); }); }},
+    {"write",
+     [](auto& l, Out&) { morvel::WriteFile(l.Path(), std::string(std::size_t(l.Count()), 'n')); }},
+    {"read", [](auto& l, Out& out) { out << morvel::ReadFile(l.Path()).size(); }},
+    {"rename", [](auto& l, Out&) { morvel::Rename(l.Path(), NPath(l.other, EncodingUTF8)); }},
+    {"create", [](auto& l, Out& out) { out << NFile(l.file).CreateFile(); }},
+    {"create-folder", [](auto& l, Out& out) { out << NFile(l.file).CreateDirectory(); }},
+    {"create-folders", [](auto& l, Out&) { NFile(l.file).CreateDirectories(); }},
+    {"remove", [](auto& l, Out&) { NFile(l.file).Remove(true); }},
+    {"exists", [](auto& l, Out& out) { out << NFile(l.file).Exists(); }},
+    {"created", [](auto& l, Out& out) { out << NFile(l.file).CreationTime().Value(); }},
+    {"stream-read",
+     [](auto& l, Out& out) {
+         out << _open(l, 1, [](auto& s) { return s.Read(std::string(8, 'n').data(), 8); });
+     }},
+    {"stream-write",
+     [](auto& l, Out& out) { out << _open(l, 0, [](auto& s) { return s.Write("nnnnnnnn", 8); }); }},
+    {"start-log", [](auto& l, Out& out) { out << morvel::StartLog(l.file); }},
+    {"flush-log", [](auto&, Out& out) { out << morvel::FlushLog(60); }},
+    {"log", [](auto& l, Out&) { _log(l); }},
+    {"lock", [](auto& l, Out&) { _lock(l); }},
+    {"fetch", _fetch},
+};
+
+// What comes of a line, between two system calls that nothing else makes, for a tracer to see.
+std::string _answer(const std::string& text) {
+    Line line{};
+    std::istringstream(text) >> line.command >> line.file >> line.other >> line.first >>
+        line.second;
+    std::ostringstream out;
+    syscall(SYS_getppid);
+    try {
+        commands.at(line.command)(line, out);
+    } catch (const std::exception& e) {
+        out << '!' << e.what();
+    }
+    syscall(SYS_getppid);
+    return out.str();
+}
+
+void _work() {
+    static std::mutex reading, writing;
+    static int count = 0;
+    for (std::string line;;) {
+        std::unique_lock<std::mutex> lock(reading);
+        if (!std::getline(std::cin, line)) return;
+        const int number = count++;
+        lock.unlock();
+        const std::string answer = _answer(line);
+        const std::lock_guard<std::mutex> alone(writing);
+        std::cout << number << ' ' << answer << std::endl;
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    std::vector<std::thread> others(argc > 1 ? std::stoul(argv[1]) - 1 : 0);
+    for (std::thread& other : others) other = std::thread(_work);
+    _work();
+    for (std::thread& other : others) other.join();
+    return 0;
+}

@@ -1,0 +1,74 @@
+"""What the drivers share: the host under test, the sentence at the end, and the reason for a skip."""
+
+import contextlib
+import os
+import pathlib
+import subprocess
+import sys
+import tempfile
+
+ENCODINGS = ["System", "ASCII", "Latin1", "Latin9", "UTF8", "UTF16"]
+FORMS = ["NFD", "NFKD", "NFC", "NFKC"]
+UNDER_SANITIZER = any(name in os.environ for name in ("ASAN_OPTIONS", "TSAN_OPTIONS"))
+
+
+def skip(sentence):
+    """Ends the driver; ctest counts it as skipped."""
+    print(f"skipped: {sentence}")
+    sys.exit(77)
+
+
+def finish(failures, figures):
+    """Ends the driver with what it found and with the figures for docs/reliability.md."""
+    for failure in failures[:40]:
+        print(failure)
+    if failures:
+        print(f"failed: {len(failures)} findings")
+        sys.exit(1)
+    print(f"figures: {figures}")
+    sys.exit(0)
+
+
+class Host:
+    """The program that knows the library, asked line by line. `with` ends it."""
+
+    def __init__(self, program, threads=1, under=(), **options):
+        self.process = subprocess.Popen([*under, program, str(threads)], stdin=subprocess.PIPE,
+                                        stdout=subprocess.PIPE, text=True, **options)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        with contextlib.suppress(BrokenPipeError):
+            self.process.stdin.close()
+        self.process.wait()
+        self.process.stdout.close()
+
+    def send(self, *words):
+        print(*words, file=self.process.stdin, flush=True)
+
+    def receive(self):
+        """The answer to one of the lines; None where the program has ended."""
+        answer = self.process.stdout.readline()
+        return answer.rstrip("\n").split(" ", 1)[1] if answer.endswith("\n") else None
+
+    def ask(self, *words):
+        self.send(*words)
+        return self.receive()
+
+
+class Texts:
+    """Commands that change text from a file to a file, as if they took and gave bytes."""
+
+    def __init__(self, host):
+        self._host = host
+        self._folder = tempfile.TemporaryDirectory()
+        self._in, self._out = (pathlib.Path(self._folder.name, name) for name in ("in", "out"))
+
+    def change(self, command, text, encoding, argument=0):
+        self._in.write_bytes(text)
+        answer = self._host.ask(command, self._in, self._out, encoding, argument)
+        if answer != "":
+            return answer
+        return self._out.read_bytes()
