@@ -1,13 +1,11 @@
 #pragma once
 
-#include <map>
-#include <string>
-#include <vector>
+#include <Poco/Pipe.h>
+#include <Poco/PipeStream.h>
+#include <Poco/Process.h>
+#include <Poco/StreamCopier.h>
 
-namespace Poco {
-class Pipe;
-class ProcessHandle;
-}  // namespace Poco
+#include <tests/support/Test.h>
 
 namespace morvel::test {
 
@@ -22,13 +20,30 @@ struct ProcessResult {
 /// between them. `environment` is added to this process's own; what the program writes goes to
 /// `output` if that isn't null. One that can't be started throws on Windows, and ends with exit
 /// code 72 elsewhere.
-Poco::ProcessHandle StartProcess(const std::string& program,
-                                 const std::vector<std::string>& arguments,
-                                 const std::map<std::string, std::string>& environment = {},
-                                 Poco::Pipe* output = nullptr);
+inline Poco::ProcessHandle StartProcess(const std::string& program,
+                                        const std::vector<std::string>& arguments,
+                                        const std::map<std::string, std::string>& environment = {},
+                                        Poco::Pipe* output = nullptr) {
+    const char* const launcher = std::getenv("MORVEL_TEST_LAUNCHER");
+    std::istringstream front(launcher == nullptr ? "" : launcher);
+    std::vector<std::string> words(std::istream_iterator<std::string>(front), {});
+    words.push_back(program);
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    return Poco::Process::launch(words[0], {words.begin() + 1, words.end()}, nullptr, output,
+                                 output, environment);
+}
 
 /// Runs a program to its end, started as by StartProcess.
-ProcessResult RunProcess(const std::string& program, const std::vector<std::string>& arguments,
-                         const std::map<std::string, std::string>& environment = {});
+inline ProcessResult RunProcess(const std::string& program,
+                                const std::vector<std::string>& arguments,
+                                const std::map<std::string, std::string>& environment = {}) {
+    Poco::Pipe output;
+    const Poco::ProcessHandle handle = StartProcess(program, arguments, environment, &output);
+    Poco::PipeInputStream in(output);
+    ProcessResult result;
+    Poco::StreamCopier::copyToString(in, result.output);
+    result.exitCode = handle.wait();
+    return result;
+}
 
 }  // namespace morvel::test

@@ -2,15 +2,13 @@
 
 #include <cstdint>
 #include <cstdlib>
-#include <future>
-#include <utility>
 
 #include <Poco/Environment.h>
 #include <Poco/Net/HTTPRequestHandler.h>
 #include <Poco/Net/HTTPRequestHandlerFactory.h>
 #include <Poco/Net/HTTPServer.h>
 #include <Poco/Net/HTTPServerParams.h>
-#include <Poco/Net/HTTPServerRequest.h>
+#include <Poco/Net/HTTPServerRequestImpl.h>
 #include <Poco/Net/HTTPServerResponse.h>
 #include <Poco/Net/ServerSocket.h>
 #include <Poco/StreamCopier.h>
@@ -22,11 +20,8 @@ namespace {
 
 using Poco::Net::HTTPServerRequest;
 using Poco::Net::HTTPServerResponse;
-using Ending = std::shared_future<void>;
 
 struct Handler : Poco::Net::HTTPRequestHandler {
-    explicit Handler(Ending end) : ending(std::move(end)) {}
-
     void handleRequest(HTTPServerRequest& request, HTTPServerResponse& response) override {
         const std::string& target = request.getURI();
         std::string body;
@@ -49,21 +44,18 @@ struct Handler : Poco::Net::HTTPRequestHandler {
             response.setKeepAlive(false);
             response.setContentLength(1000000);
             response.send() << TestServer::Bytes(number) << std::flush;
-            if (name == "stall") ending.wait();
+            auto& socket = dynamic_cast<Poco::Net::HTTPServerRequestImpl&>(request).socket();
+            if (name == "stall") socket.poll(Poco::Timespan(60, 0), socket.SELECT_READ);
             return;
         }
         response.sendBuffer(body.data(), body.size());
     }
-
-    const Ending ending;
 };
 
 struct HandlerFactory : Poco::Net::HTTPRequestHandlerFactory {
     Poco::Net::HTTPRequestHandler* createRequestHandler(const HTTPServerRequest&) override {
-        return new Handler(ended);
+        return new Handler;
     }
-    std::promise<void> ending;
-    Ending ended{ending.get_future()};
 };
 
 }  // namespace
@@ -71,10 +63,9 @@ struct HandlerFactory : Poco::Net::HTTPRequestHandlerFactory {
 // The pool goes last, so that no thread of it outlives what the handlers use.
 struct TestServer::State {
     Poco::Net::ServerSocket socket{Poco::Net::SocketAddress("127.0.0.1", 0)};
-    Poco::SharedPtr<HandlerFactory> factory = new HandlerFactory;
     Poco::ThreadPool pool{2, 16};
     Poco::Net::HTTPServerParams::Ptr params = new Poco::Net::HTTPServerParams;
-    Poco::Net::HTTPServer server{factory, pool, socket, params};
+    Poco::Net::HTTPServer server{new HandlerFactory, pool, socket, params};
 };
 
 TestServer::TestServer() : _state(std::make_unique<State>()) {
@@ -84,7 +75,6 @@ TestServer::TestServer() : _state(std::make_unique<State>()) {
 }
 
 TestServer::~TestServer() {
-    _state->factory->ending.set_value();
     _state->server.stopAll(true);
     _state->pool.joinAll();
 }

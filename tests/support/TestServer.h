@@ -13,7 +13,7 @@ namespace morvel::test {
 ///     /status/404            that status, with the body "status 404"
 ///     /redirect/307?to=/echo the same, for a redirect; `to` may have a query of its own
 ///     /bytes/70000           Bytes(70000), with its length declared
-///     /stall/500             the first 500 of 1,000,000 bytes, and no more until the end
+///     /stall/500             the first 500 of 1,000,000 bytes, and no more until the client goes
 ///     /cut/500               the first 500 of 1,000,000 bytes, then the connection ends
 ///
 /// So that a proxy in the environment of whoever runs the tests stays out of it, the constructor
@@ -23,7 +23,7 @@ public:
     TestServer();
     TestServer(const TestServer&) = delete;
     TestServer& operator=(const TestServer&) = delete;
-    ~TestServer();  ///< Ends stalled answers too, and returns once no handler runs any more.
+    ~TestServer();  ///< Returns once no handler runs any more.
 
     /// "http://127.0.0.1:<port>" and `target`. Nobody listens there once the server has ended.
     std::string Url(const std::string& target) const;
