@@ -2,79 +2,9 @@
 
 #include <malloc.h>
 
-#include <atomic>
-#include <cstdio>
-#include <fstream>
 #include <map>
-#include <new>
-#include <stdexcept>
-
-namespace {
-std::atomic<bool> counting{false};
-std::atomic<std::uint64_t> allocations{0};
-
-void* _allocate(std::size_t size) {
-    if (counting.load(std::memory_order_relaxed)) {
-        allocations.fetch_add(1, std::memory_order_relaxed);
-    }
-    if (void* const block = std::malloc(size != 0 ? size : 1)) return block;
-    throw std::bad_alloc();
-}
-
-// From /proc/self/status, in bytes.
-std::uint64_t _status(const std::string& name) {
-    std::ifstream status("/proc/self/status");
-    for (std::string word; status >> word;) {
-        if (word == name) {
-            std::uint64_t kilobytes = 0;
-            status >> kilobytes;
-            return kilobytes * 1024;
-        }
-    }
-    return 0;
-}
-}  // namespace
-
-// The library under test resolves its operator new to this one too.
-void* operator new(std::size_t size) {
-    return _allocate(size);
-}
-void* operator new[](std::size_t size) {
-    return _allocate(size);
-}
-void operator delete(void* block) noexcept {
-    std::free(block);
-}
-void operator delete[](void* block) noexcept {
-    std::free(block);
-}
-void operator delete(void* block, std::size_t) noexcept {
-    std::free(block);
-}
-void operator delete[](void* block, std::size_t) noexcept {
-    std::free(block);
-}
 
 namespace bench {
-
-void CountAllocations() {
-    allocations = 0;
-    counting = true;
-}
-
-std::uint64_t CountedAllocations() {
-    counting = false;
-    return allocations;
-}
-
-std::uint64_t PeakBytes(const std::function<void()>& work) {
-    malloc_trim(0);
-    const std::uint64_t before = _status("VmRSS:");
-    std::ofstream("/proc/self/clear_refs") << 5;  // the peak starts again from here
-    work();
-    const std::uint64_t peak = _status("VmHWM:");
-    return peak > before ? peak - before : 0;
-}
 
 std::string Repeated(const std::string& pattern, std::size_t bytes) {
     std::string text = pattern;

@@ -15,6 +15,8 @@
 
 #include <morvel/text/NString.h>
 
+#include "Memory.h"
+
 /// What the benchmarks share: how a subject is named, checked and timed, and the texts they work
 /// on.
 ///
@@ -22,14 +24,6 @@
 /// "case/subject"; a subject whose name begins with "ceiling: " is no library but the bare work
 /// that no library can beat.
 namespace bench {
-
-/// Counts heap allocations by operator new, in all threads, from the one call to the other. Between
-/// other calls they cost no more than without a count.
-void CountAllocations();
-std::uint64_t CountedAllocations();
-
-/// Bytes of memory by which `work` raised the process's peak over what it held before.
-std::uint64_t PeakBytes(const std::function<void()>& work);
 
 /// How much one round of a case's work is: bytes give a rate, items divide the time.
 struct Size {

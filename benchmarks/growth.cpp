@@ -1,14 +1,8 @@
 // How cost grows with work: the same operation at four sizes, a decade apart. The name of a case is
 // that of the operation, the subject is the size.
-#include <unistd.h>
-
-#include <filesystem>
-#include <thread>
 #include <vector>
 
 #include <morvel/documents/NXML.h>
-#include <morvel/logging/NLog.h>
-#include <morvel/logging/NLogMessage.h>
 #include <morvel/text/NString.h>
 #include <morvel/transfer/NURL.h>
 
@@ -100,43 +94,10 @@ void _addDownload(std::size_t kibibytes) {
         true, bench::Clock::Wall);
 }
 
-// 40,000 lines in all, shared out among the threads, to the last one on disk.
-void _addLog(int threads) {
-    constexpr int lines = 40000;
-    bench::AddEqual(
-        _name("log lines (threads)", static_cast<std::size_t>(threads)), bench::Items(lines),
-        [threads] {
-            auto* const log = new NLog;
-            log->SetName("bench");
-            NLog::Set(log);
-            std::vector<std::thread> writers;
-            for (int t = 0; t < threads; ++t) {
-                writers.emplace_back([threads] {
-                    for (int i = 0; i < lines / threads; ++i) NLOG("NOTICE", "morvel - line %d", i);
-                });
-            }
-            for (std::thread& writer : writers) writer.join();
-            delete log;
-            return NLog::Get() == nullptr;
-        },
-        true, bench::Clock::Wall);
-}
-
 }  // namespace
 
 void AddSubjects() {
-    namespace fs = std::filesystem;
-    static const fs::path folder =
-        fs::temp_directory_path() / ("morvel-bench-growth-" + std::to_string(::getpid()));
-    fs::create_directories(folder);
-    ::setenv("XDG_DATA_HOME", folder.c_str(), 1);
-    std::atexit([] {
-        std::error_code ignored;
-        fs::remove_all(folder, ignored);
-    });
-
     for (const std::size_t size : Decades) _addText(size);
     for (const std::size_t size : Decades) _addDocument(size);
     for (const std::size_t kibibytes : {10, 100, 1000, 10000, 100000}) _addDownload(kibibytes);
-    for (const int threads : {1, 2, 4, 8}) _addLog(threads);
 }

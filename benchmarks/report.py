@@ -21,6 +21,8 @@ CEILING = "ceiling: "
 RAW = " (raw)"
 
 JOBS = {
+    "exchange": "A whole program",
+    "startup": "Start and size",
     "normalize": "Text to NFC",
     "convert": "Between encodings",
     "search": "Find, replace all, compare",
@@ -37,11 +39,19 @@ JOBS = {
     "locks": "A lock that nobody else wants",
     "tokenize": "Text into words",
     "growth": "Growth",
+    "scaling": "Threads",
 }
+WITHOUT_PEERS = ("growth", "scaling")  # their subjects are sizes, and numbers of threads
 
 # What Morvel is to reach: job, beginning of the case's name, what is measured, against whom, how many
-# times as much it may take. "best" is the fastest subject that is no ceiling, "limit" a plain number.
+# times as much it may take. "best" is the fastest subject that is no ceiling, "limit" a plain number,
+# "over raw" how much may be added to the dependency's, "one thread" what the same work takes in one.
 GOALS = [
+    ("exchange", "one exchange", "time", "raw", 1.05),
+    ("exchange", "one exchange", "time", "POCO", 1.0),
+    ("exchange", "one exchange", "time", "Qt 6", 1.0),
+    ("startup", "load", "time", "over raw", 1e6),
+    ("scaling", "", "time", "one thread", 1.0),
     ("normalize", "ascii", "time", "best", 1.0),
     ("normalize", "ascii", "time", "ceiling", 2.0),
     *[("normalize", script, "time", "best", 1 / 3)
@@ -84,7 +94,18 @@ GOALS = [
 ]
 
 UNITS = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}
-METRICS = ("peak_bytes", "call_p50_ns", "call_p99_ns", "allocations")
+# What is measured beside time, and what a row of a table calls it.
+EXTRAS = {"call_p50_ns": "one call, median", "call_p99_ns": "one call, 99th percentile",
+          "processor_ns": "processor time", "peak_bytes": "peak memory", "library_bytes": "size of the library",
+          "loaded_bytes": "size of all that is loaded", "held_bytes": "memory of the process",
+          "private_bytes": "of that, its own", "code_lines": "lines of code"}
+METRICS = (*EXTRAS, "allocations")
+
+
+def code_lines(path):
+    """Lines of a source file that are neither blank nor a comment alone."""
+    lines = (line.strip() for line in path.read_text().splitlines())
+    return sum(1 for line in lines if line and not line.startswith("//"))
 
 
 class Subject:
@@ -105,6 +126,8 @@ class Subject:
         for metric in METRICS:
             if metric in run:
                 self.values.setdefault(metric, []).append(run[metric])
+        if "label" in run:  # the source file that has all of the subject's work
+            self.values["code_lines"] = [code_lines(pathlib.Path(__file__).parent / run["label"])]
 
     def median(self, metric="time"):
         return statistics.median(self.values[metric]) if metric in self.values else None
@@ -136,6 +159,18 @@ def read(paths):
     return cases, context
 
 
+def read_all(folder):
+    """The cases of each job that has results there, and the context of the last run."""
+    results, context = {}, None
+    for job in JOBS:
+        paths = [p for p in (folder / f"{job}.json", folder / f"{job}.again.json") if p.exists()]
+        if paths:
+            results[job], context = read(paths)
+    if not results:
+        sys.exit(f"no results in {folder}")
+    return results, context
+
+
 def is_own(name):
     return name == OWN or name.startswith(OWN + " ")
 
@@ -150,14 +185,19 @@ def best(subjects, metric="time"):
 def opponent(subjects, against, metric):
     if against == "best":
         return best(subjects, metric)
-    wanted = {"raw": lambda n: n.endswith(RAW), "ceiling": lambda n: n.startswith(CEILING)}[against]
+    wanted = {"raw": lambda n: n.endswith(RAW), "over raw": lambda n: n.endswith(RAW),
+              "ceiling": lambda n: n.startswith(CEILING)}.get(against, lambda n: n == against)
     return next((n for n in subjects if wanted(n)), None)
 
 
+def metric_of(case):
+    return "peak_bytes" if case.startswith("memory") else "time"
+
+
 def shown(value, metric="time"):
-    if metric == "allocations":
-        return f"{value:g}"
-    if metric == "peak_bytes":
+    if metric in ("allocations", "code_lines"):
+        return f"{value:.4g}"
+    if metric.endswith("_bytes"):
         return f"{value / 2**20:.1f} MiB"
     for unit, size in (("s", 1e9), ("ms", 1e6), ("µs", 1e3)):
         if value >= size:
@@ -173,7 +213,7 @@ def table(cases):
     rows = ["| case | subject | median | spread | rate | to the best peer | to the ceiling | allocations |",
             "|---|---|--:|--:|--:|--:|--:|--:|"]
     for case, subjects in cases.items():
-        metric = "peak_bytes" if case.startswith("memory") else "time"
+        metric = metric_of(case)
         top = best(subjects, metric)
         ceiling = opponent(subjects, "ceiling", metric)
         for name in sorted(subjects, key=lambda n: subjects[n].median(metric)):
@@ -187,13 +227,12 @@ def table(cases):
                 f" | {ratio(value, subjects[top].median(metric) if top else None)}"
                 f" | {ratio(value, subjects[ceiling].median(metric) if ceiling else None)}"
                 f" | {'' if allocations is None else f'{allocations:.3g}'} |")
-            if "call_p50_ns" in subject.values:
-                for extra in ("call_p50_ns", "call_p99_ns"):
-                    label = "one call, median" if "p50" in extra else "one call, 99th percentile"
+            for extra, label in EXTRAS.items():
+                if extra in subject.values and extra != metric:
                     peer = best(subjects, extra)
                     rows.append(
-                        f"| {label} | {'**' + name + '**' if is_own(name) else name} | {shown(subject.median(extra))}"
-                        f" | ±{100 * subject.spread(extra):.0f} % | "
+                        f"| {case}: {label} | {'**' + name + '**' if is_own(name) else name}"
+                        f" | {shown(subject.median(extra), extra)} | ±{100 * subject.spread(extra):.0f} % | "
                         f" | {ratio(subject.median(extra), subjects[peer].median(extra))} | - | |")
     return rows
 
@@ -207,12 +246,26 @@ def reason(job, case):
     return next((r["reason"] for r in reasons() if r["job"] == job and case.startswith(r["case"])), None)
 
 
+def thread_goal(subjects):
+    """No number of threads gets less done than one thread, beyond the noise, of which a tenth is believed at most."""
+    one = subjects["1"]
+    worst = max((n for n in subjects if n != "1"), key=lambda n: subjects[n].median())
+    there = subjects[worst].median() / one.median()
+    return ("as much done as in one thread", f"{1 / there:.2f} of it in {worst} threads",
+            there <= 1 + min(one.spread() + subjects[worst].spread(), 0.1))
+
+
 def goals(results):
     """Each goal: (job, case, what was to be reached, what was, whether it is met)."""
     found = []
     for job, prefix, metric, against, factor in GOALS:
         for case, subjects in results.get(job, {}).items():
-            if not case.startswith(prefix) or OWN not in subjects:
+            if not case.startswith(prefix):
+                continue
+            if against == "one thread":
+                found.append((job, case, *thread_goal(subjects)))
+                continue
+            if OWN not in subjects:
                 continue
             own = subjects[OWN].median(metric)
             if own is None:
@@ -227,9 +280,15 @@ def goals(results):
                 other = opponent(subjects, against, metric)
                 if other is None:
                     continue
-                limit = factor * subjects[other].median(metric)
-                goal = f"{label}at most {factor:.2f} of {other.replace(CEILING, '')}"
-                there = f"{ratio(own, subjects[other].median(metric))} ({shown(own, metric)})"
+                value, name = subjects[other].median(metric), other.replace(CEILING, "")
+                if against == "over raw":
+                    limit = value + factor
+                    goal = f"{label}at most {shown(factor, metric)} over {name}"
+                    there = f"{(own - value) / 1e6:.2f} ms over it ({shown(own, metric)})"
+                else:
+                    limit = factor * value
+                    goal = f"{label}at most {factor:.2f} of {name}"
+                    there = f"{ratio(own, value)} ({shown(own, metric)})"
             found.append((job, case, goal, there, own <= limit))
     return found
 
@@ -278,7 +337,7 @@ def ratios(job, cases):
 def glance(results):
     """A line a job, on a logarithmic axis: the best case as a dot, the others on the line behind it."""
     rows = [(JOBS[job], found) for job, cases in results.items()
-            if job != "growth" and (found := ratios(job, cases))]
+            if job not in WITHOUT_PEERS and (found := ratios(job, cases))]
     rows.sort(key=lambda row: row[1][0][0])
     left, width, line, top = 215, 500, 24, 60
     low = math.floor(min(math.log2(found[0][0]) for _, found in rows))
@@ -311,7 +370,7 @@ def summary(results, found):
     rows = ["| job | its best case | Morvel | the best peer there | ratio | all cases | goals met |",
             "|---|---|--:|---|--:|--:|--:|"]
     for job, cases in results.items():
-        if job == "growth":
+        if job in WITHOUT_PEERS:
             continue
         own_goals = [g for g in found if g[0] == job]
         met = f"{len(own_goals) - len(missed(own_goals))} of {len(own_goals)}"
@@ -345,7 +404,7 @@ def chart(title, cases):
     left, width, line, gap = 250, 560, 15, 26
     bars = []
     for case, subjects in cases.items():
-        metric = "peak_bytes" if case.startswith("memory") else "time"
+        metric = metric_of(case)
         top = best(subjects, metric)
         base = subjects[top or OWN].median(metric) if (top or OWN) in subjects else None
         if not base:
@@ -388,12 +447,9 @@ def growth(cases):
     lines = []
     for case, subjects in cases.items():
         points = sorted((int(n), s.median()) for n, s in subjects.items())
-        if "log lines" in case:
-            steep = "-"
-        else:
-            steps = [math.log(b[1] / a[1]) / math.log(b[0] / a[0]) for a, b in zip(points, points[1:])]
-            steep = f"size^{max(steps):.2f}"
-            lines.append((case, [(n / points[0][0], t / points[0][1]) for n, t in points]))
+        steps = [math.log(b[1] / a[1]) / math.log(b[0] / a[0]) for a, b in zip(points, points[1:])]
+        steep = f"size^{max(steps):.2f}"
+        lines.append((case, [(n / points[0][0], t / points[0][1]) for n, t in points]))
         cells = [f"{n:,}: {shown(t)}" for n, t in points]
         rows.append(f"| {case} | " + " | ".join(cells + [""] * (5 - len(cells))) + f" | {steep} |")
     span = max((max(max(p) for p in points) for _, points in lines), default=10)
@@ -427,6 +483,72 @@ def growth(cases):
     return rows, svg(left + size + 340, top + size + 40, out)
 
 
+def scaling(cases):
+    """Table rows: one thread's pace, and what more of them get done in multiples of it."""
+    counts = sorted({int(n) for subjects in cases.values() for n in subjects})
+    rows = ["| work | one thread | " + " | ".join(f"{n} threads" for n in counts[1:]) + " | noise |",
+            "|---|" + "--:|" * (len(counts) + 1)]
+    for case, subjects in cases.items():
+        one = subjects["1"].median()
+        more = [f"{one / subjects[str(n)].median():.2f}" for n in counts[1:]]
+        noise = max(subject.spread() for subject in subjects.values())
+        rows.append(f"| {case} | {shown(one)} each | " + " | ".join(more) + f" | ±{100 * noise:.0f} % |")
+    return rows
+
+
+def columns(cases, wanted):
+    """Table rows, one a subject: `wanted` are (heading, case, metric)."""
+    names = list(dict.fromkeys(name for subjects in cases.values() for name in subjects))
+    rows = ["| | " + " | ".join(heading for heading, _, _ in wanted) + " |", "|---|" + "--:|" * len(wanted)]
+    for name in names:
+        cells = []
+        for _, case, metric in wanted:
+            subject = cases.get(case, {}).get(name)
+            value = subject.median(metric) if subject else None
+            cells.append("-" if value is None else shown(value, metric))
+        rows.append(f"| {name.replace(CEILING, '')} | " + " | ".join(cells) + " |")
+    return rows
+
+
+def job_table(job, cases):
+    if job == "growth":
+        return growth(cases)[0]
+    return scaling(cases) if job == "scaling" else table(cases)
+
+
+def whole_programs(results):
+    """What of the page is about programs rather than about calls."""
+    text = []
+    if "exchange" in results:
+        text += ["## A whole program", "",
+                 "An exchange with a server, as an application has it all day: an order built as a document and posted to "
+                 "an nginx on loopback, the reply parsed, ten values read, one as a number and one as a date, the reply "
+                 "saved to a file, three lines of log. Each peer does it 2,000 times in a process of its own, and its "
+                 "source file in `benchmarks/exchange` is all that it takes. The server ends each connection; where it "
+                 "keeps them, all but Morvel use theirs again. Allocations are all blocks of memory that one exchange "
+                 "asks the system's `malloc` for.", "",
+                 *columns(results["exchange"], [
+                     ("time", "one exchange", "time"), ("processor time", "one exchange", "processor_ns"),
+                     ("allocations", "one exchange", "allocations"), ("peak memory", "one exchange", "peak_bytes"),
+                     ("lines of code", "one exchange", "code_lines"), ("time, connection kept", "kept connection", "time")]),
+                 ""]
+    if "startup" in results:
+        text += ["## Start and size", "",
+                 "What it costs to have the library: `dlopen` until it returns, the size of its own file and of all "
+                 "files that come with it, the memory of a process that has loaded it and does nothing, and the time from "
+                 "the start of the program above to the first line of its log on disk.", "",
+                 *columns(results["startup"], [
+                     ("load", "load", "time"), ("own size", "load", "library_bytes"),
+                     ("all that comes", "load", "loaded_bytes"), ("memory", "load", "held_bytes"),
+                     ("of that, private", "load", "private_bytes"),
+                     ("start to first line", "start to first log line", "time")]), ""]
+    if "scaling" in results:
+        text += ["## Threads", "",
+                 "What more threads get done, in multiples of what one does. Lines of a log go through one writer to one "
+                 "disk.", "", *scaling(results["scaling"]), ""]
+    return text
+
+
 def tables(folder, results):
     """All figures, for those who want them."""
     folder.mkdir(parents=True, exist_ok=True)
@@ -435,7 +557,8 @@ def tables(folder, results):
             "library can beat. Spread is half the distance between the quartiles.", "",
             *goal_table(goals(results)), ""]
     for job, cases in results.items():
-        rows, plot = growth(cases) if job == "growth" else (table(cases), chart(JOBS[job], cases))
+        rows = job_table(job, cases)
+        plot = growth(cases)[1] if job == "growth" else None if job == "scaling" else chart(JOBS[job], cases)
         text += [f"## {JOBS[job]}", "", *rows, ""]
         if plot:
             (folder / f"{job}.svg").write_text(plot)
@@ -458,6 +581,7 @@ def document(folder, results, context, versions):
     text += ["Goals that are not met, and why:" if missed(found) else "All goals are met.", ""]
     text += [f"- {JOBS[job]}, {case}: {goal}, there {there}" + (f": {why}" if (why := reason(job, case)) else ".")
              for job, case, goal, there, _ in missed(found)] + [""]
+    text += whole_programs(results)
     if "growth" in results:
         rows = [[cell.strip() for cell in row.split("|")] for row in growth(results["growth"])[0]]
         text += ["## Growth", "", "From the smallest size to the largest; the steepest step of work that is linear is "
@@ -485,13 +609,7 @@ def main():
     arguments.add_argument("--versions", type=pathlib.Path)
     arguments.add_argument("--missed", action="store_true")
     given = arguments.parse_args()
-    results, context = {}, None
-    for job in JOBS:
-        paths = [p for p in (given.results / f"{job}.json", given.results / f"{job}.again.json") if p.exists()]
-        if paths:
-            results[job], context = read(paths)
-    if not results:
-        sys.exit(f"no results in {given.results}")
+    results, context = read_all(given.results)
     if given.missed:
         print(*sorted({job for job, case, *_ in missed(goals(results)) if not reason(job, case)}))
         return
@@ -503,7 +621,7 @@ def main():
     if given.tables or given.document:
         return
     for job, cases in results.items():
-        print("\n".join([f"\n## {JOBS[job]}", ""] + (growth(cases)[0] if job == "growth" else table(cases))))
+        print("\n".join([f"\n## {JOBS[job]}", "", *job_table(job, cases)]))
     found = goals(results)
     print("\n".join(["", f"## Goals: {len(found) - len(missed(found))} of {len(found)} met", "", *goal_table(found)]))
 

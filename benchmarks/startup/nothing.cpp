@@ -1,0 +1,1 @@
+// Nothing: the library made of it is there for those that it needs.
