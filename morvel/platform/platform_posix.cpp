@@ -128,11 +128,17 @@ int _open(const std::string& name, int flags, mode_t mode = 0666) {
     return _aboveStandardStreams(open(name.c_str(), flags | O_CLOEXEC, mode));
 }
 
-// The stream closes the descriptor, which is closed at once where there is none.
+// The stream closes the descriptor, which is closed at once where there is none; errno tells why.
 std::FILE* _asStream(int file, const char* mode) {
-    std::FILE* const stream = file < 0 ? nullptr : fdopen(file, mode);
-    if (file >= 0 && stream == nullptr) {
+    if (file < 0) {
+        return nullptr;
+    }
+    errno = ENOMEM;  // a host's own allocator need not set it
+    std::FILE* const stream = fdopen(file, mode);
+    if (stream == nullptr) {
+        const int reason = errno;
         close(file);
+        errno = reason;
     }
     return stream;
 }
@@ -310,9 +316,10 @@ std::FILE* Open(const NativeName& name, Access access) {
                                                 : O_WRONLY | O_CREAT | O_EXCL;
     const int file = _open(name, flags);
     std::FILE* const stream = _asStream(file, access == Access::Read ? "rb" : "wb");
-    if (file >= 0 && stream == nullptr) {
-        if (access == Access::New) unlink(name.c_str());
-        errno = ENOMEM;
+    if (file >= 0 && stream == nullptr && access == Access::New) {
+        const int reason = errno;
+        unlink(name.c_str());
+        errno = reason;
     }
     return stream;
 }
