@@ -326,7 +326,10 @@ std::FILE* Open(const NativeName& name, Access access) {
 
 bool CopyPermissions(const NativeName& from, std::FILE* to) {
     struct stat status;
-    return stat(from.c_str(), &status) != 0 || fchmod(fileno(to), status.st_mode & 07777) == 0;
+    if (stat(from.c_str(), &status) != 0) {
+        return errno == ENOENT;  // there is nothing to copy from
+    }
+    return fchmod(fileno(to), status.st_mode & 07777) == 0;
 }
 
 bool FlushToDisk(std::FILE* file) {
