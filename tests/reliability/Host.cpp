@@ -33,6 +33,8 @@ extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept {
 
 namespace {
 
+using Folder = std::filesystem::directory_iterator;
+
 struct Line {
     std::string command, file, other;
     int first, second;
@@ -67,10 +69,12 @@ void _save(const Line& l, const std::function<void(NXML&)>& save) {
     save(document);
 }
 
-int _open(const Line& l, int mode, const std::function<int(NFileStream&)>& use) {
+// Eight bytes read or written; -1 where there is no such file.
+template <class Use>
+int _open(const Line& l, int mode, Use use) {
+    char bytes[] = "nnnnnnnn";
     NFileStream stream;
-    const int opened = stream.Open(NFile(l.file), mode);
-    return opened != 0 ? opened : use(stream);
+    return stream.Open(NFile(l.file), mode) != 0 ? -1 : (stream.*use)(bytes, 8);
 }
 
 // The hours since 1970, `second` of them from `first` on, at which local time in the zone `file` is
@@ -119,45 +123,37 @@ void _fetch(const Line& l, std::ostream& out) {
     out << reply.status << ' ' << reply.body.size();
 }
 
-using Out = std::ostream;
-const std::map<std::string, std::function<void(const Line&, Out&)>> commands = {
-    {"convert",
-     [](auto& l, Out&) {
-         _change(l, [&](NString& s) { s.ConvertTo(NStringEncoding(l.second)); });
-     }},
-    {"normalize",
-     [](auto& l, Out&) { _change(l, [&](NString& s) { s.Normalize(NStringForm(l.second)); }); }},
-    {"base64", [](auto& l, Out&) { _change(l, [](NString& s) { s.EncodeBase64(); }); }},
-    {"unbase64", [](auto& l, Out&) { _change(l, [](NString& s) { s.DecodeBase64(); }); }},
-    {"url", [](auto& l, Out&) { _change(l, [](NString& s) { s.UrlEncode(); }); }},
-    {"unurl", [](auto& l, Out&) { _change(l, [](NString& s) { s.UrlDecode(); }); }},
+#define DO(...) [](const Line& l, std::ostream& out) { (void)l, (void)out, __VA_ARGS__; }
+#define CHANGE(...) DO(_change(l, [&](NString& text) { text.__VA_ARGS__; }))
+
+const std::map<std::string, std::function<void(const Line&, std::ostream&)>> commands = {
+    {"convert", CHANGE(ConvertTo(static_cast<NStringEncoding>(l.second)))},
+    {"normalize", CHANGE(Normalize(static_cast<NStringForm>(l.second)))},
+    {"base64", CHANGE(EncodeBase64())},
+    {"unbase64", CHANGE(DecodeBase64())},
+    {"url", CHANGE(UrlEncode())},
+    {"unurl", CHANGE(UrlDecode())},
     {"offsets", _offsets},
     {"values", _values},
     {"load", _load},
-    {"save", [](auto& l, Out& out) { _save(l, [&](NXML& d) { out << d.SaveFile(l.file); }); }},
-    {"save-safely",
-     [](auto& l, Out&) { _save(l, [&](NXML& d) { morvel::SaveSafely(d, l.Path()); }); }},
-    {"write",
-     [](auto& l, Out&) { morvel::WriteFile(l.Path(), std::string(std::size_t(l.Count()), 'n')); }},
-    {"read", [](auto& l, Out& out) { out << morvel::ReadFile(l.Path()).size(); }},
-    {"rename", [](auto& l, Out&) { morvel::Rename(l.Path(), NPath(l.other, EncodingUTF8)); }},
-    {"create", [](auto& l, Out& out) { out << NFile(l.file).CreateFile(); }},
-    {"create-folder", [](auto& l, Out& out) { out << NFile(l.file).CreateDirectory(); }},
-    {"create-folders", [](auto& l, Out&) { NFile(l.file).CreateDirectories(); }},
-    {"remove", [](auto& l, Out&) { NFile(l.file).Remove(true); }},
-    {"exists", [](auto& l, Out& out) { out << NFile(l.file).Exists(); }},
-    {"created", [](auto& l, Out& out) { out << NFile(l.file).CreationTime().Value(); }},
-    {"stream-read",
-     [](auto& l, Out& out) {
-         out << _open(l, 1, [](auto& s) { return s.Read(std::string(8, 'n').data(), 8); });
-     }},
-    {"stream-write",
-     [](auto& l, Out& out) { out << _open(l, 0, [](auto& s) { return s.Write("nnnnnnnn", 8); }); }},
-    {"start-log", [](auto& l, Out& out) { out << morvel::StartLog(l.file); }},
-    {"flush-log", [](auto&, Out& out) { out << morvel::FlushLog(60); }},
-    {"log", [](auto& l, Out&) { _log(l); }},
-    {"lock", [](auto& l, Out&) { _lock(l); }},
+    {"save", DO(_save(l, [&](NXML& document) { out << document.SaveFile(l.file); }))},
+    {"save-safely", DO(_save(l, [&](NXML& document) { morvel::SaveSafely(document, l.Path()); }))},
+    {"write", DO(morvel::WriteFile(l.Path(), std::string(std::size_t(l.Count()), 'n')))},
+    {"read", DO(out << morvel::ReadFile(l.Path()).size())},
+    {"rename", DO(morvel::Rename(l.Path(), NPath(l.other, EncodingUTF8)))},
+    {"create", DO(out << NFile(l.file).CreateFile())},
+    {"create-folder", DO(out << NFile(l.file).CreateDirectory())},
+    {"create-folders", DO(NFile(l.file).CreateDirectories())},
+    {"remove", DO(NFile(l.file).Remove(true))},
+    {"exists", DO(out << NFile(l.file).Exists())},
+    {"created", DO(out << NFile(l.file).CreationTime().Value())},
+    {"stream-read", DO(out << _open(l, NFileStream::ModeRead, &NFileStream::Read))},
+    {"stream-write", DO(out << _open(l, NFileStream::ModeWrite, &NFileStream::Write))},
+    {"start-log", DO(out << morvel::StartLog(l.file))},
+    {"log", DO(_log(l))},
+    {"lock", DO(_lock(l))},
     {"fetch", _fetch},
+    {"descriptors", DO(out << std::distance(Folder("/proc/self/fd"), {}))},
 };
 
 // What comes of a line, between two system calls that nothing else makes, for a tracer to see.
