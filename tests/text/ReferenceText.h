@@ -1,17 +1,10 @@
 #pragma once
 
-#include <array>
 #include <cstring>
-#include <iomanip>
 #include <optional>
 
-#include <Poco/Base64Decoder.h>
-#include <Poco/Base64Encoder.h>
-#include <Poco/NumberFormatter.h>
-#include <Poco/NumberParser.h>
 #include <Poco/TextConverter.h>
 #include <Poco/TextEncoding.h>
-#include <Poco/URI.h>
 #include <utf8proc.h>
 
 #include <tests/support/Text.h>
@@ -67,15 +60,15 @@ inline std::optional<std::string> ByUtf8proc(const std::string& text, NStringFor
     return std::string(reinterpret_cast<const char*>(result.get()));
 }
 
-/// NString as its header tells it, by plain strings, POCO and utf8proc, without a short cut.
-/// `calls` has what goes through the virtual table of the object itself.
+/// NString as its header tells it, by plain strings, POCO and utf8proc, without a short cut: what
+/// deals with its tag, form and cache, or takes other texts. `calls` has what goes through the
+/// virtual table of the object itself.
 struct ReferenceText {
     using Tag = NStringEncoding;
     using Str = const std::string&;
     using Ref = const ReferenceText&;
     using Size = std::size_t;
     using Byte = unsigned char;
-    using Parser = Poco::NumberParser;
 
     ReferenceText() = default;
     explicit ReferenceText(Tag encoding) : tag(encoding) {}
@@ -149,54 +142,6 @@ struct ReferenceText {
         if (tag == Utf16) data.resize((data.size() + 1) / 2 * 2);
         for (Size i = 1; tag == Utf16 && i < data.size(); i += 2) std::swap(data[i - 1], data[i]);
     }
-    void UrlEncode() {
-        Poco::URI::encode(std::exchange(data, ""), "#&+/:;=?@", data);
-        for (Size at; (at = data.find('~')) != data.npos;) data.replace(at, 1, "%7E");
-    }
-    void UrlDecode() {
-        std::string decoded;
-        Poco::URI::decode(data, decoded, false);
-        data = decoded;
-    }
-    void EncodeBase64(const Byte* bytes, std::uint32_t count) {
-        std::ostringstream digits;
-        Poco::Base64Encoder encoder(digits);
-        encoder.rdbuf()->setLineLength(0);
-        encoder.write(reinterpret_cast<const char*>(bytes), count);
-        encoder.close();
-        data = digits.str();
-    }
-    void EncodeBase64() {
-        EncodeBase64(reinterpret_cast<const Byte*>(data.data()),
-                     static_cast<std::uint32_t>(data.size()));
-    }
-    void DecodeBase64(Byte* out, std::uint32_t* count) const {
-        std::istringstream digits(data);
-        Poco::Base64Decoder decoder(digits);
-        *count = 0;
-        for (char c; decoder.get(c); ++*count) {
-            if (out != nullptr) out[*count] = static_cast<Byte>(c);
-        }
-    }
-    void DecodeBase64() {
-        std::istringstream digits(data);
-        Poco::Base64Decoder decoder(digits);
-        data = std::string(std::istreambuf_iterator<char>(decoder.rdbuf()), {});
-    }
-
-    void ToUpper() { _shift(0, 'a', 'z', 'A' - 'a'); }
-    void ToLower(Size from = 0) { _shift(from, 'A', 'Z', 'a' - 'A'); }
-    void Capitalize() {
-        if (data.c_str()[0] == '\0') return;
-        ToLower(1);
-        if (data[0] >= 'a' && data[0] <= 'z') data[0] = static_cast<char>(data[0] - 'a' + 'A');
-    }
-    void KeepNumeric() {
-        std::string kept;
-        for (const char c : data)
-            kept.append(c != '\0' && std::strchr("+-.0123456789", c) ? 1 : 0, c);
-        data = kept;
-    }
     void Trim(char byte) { TrimLeft(byte), TrimRight(byte); }
     void TrimLeft(char c) { Note("TrimLeft"), data.erase(0, data.find_first_not_of(c)); }
     void TrimRight(char c) { Note("TrimRight"), data.erase(data.find_last_not_of(c) + 1); }
@@ -220,107 +165,6 @@ struct ReferenceText {
     }
     void ReplaceAll(const char* a, const char* b) { ReplaceAll(std::string(a), std::string(b)); }
     void ReplaceAll(Ref a, Ref b) { ReplaceAll(a.data, b.data); }
-
-    template <class Number, class... Precision>
-    void SetNumber(Number value, Precision... precision) {
-        _setSystem(Poco::NumberFormatter::format(value, std::max(precision, 0)...));
-    }
-    void SetNumber64(long long value) { SetNumber(value); }
-    void SetFourCC(std::uint32_t code) {
-        std::string text;
-        for (int i = 0; i < 4; ++i, code <<= 8) text += static_cast<char>(code >> 24);
-        _setSystem(text.c_str());
-    }
-    void SetVersion(std::uint32_t version) {
-        const std::string patch = "." + std::to_string(version & 0xFF);
-        SetPair(static_cast<int>(version >> 16), static_cast<int>(version >> 8 & 0xFF), ".");
-        if (patch != ".0") data += patch;
-    }
-    static std::string HexString(const Byte* bytes, std::uint32_t count) {
-        std::ostringstream text;
-        text << std::hex << std::uppercase << std::setfill('0');
-        for (; count > 0; --count) text << std::setw(2) << int{*bytes++};
-        return text.str();
-    }
-    void SetHex(const Byte* bytes, std::uint32_t count) { _setSystem(HexString(bytes, count)); }
-    void SetHex(Byte a, Byte b, Byte c, Byte d) { SetHex(std::array{a, b, c, d}.data(), 4); }
-    void SetHex(std::uint32_t n) {
-        _setSystem((std::ostringstream() << std::hex << std::uppercase << n).str());
-    }
-    void SetPair(NPair16 pair) { SetPair(pair.high, pair.low); }
-    void SetPair(NPair32 pair) { SetPair(pair.high, pair.low); }
-    void SetPair(int a, int b, Str between = ",") {
-        _setSystem(IntToString(a) + between + IntToString(b));
-    }
-    template <class Number>
-    void SetList(const Number* values, int count) {
-        data = count > 0 ? Poco::NumberFormatter::format(*values++) : "";
-        while (--count > 0) Poco::NumberFormatter::append(data += ',', *values++);
-    }
-    static std::string IntToString(int value) { return std::to_string(value); }
-    ReferenceText Format(const char*, const char* a, char b, const char* c) const {
-        return ReferenceText(std::string((std::string(a) + b + c).c_str()));
-    }
-
-    static int ParseInt(Str s, int v = 0) { return Parser::tryParse(s, v, ',') ? v : 0; }
-    int ToInt() const { return ParseInt(data); }
-    unsigned ToUInt(unsigned v = 0) const { return Parser::tryParseUnsigned(data, v, ',') ? v : 0; }
-    unsigned HexValue(unsigned v = 0) const { return Parser::tryParseHex(data, v) ? v : 0; }
-    std::uint64_t ToUInt64(Poco::UInt64 v = 0) const {
-        return Parser::tryParseUnsigned64(data, v) ? v : 0;
-    }
-    std::uint64_t ToSize() const { return ToUInt64(); }
-    double ToDouble(double v = 0) const { return Parser::tryParseFloat(data, v, '.', ',') ? v : 0; }
-    float ToFloat() const { return static_cast<float>(ToDouble()); }
-    std::uint32_t ToFourCC() const {
-        std::uint32_t code = 0;
-        for (const char c : (data + "\0\0\0\0"s).substr(0, 4))
-            code = code << 8 | static_cast<Byte>(c);
-        return code;
-    }
-    std::uint32_t ToVersion() const {
-        std::uint32_t version = 0, shift = 16;
-        std::istringstream fields(data);
-        for (std::string field; std::getline(fields, field, '.'); shift -= 8) {
-            version |= static_cast<std::uint32_t>(ParseInt(field)) << shift % 32;
-        }
-        return version;
-    }
-    unsigned HexByte(Size index) const {
-        return Parser::parseHex("000000" + (_from(2 * index) + "00").substr(0, 2));
-    }
-    int HexBytes(Byte* out, std::uint32_t capacity) const {
-        if (data.size() % 2 != 0) return -1;
-        if (data.size() / 2 > capacity) return -2;
-        for (Size i = 0; i < data.size(); i += 2)
-            *out++ = static_cast<Byte>(Parser::parseHex(data.substr(i, 2)));
-        return 0;
-    }
-    NPair32 ToPair32() const {
-        const Size comma = data.find(',');
-        int high = 0;
-        if (comma == data.npos || !Parser::tryParse(data.substr(0, comma), high, ',')) return {};
-        return {ParseInt(data.substr(comma + 1)), high};
-    }
-    NPair16 ToPair16() const {
-        return {static_cast<std::int16_t>(ToPair32().low),
-                static_cast<std::int16_t>(ToPair32().high)};
-    }
-    template <class Number>
-    std::uint32_t ToList(Number* out) const {
-        Number* const first = out;
-        std::istringstream pieces(data + ",");
-        for (std::string piece; std::getline(pieces, piece, ',');) {
-            *out++ = std::is_same_v<Number, float>
-                         ? static_cast<Number>(Parser::parseFloat(piece, '.', ','))
-                         : static_cast<Number>(Parser::parse(piece, ','));
-        }
-        return static_cast<std::uint32_t>(out - first);
-    }
-    std::vector<std::int32_t> ToList() const {
-        std::vector<std::int32_t> values(data.size() + 1);
-        return values.resize(ToList(values.data())), values;
-    }
 
     void Note(Str call) const { calls += call + ' '; }
 
@@ -353,15 +197,9 @@ private:
         while (text[size] != 0 || text[size + 1] != 0) size += 2;
         *this = ReferenceText(WideOf(std::string(text, size)).c_str());
     }
-    void _setSystem(Str text) { data = text, tag = Sys; }
     std::string _from(Size pos) const {
         if (pos > data.size()) throw std::out_of_range("invalid string position");
         return data.substr(pos);
-    }
-    void _shift(Size from, char first, char last, int distance) {
-        for (char* c = &data[from]; *c != '\0'; ++c) {
-            if (*c >= first && *c <= last) *c = static_cast<char>(*c + distance);
-        }
     }
 };
 
