@@ -35,12 +35,6 @@ public:
         return joined;
     }
 
-    std::string Bytes(std::size_t most) {
-        std::string bytes(Below(most + 1), '\0');
-        for (char& byte : bytes) byte = static_cast<char>(Bits());
-        return bytes;
-    }
-
 private:
     std::mt19937_64 _engine;
 };

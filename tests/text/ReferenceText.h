@@ -7,6 +7,7 @@
 #include <Poco/TextEncoding.h>
 #include <utf8proc.h>
 
+#include <tests/support/Generated.h>
 #include <tests/support/Text.h>
 
 namespace morvel::test {
@@ -28,6 +29,13 @@ inline std::string Utf8Of(int codePoint) {
     utf8proc_uint8_t bytes[4];
     const auto length = static_cast<std::size_t>(utf8proc_encode_char(codePoint, bytes));
     return std::string(reinterpret_cast<const char*>(bytes), length);
+}
+
+/// Up to four bytes at the edges of the table of well-formed UTF-8: Unicode Standard, table 3-7.
+inline std::string OddCharacter(Draw& draw) {
+    const auto leads = "\x41\x80\xBF\xC0\xC1\xC2\xDF\xE0\xE1\xED\xEF\xF0\xF1\xF4\xF5\xFF"s;
+    const auto seconds = "\x22\x7F\x80\x8F\x90\x9F\xA0\xBF\xC2"s, others = "\x22\x80\xBF\xC2"s;
+    return std::string{draw.Of(leads), draw.Of(seconds)} + draw.Joined(others, 2);
 }
 
 /// What POCO makes of the bytes, text of the system being wide; but it lets a low surrogate without
@@ -87,13 +95,13 @@ struct ReferenceText {
     Tag Encoding() const { return tag; }
     NStringForm Form() const { return form; }
 
-    bool operator==(Ref other) const { return Note("=="), data == other.In(tag); }
+    bool operator==(Ref other) const { return Note("operator=="), data == other.In(tag); }
     ReferenceText& operator=(Ref other) {
-        return Note("="), data = other.data, tag = other.tag, cache = "", *this;
+        return Note("operator="), data = other.data, tag = other.tag, cache = "", *this;
     }
     ReferenceText& operator+=(Ref other) {
-        return Note("+="), data += std::string(other.tag == tag ? other.data : other.In(tag)),
-               *this;
+        return Note("operator+="),
+               data += std::string(other.tag == tag ? other.data : other.In(tag)), *this;
     }
     ReferenceText& operator+=(char byte) { return *this += std::string(byte != '\0', byte); }
     friend ReferenceText operator+(ReferenceText left, Ref right) { return left += right; }
@@ -120,7 +128,7 @@ struct ReferenceText {
         return true;
     }
     void Normalize(NStringForm to) {
-        Note("Normalize " + std::to_string(to));
+        Note("Normalize");
         const bool known = to >= FormNFD && to <= FormNFKC;
         if (to != form && tag == Utf8 && known) data = ByUtf8proc(data, to).value_or(data);
         form = to;
@@ -166,7 +174,7 @@ struct ReferenceText {
     void ReplaceAll(const char* a, const char* b) { ReplaceAll(std::string(a), std::string(b)); }
     void ReplaceAll(Ref a, Ref b) { ReplaceAll(a.data, b.data); }
 
-    void Note(Str call) const { calls += call + ' '; }
+    void Note(const char* call) const { calls += call; }
 
     std::string data;
     mutable std::string cache, calls;
