@@ -16,23 +16,13 @@ void _expectAsByUtf8proc(const std::string& bytes, NStringForm form) {
     ASSERT_EQ(text.Data(), ByUtf8proc(bytes, form).value_or(bytes)) << form;
 }
 
-// Calls `use` with each code point of planes 0 and 1, and of the parts of 2 and 14 in which
-// something decomposes or has a property.
-template <class Use>
-void _forEachCodePoint(Use use) {
-    for (int c = 1; c < 0xE0200; ++c) {
-        if (c == 0xD800) c = 0xE000;
-        if (c == 0x20100) c = 0x2F700;
-        if (c == 0x2FB00) c = 0xE0000;
-        use(c);
-    }
-}
-
 // With the character before it, in the wrong order, a combining mark shows; with its own parts,
-// what composes.
+// what composes. Of planes 2 and 14 only those parts have something that decomposes or a property.
 TEST(Normalization, EachCharacterAloneAndBesideOthers) {
     std::string last = "\x01";
-    _forEachCodePoint([&last](int codePoint) {
+    for (int codePoint = 1; codePoint < 0xE0200 && !HasFailure(); ++codePoint) {
+        if (codePoint == 0x20100) codePoint = 0x2F700;
+        if (codePoint == 0x2FB00) codePoint = 0xE0000;
         const std::string c = Utf8Of(codePoint);
         _expectAsByUtf8proc(c, FormNFC);
         _expectAsByUtf8proc(c + last, FormNFC);
@@ -41,7 +31,7 @@ TEST(Normalization, EachCharacterAloneAndBesideOthers) {
             _expectAsByUtf8proc("so" + c + "\xCC\xA7\xCC\x81" + c + last, form);
         }
         last = c;
-    });
+    }
 }
 
 TEST(Normalization, RandomTextAndRunsOfMarks) {
@@ -49,9 +39,9 @@ TEST(Normalization, RandomTextAndRunsOfMarks) {
     std::vector<std::string> pool;
     for (const int c : {0xB4, 0xF73, 0xF75, 0xF81, 0x1FC1, 0xFF9E, 0xFF9F})
         pool.push_back(Utf8Of(c));
-    _forEachCodePoint([&pool](int c) {
+    for (int c = 0x300; c < 0xE0200; ++c) {
         if (utf8proc_get_property(c)->combining_class != 0) pool.push_back(Utf8Of(c));
-    });
+    }
     // Letters, parts of Hangul syllables, what composes.
     const std::string others[] = {"a word",       "\x01",         "\xEA\xB0\x80", "\xE1\x84\x80",
                                   "\xE1\x85\xA1", "\xE1\x86\xA8", "\xE2\x84\xAB", "\xC3\xA9"};
