@@ -284,7 +284,6 @@ TEST(NString, OperationsOnBytesGiveWhatTheirRowsTell) {
                 const std::string& cache = text.Converted(Latin1);
                 Argument argument{given};
                 std::string outcome = run(text, argument);
-                if (outcome.rfind("throws ", 0) == 0) outcome.erase(6, outcome.find(':') - 6);
                 EXPECT_TRUE(outcome.empty() || text.Data() == given) << name;
                 if (outcome.empty()) outcome = text.Data();
                 EXPECT_EQ(std::make_tuple(outcome + argument.Written(), text.Encoding(),
@@ -349,26 +348,20 @@ TEST(NString, ComparesInEveryLocale) {
 // Windows, 1252 here, and UTF-8 elsewhere.
 TEST(NString, CodePages) {
     constexpr bool ansi = std::is_same<NWideChar, wchar_t>::value;
-    const auto narrow = [](std::initializer_list<int> units, int page) {
-        return NString::WideToString(Wide(units), page);
-    };
+    const NWideString odd =
+        Wide({'e', 0x301, 0xD83D, 0xDE00, 0xD800, 'a', 0xDC00, 0xDFFF, 0xDBFF, 0, 'x'});
     for (const int utf8 : {65001, -1, -7}) {
-        EXPECT_EQ(narrow({'e', 0x301, 0x20AC, 0xD83D, 0xDE00, 0, 'x'}, utf8),
-                  Decomposed + "\xE2\x82\xAC\xF0\x9F\x98\x80");
-        EXPECT_EQ(narrow({0xD800, 'a', 0xDC00, 0xDFFF, 0xDBFF}, utf8),
-                  "\xEF\xBF\xBD"
-                  "a\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD");
+        EXPECT_EQ(NString::WideToString(odd, utf8), "e\u0301\U0001F600\uFFFDa\uFFFD\uFFFD\uFFFD");
     }
-    EXPECT_EQ(narrow({0xE9, 0, 'x'}, 0), ansi ? "\xE9" : Composed);
-    EXPECT_EQ(narrow({'a'}, 99999), "");
+    EXPECT_EQ(NString::WideToString(Wide({0xE9, 0, 'x'}), 0), ansi ? "\xE9" : Composed);
+    EXPECT_EQ(NString::WideToString(Wide({'a'}), 99999), "");
     EXPECT_EQ(NString::StringToWide("a", 99999), NWideString());
     if (ansi) {
         EXPECT_EQ(NString::StringToWide("e\xCC\x81\xE9\0x"s, 0), Wide({'e', 0xCC, 0x81, 0xE9}));
         return;
     }
     const auto whole = "e\u0301\x7F\u0080\u07FF\u0800\uD7FB\uE000\uFFFF\U00010000\U0010FFFF"s;
-    const auto wide = Wide({'e', 0x301, 0x7F, 0x80, 0x7FF, 0x800, 0xD7FB, 0xE000, 0xFFFF, 0xD800,
-                            0xDC00, 0xDBFF, 0xDFFF});
+    const NWideString wide = WideOf(ByPoco(whole, Utf8, Utf16));
     EXPECT_EQ(NString::StringToWide(whole + "\0x"s, 0), wide);
     EXPECT_EQ(NString::WideToString(wide, 0), whole);
     // The Unicode Standard, 3.9, tables 3-8 to 3-11: one replacement for each longest prefix of a

@@ -1,5 +1,6 @@
 #include <morvel/time/NDateTime.h>
 
+#include <chrono>
 #include <limits>
 
 #include <Poco/DateTime.h>
@@ -186,6 +187,31 @@ TEST(NDateTime, ReadsAndWritesPlainTextsAsPocoDoes) {
         ASSERT_EQ(_text(NDateTime::Parse(pattern, read, told)), expected) << pattern << ' ' << read;
         ASSERT_EQ(told, expectedZone) << pattern << ' ' << read;
     });
+}
+
+TEST(NTimestamp, DefaultIsNow) {
+    using namespace std::chrono;
+    const auto clock = [] {
+        return duration_cast<microseconds>(system_clock::now().time_since_epoch()).count();
+    };
+    const Int64 before = clock(), now = NTimestamp().Value();
+    EXPECT_TRUE(before <= now && now <= clock()) << before << ' ' << now;
+}
+
+TEST(NTimestamp, CountsUtcTimeCutTowardZeroAndWraps) {
+    using T = NTimestamp;
+    constexpr Int64 lowest = ~Highest, offset = 122192928000000000;
+    EXPECT_EQ(T::FromUtcTime(offset + 15).Value(), 1);
+    EXPECT_EQ(T::FromUtcTime(offset - 15).Value(), -1);
+    // 2^64 - 2^63 - offset, in unsigned arithmetic
+    EXPECT_EQ(T::FromUtcTime(lowest).Value(), (Highest - offset + 1) / 10);
+    // The last value at which neither of the two calls wraps.
+    const Int64 last = (Highest - offset) / 10;
+    EXPECT_EQ(T::FromUtcTime(T(last).UtcTime()).Value(), last);
+    EXPECT_EQ(T(last + 1).UtcTime(), lowest + 2);
+    EXPECT_EQ(T::FromMilliseconds(-3).Value(), -3000);
+    EXPECT_EQ(T::FromMilliseconds(Highest).Value(), -1000);
+    EXPECT_EQ((T(Highest) + T(1)).Value(), lowest);
 }
 
 }  // namespace
