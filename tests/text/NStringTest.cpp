@@ -189,7 +189,10 @@ TEST(NString, DoesWhatTheReferenceDoes) {
     });
 }
 
-const auto format = [](auto real) { return Poco::NumberFormatter::format(real); };
+template <class Real>
+std::string _shown(Real real) {
+    return Poco::NumberFormatter::format(real);
+}
 
 /// What an operation on bytes is given: a text, or the number that it says, and room for a result.
 struct Argument {
@@ -213,7 +216,7 @@ struct Argument {
         std::ostringstream out;
         for (const int byte : bytes) out << (byte == 99 ? "" : ' ' + std::to_string(byte));
         for (const int unit : units) out << (unit == 99 ? "" : ' ' + std::to_string(unit));
-        for (const float x : floats) out << (x == 99 ? "" : ' ' + format(x));
+        for (const float x : floats) out << (x == 99 ? "" : ' ' + _shown(x));
         return out.str() + (count == 99 ? "" : " of " + std::to_string(count));
     }
 };
@@ -237,7 +240,7 @@ const struct {
     {Latin1,
      {ASK(t.ToInt()), ASK(t.ParseInt(g.text)), ASK(t.ToUInt()), ASK(t.ToUInt64()),
       ASK(t.ToSize())}},
-    {Latin1, {ASK(format(t.ToDouble())), ASK(format(t.ToFloat()))}},
+    {Latin1, {ASK(_shown(t.ToDouble())), ASK(_shown(t.ToFloat()))}},
     {Latin1,
      {ASK(t.HexValue()), ASK(t.HexByte(1)), ASK(t.HexBytes(g.bytes, 2)),
       ASK(t.HexString(g.data, g.size)), ASK(t.IntToString(g.whole))}},
@@ -299,9 +302,11 @@ TEST(NString, OperationsOnBytesGiveWhatTheirRowsTell) {
 // application's locale may have other pairs of letters: I and a dotless i, E9 and C9.
 TEST(NString, ComparesInEveryLocale) {
     const TemporaryFolder folder;
-    std::system(("localedef -i tr_TR -f ISO-8859-9 " + folder.File("tr_TR") + " 2>&1").c_str());
-    Poco::Environment::set("LOCPATH", folder.File(""));
-    std::setlocale(LC_ALL, "tr_TR");  // as far as the system has what makes it
+    if (!OnWindows) {
+        std::system(("localedef -i tr_TR -f ISO-8859-9 " + folder.File("tr_TR") + " 2>&1").c_str());
+        Poco::Environment::set("LOCPATH", folder.File(""));
+        std::setlocale(LC_ALL, "tr_TR");  // as far as the system has what makes it
+    }
     const struct {
         const char* why;
         NString text;
@@ -333,8 +338,9 @@ TEST(NString, ComparesInEveryLocale) {
             const int all[] = {row.text.Compare(other...), row.text.CompareN(other..., few),
                                row.text.CompareNoCase(other...),
                                row.text.CompareNoCaseN(other..., row.count)};
-            for (std::size_t i = 0; i < row.signs.size(); ++i)
+            for (std::size_t i = 0; i < row.signs.size(); ++i) {
                 EXPECT_EQ("<=>"[(all[i] > 0) - (all[i] < 0) + 1], row.signs[i]) << row.why << i;
+            }
         };
         expectSigns(Raw(row.other, row.tag));
         expectSigns(row.other, row.tag);
@@ -347,16 +353,16 @@ TEST(NString, ComparesInEveryLocale) {
 // What the reference takes from the library itself. The system's encoding is its ANSI code page on
 // Windows, 1252 here, and UTF-8 elsewhere.
 TEST(NString, CodePages) {
-    constexpr bool ansi = std::is_same<NWideChar, wchar_t>::value;
+    constexpr bool Ansi = std::is_same<NWideChar, wchar_t>::value;
     const NWideString odd =
         Wide({'e', 0x301, 0xD83D, 0xDE00, 0xD800, 'a', 0xDC00, 0xDFFF, 0xDBFF, 0, 'x'});
     for (const int utf8 : {65001, -1, -7}) {
         EXPECT_EQ(NString::WideToString(odd, utf8), "e\u0301\U0001F600\uFFFDa\uFFFD\uFFFD\uFFFD");
     }
-    EXPECT_EQ(NString::WideToString(Wide({0xE9, 0, 'x'}), 0), ansi ? "\xE9" : Composed);
+    EXPECT_EQ(NString::WideToString(Wide({0xE9, 0, 'x'}), 0), Ansi ? "\xE9" : Composed);
     EXPECT_EQ(NString::WideToString(Wide({'a'}), 99999), "");
     EXPECT_EQ(NString::StringToWide("a", 99999), NWideString());
-    if (ansi) {
+    if (Ansi) {
         EXPECT_EQ(NString::StringToWide("e\xCC\x81\xE9\0x"s, 0), Wide({'e', 0xCC, 0x81, 0xE9}));
         return;
     }

@@ -79,7 +79,7 @@ TEST(NDateTime, ParsesByTheGivenPattern) {
         int differential;
     } rows[] = {
         {"%Y %H:%M:%s", "2024 01:02:03.000004", "2024-01-01 01:02:03.000004", 0},
-        {"%H:%M", "00:00", "0000-01-01 00:00:00.000000", 0},
+        {"%h:%M", "00:00", "0000-01-01 00:00:00.000000", 0},
         // A byte-order mark is dropped and says how to read.
         {"%b", "\xEF\xBB\xBFMay", may, 0},
         {"%m", std::string("\xFF\xFE\x30\0\x35\0", 6), may, 0},
