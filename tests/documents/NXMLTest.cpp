@@ -1,10 +1,17 @@
-// The document as a whole; elements and values are in NXMLElementsTest.cpp.
 #include <morvel/documents/NXML.h>
+
+#include <deque>
+#include <iomanip>
+#include <regex>
+
+#include <Poco/String.h>
+#include <Poco/URI.h>
 
 #include <morvel/base/NErrorHandler.h>
 #include <morvel/base/NException.h>
 #include <tests/support/TemporaryFolder.h>
 #include <tests/support/Test.h>
+#include <tests/support/Text.h>
 
 namespace {
 
@@ -12,138 +19,271 @@ using namespace std::string_literals;
 using namespace morvel::test;
 using namespace testing;
 
-const std::string _declaration = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>";
-
-// Takes the place of the default handler and gathers what is reported.
-struct Reports : NErrorHandler {
-    Reports() : former(Set(this)) {}
-    ~Reports() override { Set(former); }
-
-    using NErrorHandler::Exception;
-    void Exception(const NException& e) override { text += e.what() + (": " + e.Message()); }
-
-    NErrorHandler* const former;
-    std::string text;
+struct Document : NXML {
+    using NXML::operator=;
+    explicit Document(const std::string& text) {
+        EXPECT_EQ(FromText(text), text != "-") << text;
+        if (text == "-") Clear();
+    }
 };
 
-#define CALL(...) [&](NXML& d) -> bool { return __VA_ARGS__; }
+// A document, operations on it, and what comes of them.
+struct Subject : NErrorHandler {
+    explicit Subject(const std::string& text) : document(text), former(Set(this)) {}
+    ~Subject() override { Set(former); }
+
+    using NErrorHandler::Exception;
+    void Exception(const NException& e) override { Tell("told ", e); }
+    void Tell(const std::string& how, const NException& e) {
+        events += how + e.what() + ": " + e.Message() + ' ';
+    }
+    bool Answer(bool result, const std::string& text) {
+        answer = std::make_unique<std::string>(text);
+        return result;
+    }
+
+    // What the words of an operation stand for.
+    const std::string& Word(std::size_t index) const { return words.at(index); }
+    std::int32_t Index() const { return static_cast<std::int32_t>(std::stoll(words.at(1))); }
+    NNameList Names() const { return {words.begin() + 1, words.end()}; }
+    NAttributeList Pairs() const {
+        NAttributeList pairs;
+        for (std::size_t i = 2; i < words.size(); i += 2) {
+            pairs.emplace_back(words[i - 1], words[i]);
+        }
+        return pairs;
+    }
+    NXML* Other(const std::string& word) {
+        if (word == "null") return nullptr;
+        return word == "itself" ? &document : &others.emplace_back(word);
+    }
+
+    Document document;
+    std::deque<Document> others;
+    std::vector<std::string> words;
+    std::unique_ptr<std::string> answer;
+    std::string events;
+    NErrorHandler* const former;
+};
+
+bool _getElement(Subject& s) {
+    Document copy("<former/>");
+    const bool result = s.document.GetElement(s.Word(0), &copy, s.Index());
+    EXPECT_EQ(s.document.GetElement(s.Word(0), nullptr, s.Index()), result);
+    return s.Answer(result, copy.ToText(0));
+}
+
+bool _findElements(Subject& s) {
+    NDataContainerArray array;
+    array.push_back(new Document("<former/>"));
+    const bool result = s.words.size() > 1 ? s.document.FindElements(s.Word(0), array, s.Pairs())
+                                           : s.document.GetElements(s.Word(0), array);
+    std::string found;
+    for (NDataContainer* container : array) found += container->ToText(0);
+    return s.Answer(result, found);
+}
+
+bool _getAttributes(Subject& s) {
+    NAttributeList list = {{"former", "0"}};
+    const bool result = s.document.GetAttributes(s.Word(0), list);
+    std::string found;
+    for (const auto& [name, value] : list) found += name + '=' + value + ',';
+    return s.Answer(result, found);
+}
+
+bool _getRootAttribute(Subject& s) {
+    std::string text = s.Word(0);
+    return s.Answer(s.document.GetRootAttribute(text, text), text);
+}
+
+bool _getRootName(Subject& s) {
+    std::string name = "former";
+    return s.Answer(s.document.GetRootName(name), name);
+}
+
+bool _appendElements(Subject& s) {
+    NDataContainerArray array;
+    for (const std::string& word : s.Names()) array.push_back(s.Other(word));
+    const bool result = s.document.AppendElements(s.Word(0), array);
+    array.clear();  // lets go what belongs to others
+    return result;
+}
+
+bool _loadStream(Subject& s) {
+    std::ifstream stream(std::filesystem::u8path(s.Word(0)), std::ios::binary);
+    if (s.words.size() > 1) stream.seekg(s.Index());
+    return s.document.LoadStream(stream, true);
+}
+
+bool _saveToFailedStream(Subject& s) {
+    std::ostringstream stream;
+    stream.setstate(std::ios::failbit);
+    return s.document.SaveStream(stream, 1);
+}
+
+bool _state(Subject& s) {
+    return s.Answer(true, std::to_string(s.document.CountNodes()) +
+                              (s.document.IsEmpty() ? " empty" : "") +
+                              (s.document.HasRoot() != nullptr ? " root" : ""));
+}
+
+const TemporaryFolder _folder;
+
+#define DO(...) [](Subject& s) -> bool { return s.document.__VA_ARGS__; }
+#define ANSWER(...) [](Subject& s) -> bool { return s.Answer(true, __VA_ARGS__); }
+
+// By their names in operations.txt.
+const std::map<std::string, std::function<bool(Subject&)>> _operations = {
+    {"AppendElements", _appendElements},
+    {"Assign", [](Subject& s) { return s.document.Assign(*s.Other(s.Word(0)), 0), true; }},
+    {"Clear", [](Subject& s) { return s.document.Clear(), true; }},
+    {"CreateRoot", DO(CreateRoot(s.Word(0)) == 0)},
+    {"FindElements", _findElements},
+    {"FromText", DO(FromText(s.Word(0)))},
+    {"GetAttributes", _getAttributes},
+    {"GetElement", _getElement},
+    {"GetElementIntoItself", DO(GetElement(s.Word(0), &s.document, s.Index()))},
+    {"GetElements", _findElements},
+    {"GetRootAttribute", _getRootAttribute},
+    {"GetRootName", _getRootName},
+    {"LoadFile", DO(LoadFile(s.Word(0), false))},
+    {"LoadSilently", DO(LoadFile(s.Word(0), true))},
+    {"LoadStream", _loadStream},
+    {"Read", ANSWER(_folder.Read(s.Word(0)))},
+    {"RemoveAttribute", DO(RemoveAttribute(s.Word(0), s.Word(1)))},
+    {"RemoveAttributes", DO(RemoveAttributes(s.Word(0)))},
+    {"RemoveElement", DO(RemoveElement(s.Word(0), s.Index()))},
+    {"RemoveElementsByName", DO(RemoveElementsByName(s.Word(0), s.Names()))},
+    {"ReplaceElement", DO(ReplaceElement(s.Word(0), s.Other(s.Word(1))))},
+    {"RootValue", ANSWER(s.document.RootValue())},
+    {"SaveFile", DO(SaveFile(s.Word(0)))},
+    {"SaveToFailedStream", _saveToFailedStream},
+    {"SetAttribute", DO(SetAttribute(s.Word(0), s.Word(1), s.Word(2)))},
+    {"SetAttributes", DO(SetAttributes(s.Word(0), s.Pairs()))},
+    {"SetValue", DO(SetValue(s.Word(0), s.Word(1)))},
+    {"SetValueCData", DO(SetValueCData(s.Word(0), s.Word(1)))},
+    {"State", _state},
+    {"ToText", ANSWER(s.document.ToText(static_cast<std::uint32_t>(std::stoul(s.Word(0)))))},
+    {"Write", ANSWER(_folder.Write(s.Word(0), s.Word(1)))},
+};
+
+// What a word or a column of operations.txt means.
+std::string _meaning(const std::string& written) {
+    static const std::string folder = _folder.Path().u8string();
+    static const std::pair<const char*, std::string> names[] = {
+        {"{data}", folder},
+        {"{full}", std::filesystem::exists("/dev/full") ? "/dev/full" : folder},
+        {"{xml}", "<?xml version='1.0' encoding='UTF-8'?>"},
+        {"{deep}", "<deep>" + Repeated("<d>"s, 200000) + Repeated("</d>"s, 200000) + "</deep>"}};
+    std::string text;
+    Poco::URI::decode(written, text);
+    for (const auto& [name, value] : names) Poco::replaceInPlace(text, name, value.c_str());
+    return text;
+}
+
+std::string _outcome(const std::string& row, const std::string& text) {
+    std::istringstream operations(row);
+    Subject s(text);
+    const std::string before = s.document.ToText(0);
+    bool isDone = true;
+    for (std::string name, word; operations >> name;) {
+        s.words.clear();
+        while (operations >> std::quoted(word) && word != ";") s.words.push_back(_meaning(word));
+        s.answer.reset();
+        try {
+            isDone = _operations.at(name)(s);
+        } catch (const NException& e) {
+            EXPECT_EQ(e.Code(), 0);
+            isDone = false;
+            s.Tell("throws ", e);
+        }
+        if (!isDone) s.events += "no ";
+    }
+    const std::string after = s.document.ToText(0);
+    if (!isDone && !s.answer && after == before) return s.events.substr(0, s.events.size() - 1);
+    const std::string& shown = s.answer ? *s.answer : after;
+    return s.events + (shown.empty() ? "-" : Poco::replace(shown, "\"", "'"));
+}
+
+struct Derived : NXML {
+    using NXML::operator=;
+    void Clear() override {
+        ++cleared;
+        NXML::Clear();
+    }
+    bool FindElements(const std::string& path, NDataContainerArray& array,
+                      const NAttributeList& filter) const override {
+        ++asked;
+        return NXML::FindElements(path, array, filter);
+    }
+    bool SetAttributes(const std::string& path, const NAttributeList& list) override {
+        ++asked;
+        return NXML::SetAttributes(path, list);
+    }
+    int cleared = 0;
+    mutable int asked = 0;
+};
 
 }  // namespace
 
-TEST(NXML, TellsItsThreeStatesApart) {
-    NXML document;
-    const auto expect = [&document](std::int32_t nodes, bool empty, const std::string& text) {
-        EXPECT_EQ(document.CountNodes(), nodes) << text;
-        EXPECT_EQ(document.IsEmpty(), empty) << text;
-        EXPECT_EQ(document.HasRoot() != nullptr, !text.empty());
-        EXPECT_EQ(document.ToText(0), text);
-    };
-    EXPECT_EQ(document.ToText(2), "");
-    expect(-1, true, "");
-    document.Assign(NXML(), 0);
-    expect(0, true, "");
-    EXPECT_EQ(document.ToText(2), _declaration);
-    EXPECT_EQ(document.CreateRoot("r"), 0);
-    expect(1, true, "<r/>");  // the declaration is gone
-    document.SetAttribute("r", "a", "1");
-    expect(1, false, "<r a=\"1\"/>");
-    document.RemoveAttributes("r");
-    document.SetValue("r", "");
-    EXPECT_FALSE(document.IsEmpty());  // an empty text is a child all the same
-    document.Clear();
-    expect(-1, true, "");
-    EXPECT_FALSE(document.SaveFile("/none/r.xml"));
-}
-
-// By a result and a report, or by an exception; one malformed text, three ways.
-TEST(NXML, TellsWhatBecameOfALoadOrASave) {
-    const TemporaryFolder folder;
-    const std::string text = "<r><a>x</a><b></c></r>", bad = folder.Write("bad.xml", text);
-    const std::string opened = folder.Path().u8string(), missing = folder.File("missing.xml");
-    const std::string closed = folder.File("sub") + folder.File("").back();
-    const std::string full = std::filesystem::exists("/dev/full") ? "/dev/full" : opened;
-    std::istringstream malformed(text), empty, second("<a/><b/>");
-    std::ifstream none(missing);
-    second.seekg(4);  // read from where it stands
-    const std::string partial = "<r><a>x</a><b/></r>", former = "<former/>";
-    const std::string unsaved = "Path not found: Exception saving XML document";
-    const std::string saved = _declaration + former;
-    const struct {
-        std::function<bool(NXML&)> call;
-        std::string outcome, left;
-    } rows[] = {
-        {CALL(d.FromText("<r> <a/>\n<b> x </b><![CDATA[<&]]></r>")), "1",
-         "<r><a/><b> x </b><![CDATA[<&]]></r>"},
-        {CALL(d.FromText("<?xml version='1.0' encoding='ISO-8859-1'?><r>\xE9</r>")), "1",
-         "<r>\xC3\xA9</r>"},
-        {CALL(d.LoadFile(bad, false)), "0XML parse error: Start-end tags mismatch Offset: 16",
-         partial},
-        {CALL(d.LoadFile(bad, true)), "0", partial},
-        {CALL(d.FromText(text)), "0", partial},
-        {CALL(d.LoadStream(malformed, true)), "XML element exception: Start-end tags mismatch",
-         partial},
-        {CALL(d.LoadStream(empty, true)), "XML element exception: No document element found", ""},
-        {CALL(d.LoadStream(none, true)), "XML element exception: Error reading from file/stream",
-         ""},
-        {CALL(d.LoadStream(second, true)), "1", "<b/>"},
-        {CALL(d.LoadFile("", false)), "0Invalid argument:  is not a file", former},
-        {CALL(d.LoadFile(closed, false)), "0Invalid argument: " + closed + " is not a file",
-         former},
-        {CALL(d.LoadFile(missing, false)), "0File not found: File " + missing + " not found",
-         former},
-        {CALL(d.LoadFile(missing, true)), "0", former},
-        {CALL(d.LoadFile(opened, false)), "0XML parse error: File was not found Offset: 0", ""},
-        {CALL(d.SaveFile(folder.File("none/r.xml"))), unsaved, saved},
-        {CALL(d.SaveFile(opened)), unsaved, saved},
-        {CALL(d.SaveFile(full)), unsaved, saved},
-    };
-    for (const auto& row : rows) {
-        Reports reports;
-        NXML document;
-        document.CreateRoot("former");
-        std::string outcome;
-        try {
-            outcome = std::to_string(row.call(document)) + reports.text;
-        } catch (const NException& e) {
-            EXPECT_EQ(e.Code(), 0);
-            outcome = e.what() + (": " + e.Message());
-        }
-        EXPECT_EQ(outcome, row.outcome);
-        EXPECT_EQ(document.ToText(0), row.left) << outcome;
+TEST(NXML, DoesWhatTheTableTells) {
+    const std::regex columns("(.*?) {2,}(.*?) {2,}(.*)");
+    std::ifstream rows(OPERATIONS);
+    ASSERT_TRUE(rows);
+    for (std::string line; std::getline(rows, line);) {
+        std::smatch row;
+        if (line.empty() || line[0] == '#') continue;
+        ASSERT_TRUE(std::regex_match(line, row, columns)) << line;
+        EXPECT_EQ(_outcome(row[1], _meaning(row[2])), _meaning(row[3])) << line;
     }
 }
 
-TEST(NXML, EverySaveAddsADeclaration) {
-    const TemporaryFolder folder;
-    const std::string name = folder.File("u\xCC\x88-\xF0\x9F\x93\x84.xml");
-    const std::string line = _declaration + '\n', tree = "<r>\n\t<a>\xC3\xA9</a>\n\t<b />\n</r>\n";
-    NXML document;
-    ASSERT_TRUE(document.FromText("<r><a>\xC3\xA9</a><b/></r>"));
-    EXPECT_EQ(document.ToText(1), tree);
-    std::ostringstream failed;
-    failed.setstate(std::ios::failbit);
-    EXPECT_TRUE(document.SaveStream(failed, 1));
-    EXPECT_TRUE(document.SaveFile(name));
-    EXPECT_TRUE(document.SaveFile(name));
-    EXPECT_EQ(folder.Read("\xC3\xBC-\xF0\x9F\x93\x84.xml"), line + line + tree);  // in NFC
-    EXPECT_EQ(document.ToText(3), line + line + line + tree);
-    EXPECT_EQ(document.CountNodes(), 4);
-    EXPECT_TRUE(document.LoadFile(name, false));
-    EXPECT_EQ(document.ToText(2), _declaration + "<r><a>\xC3\xA9</a><b/></r>");
-    EXPECT_EQ(document.ToText(0xFFFFFFFC), _declaration + "<r><a>\xC3\xA9</a><b/></r>");
+// The class itself walks without copies, a class derived from it through FindElements.
+TEST(NXML, ForEachElement) {
+    static std::vector<std::string> calledWith;
+    static NXML* edited;
+    const auto call = [](const std::string& name, void* user) {
+        calledWith.push_back(user == nullptr ? name : "user");
+        edited->RemoveElementsByName("a", {"b", "c"});
+    };
+    NXML plain;
+    Derived derived;
+    for (NXML* document : {&plain, static_cast<NXML*>(&derived)}) {
+        edited = document;
+        calledWith.clear();
+        EXPECT_FALSE(document->ForEachElement("", call));
+        ASSERT_TRUE(document->FromText("<a><b/>t<c><d/></c><![CDATA[u]]></a>"));
+        EXPECT_FALSE(document->ForEachElement("a", nullptr));
+        EXPECT_FALSE(document->ForEachElement("a.b", call));
+        EXPECT_TRUE(document->ForEachElement("", call));
+        EXPECT_THAT(calledWith, ElementsAre("b", "c"));
+        EXPECT_EQ(document->ToText(0), "<a>t<![CDATA[u]]></a>");
+        ASSERT_TRUE(document->FromText("<a.b><c/></a.b>"));
+        EXPECT_FALSE(document->ForEachElement("", call));  // the root's name is taken as a path
+        EXPECT_TRUE(document->ForEachElement("a|b", call));
+    }
+    EXPECT_EQ(derived.asked, 5);
+    NDataContainerArray children;
+    EXPECT_TRUE(derived.GetElements("a|b", children));
+    EXPECT_TRUE(derived.SetAttribute("a|b", "x", "1"));
+    EXPECT_EQ(derived.asked, 7);
+}
+
+TEST(NXML, RootAttributesLieInTheObject) {
+    Document document("<a Id='1'/>");
+    const NAttributeList& attributes = document.RootAttributes();
+    document.SetAttribute("a", "y", "2");
+    EXPECT_EQ(attributes, (NAttributeList{{"Id", "1"}}));
+    EXPECT_EQ(&document.RootAttributes(), &attributes);
+    EXPECT_EQ(attributes, (NAttributeList{{"Id", "1"}, {"y", "2"}}));
+    document.Clear();
+    EXPECT_EQ(attributes.size(), 2u);
+    EXPECT_TRUE(document.RootAttributes().empty());
 }
 
 TEST(NXML, ReplacingADocumentGoesThroughClear) {
-    struct Counting : NXML {
-        using NXML::operator=;
-        void Clear() override {
-            ++cleared;
-            NXML::Clear();
-        }
-        int cleared = 0;
-    } document;
-    NXML source;
-    ASSERT_TRUE(source.FromText("<r><a/></r>"));
+    Derived document;
+    Document source("<r><a/></r>");
     document = source;
     EXPECT_EQ(document.cleared, 0);  // there was none
     EXPECT_TRUE(document.FromText("<r><b/></r>"));
