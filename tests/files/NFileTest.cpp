@@ -2,8 +2,11 @@
 
 #include <ctime>
 
+#include <Poco/Exception.h>
+
 #include <morvel/base/NException.h>
 #include <morvel/files/NFileStream.h>
+#include <morvel/files/ThrowTranslated.h>
 #include <tests/support/TemporaryFolder.h>
 #include <tests/support/Test.h>
 
@@ -23,15 +26,27 @@ protected:
         try {
             operation();
         } catch (const NException& e) {
+            EXPECT_EQ(e.Code(), 0);
             return std::string(e.what()) + ": " + e.Message();
         }
         return "none";
     }
-    static std::string Removing(const NFile& file, bool recursive = false) {
+    static std::string Removing(const NFile& file, bool recursive) {
         return FailureOf([&] { file.Remove(recursive); });
     }
     static std::string Creating(const NFile& file) {
         return FailureOf([&] { file.CreateDirectories(); });
+    }
+
+    template <class Thrown>
+    static std::string Translated(const Thrown& thrown) {
+        return FailureOf([&] {
+            try {
+                throw thrown;
+            } catch (...) {
+                morvel::ThrowTranslated();
+            }
+        });
     }
 
     TemporaryFolder folder;
@@ -49,12 +64,12 @@ TEST_F(NFileTest, CreatesFilesAndFoldersAndRemovesThem) {
     At("c/d/file").CreateDirectories();  // the name is taken, and that is enough
     EXPECT_FALSE(At("c/d/file").SetPermissions(511));
     EXPECT_EQ(folder.Read("c/d/file"), "content");
-    EXPECT_EQ(Removing(At("c")), "File access error: " + folder.File("c"));
+    EXPECT_EQ(Removing(At("c"), false), "File access error: " + folder.File("c"));
     for (const char* const name : {"file", "empty", "c/d/e", "c"}) {
         EXPECT_TRUE(At(name).Exists()) << name;
         At(name).Remove(name == std::string("c"));
         EXPECT_FALSE(At(name).Exists()) << name;
-        EXPECT_EQ(Removing(At(name)), "File not found: " + folder.File(name));
+        EXPECT_EQ(Removing(At(name), false), "File not found: " + folder.File(name));
         EXPECT_EQ(Removing(At(name), true), "File not found: " + folder.File(name));
     }
 }
@@ -107,4 +122,20 @@ TEST_F(NFileTest, CreatesFoldersByTheBytesOfTheirNames) {
         EXPECT_TRUE(folder.Has(name)) << name;
     }
     std::filesystem::current_path(former);
+}
+
+// By hand, since several of these no file system gives on demand. The code 13 is lost on the way.
+TEST_F(NFileTest, TurnsWhatPocoThrowsIntoTheFamily) {
+    EXPECT_EQ(Translated(Poco::FileAccessDeniedException("m", 13)), "Access to file denied: m");
+    EXPECT_EQ(Translated(Poco::FileNotFoundException("m", 13)), "File not found: m");
+    EXPECT_EQ(Translated(Poco::OpenFileException("m", 13)), "Cannot open file: m");
+    EXPECT_EQ(Translated(Poco::FileReadOnlyException("m", 13)), "File is read-only: m");
+    EXPECT_EQ(Translated(Poco::FileExistsException("m", 13)), "File exists: m");
+    EXPECT_EQ(Translated(Poco::FileException("m", "n", 13)), "File access error: m: n");
+    EXPECT_EQ(Translated(Poco::PathSyntaxException("m", 13)), "Bad path syntax: m");
+    // Without a row of their own: the base class answers, or the fixed text of what() is all.
+    EXPECT_EQ(Translated(Poco::PathNotFoundException("m")), "File access error: m");
+    EXPECT_EQ(Translated(Poco::SyntaxException("m")), "Runtime exception: Syntax error");
+    EXPECT_EQ(Translated(std::runtime_error("m")), "Runtime exception: m");
+    EXPECT_EQ(Translated(42), "Runtime exception: Unkwnown exception");
 }

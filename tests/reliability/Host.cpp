@@ -2,6 +2,8 @@
 // answered by a line: the command's number, and what came of it or the exception behind a "!". With
 // a number as argument so many threads share the lines. What is to come out, the drivers beside
 // this file know.
+#include <signal.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <time.h>
 #include <unistd.h>
@@ -118,6 +120,13 @@ void _lock(const Line& l) {
     for (long turn = 0; turn < l.Count(); ++turn) const NAutoNamedMutexLock lock(&mutex);
 }
 
+// No file grows larger than that.
+void _limitFiles(const Line& l) {
+    signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit = {rlim_t(l.Count()), RLIM_INFINITY};
+    setrlimit(RLIMIT_FSIZE, &limit);
+}
+
 void _fetch(const Line& l, std::ostream& out) {
     const morvel::Reply reply = morvel::Fetch(l.file, static_cast<std::uint32_t>(l.Count()));
     out << reply.status << ' ' << reply.body.size();
@@ -153,6 +162,7 @@ const std::map<std::string, std::function<void(const Line&, std::ostream&)>> com
     {"log", DO(_log(l))},
     {"lock", DO(_lock(l))},
     {"fetch", _fetch},
+    {"room", DO(_limitFiles(l))},
     {"descriptors", DO(out << std::distance(Folder("/proc/self/fd"), {}))},
 };
 

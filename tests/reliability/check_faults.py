@@ -1,5 +1,6 @@
 """Each system call of each operation on files fails in turn, by strace: the result is the documented
-one, files are as promised, and no descriptor stays open."""
+one, files are as promised, and no descriptor stays open. Where a file is replaced, a process that is
+killed in front of any call leaves the old one or the new one, and so does a disk that gets full."""
 
 import collections
 import concurrent.futures
@@ -11,7 +12,7 @@ import subprocess
 import sys
 import tempfile
 
-from host import UNDER_SANITIZER, finish, skip
+from host import UNDER_SANITIZER, Host, finish, skip
 
 ERRORS = ["EIO", "EACCES", "ENOSPC", "EINTR"]
 # Those that ask for memory or say how the process is, a file system doesn't answer.
@@ -138,6 +139,30 @@ def fault(program, folder, operation, call, number, error):
     return f"{operation.words}, {error} from {call} number {number}: " + ", ".join(wrong) if wrong else None
 
 
+def replacing(program, folder, operation, calls):
+    """What is wrong where the process is killed, and where there is room for a part of the new file."""
+    def left():
+        return (folder / "file").read_text("utf-8")
+
+    prepare(folder, operation)
+    run(program, folder, operation, "-o", "/dev/null")
+    old_or_new, found = {OLD, left()}, set()
+    for call, number in calls:
+        prepare(folder, operation)
+        run(program, folder, operation, "-o", "/dev/null", "-e", f"trace={call}",
+            "-e", f"inject={call}:signal=KILL:when={number}")
+        found.add(left())
+    wrong = [] if found == old_or_new else [f"{operation.words}, killed, leaves {found}"]
+    for room in range(len(NEW)):
+        prepare(folder, operation)
+        with Host(program) as host:
+            host.ask("room", "-", room)
+            answer = host.ask(operation.words.format(folder))
+        if answer != ERROR or contents(folder) != START:
+            wrong.append(f"{operation.words}, with room for {room}, leaves {contents(folder)} behind {answer!r}")
+    return wrong
+
+
 def main(program):
     if UNDER_SANITIZER:
         skip("a sanitizer can't work under strace.")
@@ -150,8 +175,11 @@ def main(program):
         def every(operation):
             folder = pathlib.Path(work, str(OPERATIONS.index(operation)))
             calls = calls_of(program, folder, operation)
-            return len(calls), [fault(program, folder, operation, call, number, error)
-                                for call, number in calls for error in ERRORS]
+            found = [fault(program, folder, operation, call, number, error)
+                     for call, number in calls for error in ERRORS]
+            if operation.words.startswith(("write", "save-safely")):
+                found += replacing(program, folder, operation, calls)
+            return len(calls), found
 
         with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
             results = list(pool.map(every, OPERATIONS))
