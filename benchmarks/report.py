@@ -263,6 +263,8 @@ def goals(results):
             if not case.startswith(prefix):
                 continue
             if against == "one thread":
+                if case.startswith(CEILING):
+                    continue
                 found.append((job, case, *thread_goal(subjects)))
                 continue
             if OWN not in subjects:
@@ -492,7 +494,8 @@ def scaling(cases):
         one = subjects["1"].median()
         more = [f"{one / subjects[str(n)].median():.2f}" for n in counts[1:]]
         noise = max(subject.spread() for subject in subjects.values())
-        rows.append(f"| {case} | {shown(one)} each | " + " | ".join(more) + f" | ±{100 * noise:.0f} % |")
+        rows.append(f"| {case.replace(CEILING, '')} | {shown(one)} each | " + " | ".join(more)
+                    + f" | ±{100 * noise:.0f} % |")
     return rows
 
 
@@ -545,7 +548,8 @@ def whole_programs(results):
     if "scaling" in results:
         text += ["## Threads", "",
                  "What more threads get done, in multiples of what one does. Lines of a log go through one writer to one "
-                 "disk.", "", *scaling(results["scaling"]), ""]
+                 "disk; arithmetic shares nothing, and shows what the machine has to give.", "",
+                 *scaling(results["scaling"]), ""]
     return text
 
 
@@ -590,7 +594,8 @@ def document(folder, results, context, versions):
         text += [f"- {case}: {why}" for case in results["growth"] if (why := reason("growth", case))] + [""]
     text += ["## How it was measured", "",
              "By `script/bench`; `script/bench JOB` runs one job and prints its table. All subjects of a job run in one "
-             "process, their repetitions shuffled among each other, each after its result has been checked, and the "
+             "process (those of the first two have one each), their repetitions shuffled among each other, each after its "
+             "result has been checked, and the "
              "figure is the median. A job that misses a goal without a reason is run again, and all its repetitions "
              "count. What each subject took in each case, with the spread, a ceiling of bare work and the allocations, "
              "stands in `build/bench/report` after a run. Times of one machine say little about another's: read the "

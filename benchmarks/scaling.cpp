@@ -1,8 +1,8 @@
 // The same work shared out among more and more threads, down to the last one's end. The name of a
 // case is that of the work, the subject is the number of threads.
-#include <algorithm>
+#include <cstdint>
+#include <memory>
 #include <string>
-#include <vector>
 
 #include <morvel/documents/NXML.h>
 #include <morvel/logging/NLog.h>
@@ -81,6 +81,19 @@ void _addOwnDocuments() {
     });
 }
 
+// What the machine itself gives: each step waits for the one before, and nothing is shared.
+void _addArithmetic() {
+    constexpr int Steps = 20000000;
+    _add("ceiling: arithmetic", Steps, [](int count) {
+        std::uint64_t value = 1;
+        for (int i = 0; i < count; ++i) {
+            value = value * 6364136223846793005u + 1;
+            benchmark::DoNotOptimize(value);
+        }
+        return count;
+    });
+}
+
 }  // namespace
 
 void AddSubjects() {
@@ -88,4 +101,5 @@ void AddSubjects() {
     _addLog();
     _addOneDocument();
     _addOwnDocuments();
+    _addArithmetic();
 }
