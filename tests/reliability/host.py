@@ -3,9 +3,11 @@
 import contextlib
 import os
 import pathlib
+import re
 import subprocess
 import sys
 import tempfile
+import threading
 
 ENCODINGS = ["System", "ASCII", "Latin1", "Latin9", "UTF8", "UTF16"]
 FORMS = ["NFD", "NFKD", "NFC", "NFKC"]
@@ -35,6 +37,7 @@ class Host:
     def __init__(self, program, threads=1, under=(), **options):
         self.process = subprocess.Popen([*under, program, str(threads)], stdin=subprocess.PIPE,
                                         stdout=subprocess.PIPE, text=True, **options)
+        self._answered = 0
 
     def __enter__(self):
         return self
@@ -51,11 +54,36 @@ class Host:
     def receive(self):
         """The answer to one of the lines; None where the program has ended."""
         answer = self.process.stdout.readline()
+        self._answered += 1
         return answer.rstrip("\n").split(" ", 1)[1] if answer.endswith("\n") else None
 
     def ask(self, *words):
         self.send(*words)
         return self.receive()
+
+    def ask_all(self, lines):
+        """The answers as they come, each with the index of its line; by several threads, in any order."""
+        def write():
+            with contextlib.suppress(BrokenPipeError):
+                for line in lines:
+                    self.process.stdin.write(line + "\n")
+                self.process.stdin.flush()
+
+        first = self._answered
+        writer = threading.Thread(target=write)
+        writer.start()
+        for _ in lines:
+            number, _, answer = self.process.stdout.readline().rstrip("\n").partition(" ")
+            if not number:
+                break
+            self._answered += 1
+            yield int(number) - first, answer
+        writer.join()
+
+    def resident(self):
+        """Kilobytes of memory."""
+        status = pathlib.Path(f"/proc/{self.process.pid}/status").read_text("utf-8")
+        return int(re.search(r"^VmRSS:\s*(\d+) kB", status, re.M)[1])
 
 
 class Texts:

@@ -1,0 +1,113 @@
+"""Processes killed at random: while they log at full speed, and while they hold a named lock."""
+
+import collections
+import os
+import pathlib
+import random
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import time
+
+from host import UNDER_SANITIZER, Host, finish, skip
+
+ROUNDS = 100
+WRITERS = 3
+LINE = re.compile(r'\d+/\d+/\d+ - \[\w{3}\] - \d\d:\d\d:\d\d - NOTICE \[File: \S+ Line: \d+\]\t?\s*"writer (\w+) line (\d+)"')
+
+
+def lines_of(folder):
+    """What the log and its archives hold, the oldest first."""
+    files = sorted(folder.glob("killed.log.*"), key=lambda file: -int(file.suffix[1:]))
+    return "".join(file.read_text("utf-8") for file in [*files, folder / "killed.log"] if file.exists())
+
+
+def wrong_in(text):
+    """What is wrong with a log: it ends at a line end, and no writer's line is missing before another."""
+    if not text.endswith("\n"):
+        return f"it ends in {text[-80:]!r}"
+    next_lines = collections.Counter()
+    for line in text.splitlines():
+        match = LINE.fullmatch(line)
+        if match and int(match[2]) != next_lines[match[1]]:
+            return f"writer {match[1]} goes on with {match[2]} where {next_lines[match[1]]} was to come"
+        if not match and line[:1] != "*":
+            return f"it holds {line!r}"
+        if match:
+            next_lines[match[1]] += 1
+    return None
+
+
+def kill_logging(program, folder, generator):
+    """What is wrong after a process is killed while it logs, and how many lines it had written."""
+    log = folder / "Tarnwick Software"
+    shutil.rmtree(log, ignore_errors=True)
+    options = {"env": {**os.environ, "XDG_DATA_HOME": str(folder)}}
+    with Host(program, WRITERS, **options) as host:
+        if host.ask("start-log", "killed") != "1":
+            return "no log could be started", 0
+        for writer in range(WRITERS):
+            host.send("log", f"w{writer}", 100000000)
+        time.sleep(generator.uniform(0.002, 0.05))
+        host.process.kill()
+    before = lines_of(log)
+    wrong = wrong_in(before) if before else None
+    with Host(program, **options) as host:
+        if (host.ask("start-log", "killed"), host.ask("log", "next", 1)) != ("1", ""):
+            wrong = wrong or "the next start doesn't log"
+    after = lines_of(log)
+    if not after.startswith(before) or not after.rstrip("\n").endswith('"writer next line 0"'):
+        wrong = wrong or f"behind the next start it ends in {after[-80:]!r}"
+    return wrong, before.count("writer ")
+
+
+def kill_holder(program, name, generator):
+    """What is wrong after a process is killed while it takes and gives back a lock without end."""
+    with Host(program) as host:
+        host.send("lock", name, 100000000)
+        time.sleep(generator.uniform(0.01, 0.04))
+        host.process.kill()
+    try:
+        subprocess.run([program], input=f"lock {name} 1\n", text=True, timeout=20, check=True, stdout=subprocess.PIPE)
+    except subprocess.TimeoutExpired:
+        return "nobody gets the lock any more"
+    return None
+
+
+def remove_lock(name):
+    """Its file and its semaphore, whose key the C library's ftok makes."""
+    file = pathlib.Path(f"/tmp/{name}.mutex")
+    if file.exists():
+        status = file.stat()
+        key = ord("p") << 24 | (status.st_dev & 0xFF) << 16 | status.st_ino & 0xFFFF
+        subprocess.run(["ipcrm", "-S", hex(key)], stderr=subprocess.DEVNULL, check=False)
+        file.unlink()
+
+
+def main(program):
+    if UNDER_SANITIZER:
+        skip("with a sanitizer a process starts too slowly to be killed a hundred times.")
+    seed = random.randrange(2**32)
+    generator = random.Random(seed)
+    findings, lines = [], 0
+    name = f"morvel-killed-{os.getpid()}"
+    with tempfile.TemporaryDirectory() as folder:
+        for number in range(ROUNDS):
+            wrong, written = kill_logging(program, pathlib.Path(folder), generator)
+            lines += written
+            if wrong:
+                findings.append(f"log, round {number} of seed {seed}: {wrong}")
+    if lines == 0:
+        findings.append("no line was ever written")
+    try:
+        for number in range(ROUNDS):
+            if wrong := kill_holder(program, name, generator):
+                findings.append(f"lock, round {number} of seed {seed}: {wrong}")
+    finally:
+        remove_lock(name)
+    finish(findings, f"{ROUNDS} kills while logging, {lines:,} lines whole and in order; {ROUNDS} kills of lock holders")
+
+
+main(*sys.argv[1:])
