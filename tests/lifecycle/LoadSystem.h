@@ -1,16 +1,57 @@
 #pragma once
 
-/// What LoadHost asks of the system; the build picks the source.
-namespace system_calls {
+#ifdef _WIN32
+#include <windows.h>
+#else
+#include <dlfcn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#endif
 
-void* Open(const char* library);  ///< Null if it can't be loaded.
-void* Find(void* library, const char* name);
-void Close(void* library);
+#include <cstdlib>
 
-bool IsLibraryMapped();  ///< Whether the library under test is in this process.
-void SetEnvironment(const char* name, const char* value);
-
-/// Makes a child that ends at once: "child-ended ", "child-failed ", or "no-forks ".
-const char* Fork();
-
-}  // namespace system_calls
+/// What LoadHost asks of the system. Fork makes a child that ends at once.
+struct LoadSystem {
+#ifdef _WIN32
+    static void* Open(const char* library) {
+        return LoadLibraryA(library);
+    }
+    static void* Find(void* library, const char* name) {
+        return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(library), name));
+    }
+    static void Close(void* library) {
+        FreeLibrary(static_cast<HMODULE>(library));
+    }
+    static bool IsMapped() {
+        return GetModuleHandleA("morvel.dll") != nullptr;
+    }
+    static void Set(const char* name, const char* value) {
+        SetEnvironmentVariableA(name, value);
+    }
+    static bool Fork() {
+        return false;
+    }
+#else
+    static void* Open(const char* library) {
+        return dlopen(library, RTLD_NOW | RTLD_LOCAL);
+    }
+    static void* Find(void* library, const char* name) {
+        return dlsym(library, name);
+    }
+    static void Close(void* library) {
+        dlclose(library);
+    }
+    static bool IsMapped() {
+        return dlopen("libmorvel.so.1", RTLD_NOW | RTLD_NOLOAD) != nullptr;
+    }
+    static void Set(const char* name, const char* value) {
+        setenv(name, value, 1);
+    }
+    static bool Fork() {
+        if (fork() == 0) std::exit(0);
+        int status = 1;
+        wait(&status);
+        return status == 0;
+    }
+#endif
+};

@@ -16,9 +16,7 @@ bool plugin_log_in_force() {
 
 void plugin_write(int lines) {
     static int number = 0;
-    for (; lines > 0; --lines) {
-        NLOG("NOTICE", "writer 0 line %d", number++);
-    }
+    for (; lines > 0; --lines) NLOG("NOTICE", "writer 0 line %d", number++);
 }
 
 // Threads that nobody joins log on until the process is gone.
@@ -26,22 +24,18 @@ void plugin_write_on() {
     static std::atomic<int> written{0};
     for (int writer = 0; writer < 4; ++writer) {
         std::thread([writer] {
-            for (int i = 0;; ++i) {
-                NLOG("NOTICE", "writer %d line %d", writer, i);
-                ++written;
-            }
+            for (int i = 0;; ++written) NLOG("NOTICE", "writer %d line %d", writer, i++);
         }).detach();
     }
-    while (written < 2000) {
-        std::this_thread::yield();
-    }
+    while (written < 2000) std::this_thread::yield();
 }
 
-void plugin_default_log(bool inForce) {
-    NLog* const log = NLog::DefaultLog();
-    if (inForce) {
-        NLog::Set(log);
-    }
+void plugin_default_log() {
+    NLog::DefaultLog();
+}
+
+void plugin_default_log_in_force() {
+    NLog::Set(NLog::DefaultLog());
 }
 
 // Clean-up of the module's own, which logs.
