@@ -45,8 +45,8 @@ inline std::map<int, std::vector<int>> WrittenLines(const std::filesystem::path&
 }
 
 /// 0, 1, 2 and so on: what WrittenLines finds of a writer of whose `count` lines none is missing.
-inline std::vector<int> Numbers(int count) {
-    std::vector<int> numbers(static_cast<std::size_t>(count));
+inline std::vector<int> Numbers(std::size_t count) {
+    std::vector<int> numbers(count);
     std::iota(numbers.begin(), numbers.end(), 0);
     return numbers;
 }

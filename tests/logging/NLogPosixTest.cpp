@@ -87,9 +87,7 @@ bool ArePrivate(const std::vector<int>& files) {
 }
 
 void LimitFileSize(rlim_t bytes) {
-    rlimit limit;
-    getrlimit(RLIMIT_FSIZE, &limit);
-    limit.rlim_cur = bytes;
+    const rlimit limit = {bytes, RLIM_INFINITY};
     setrlimit(RLIMIT_FSIZE, &limit);
 }
 

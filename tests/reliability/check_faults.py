@@ -142,7 +142,7 @@ def fault(program, folder, operation, call, number, error):
 def replacing(program, folder, operation, calls):
     """What is wrong where the process is killed, and where there is room for a part of the new file."""
     def left():
-        return (folder / "file").read_text("utf-8")
+        return contents(folder).get("file")
 
     prepare(folder, operation)
     run(program, folder, operation, "-o", "/dev/null")
