@@ -17,6 +17,17 @@ std::uint64_t _bytesOf(const std::string& rotation) {
     std::sscanf(rotation.c_str(), "%llu %c", &number, &unit);
     return number << (unit == 'M' ? 20 : unit == 'K' ? 10 : 0);
 }
+
+// A process that is killed can leave a part of a line: the system writes page by page.
+bool _endsInsideALine(const std::string& path) {
+    using namespace platform;
+    std::FILE* const file =
+        Open(NativeFileName(WideFromNarrow(path.c_str(), CodePageUtf8)), Access::Read);
+    if (file == nullptr) return false;
+    const bool isInside = std::fseek(file, -1, SEEK_END) == 0 && std::fgetc(file) != '\n';
+    std::fclose(file);
+    return isInside;
+}
 }  // namespace
 
 LogFileChannel::LogFileChannel() = default;
@@ -48,6 +59,10 @@ bool LogFileChannel::WriteLine(std::string_view line, std::uint64_t number, bool
         if (number != 0 && number == _number && platform::SizeOf(_file) > _sizeBefore) return true;
         if (_file == platform::NoFile) {
             _file = platform::OpenForAppending(path());
+            const std::uint64_t size = platform::SizeOf(_file);
+            if (size != 0 && _endsInsideALine(path())) {
+                _tornSize = size;
+            }
         }
         // To ask for the size costs as much as to write a line, and only forked children change it.
         std::uint64_t size = std::exchange(_sizeBehind, 0);

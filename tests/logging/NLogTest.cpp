@@ -26,8 +26,8 @@ const std::string Title = Stars + "\n* - Log System -\t\t\t\t\t\t\t\t\t \n";
 // The log file is `missing` bytes short of being rotated, without archives.
 void MakeAlmostFull(std::uintmax_t missing) {
     for (const char* archive : {".0", ".1"}) std::filesystem::remove(File.string() + archive);
-    std::ofstream(File, std::ios::trunc).close();
-    std::filesystem::resize_file(File, RotationSize - missing);
+    const auto last = static_cast<std::streamoff>(RotationSize - missing - 1);
+    std::ofstream(File, std::ios::binary).seekp(last).put('\n');
 }
 
 // A channel of the host's, which does something with the first message and at its end.

@@ -24,10 +24,16 @@ def lines_of(folder):
     return "".join(file.read_text("utf-8") for file in [*files, folder / "killed.log"] if file.exists())
 
 
+def is_torn(text):
+    return text != "" and not text.endswith("\n")
+
+
 def wrong_in(text):
-    """What is wrong with a log: it ends at a line end, and no writer's line is missing before another."""
-    if not text.endswith("\n"):
+    """What is wrong with a log: it ends at a line end, or where the system has torn a line, between two pages
+    of memory; and no writer's line is missing before another."""
+    if is_torn(text) and len(text) % os.sysconf("SC_PAGE_SIZE") != 0:
         return f"it ends in {text[-80:]!r}"
+    text = text[:text.rfind("\n") + 1]
     next_lines = collections.Counter()
     for line in text.splitlines():
         match = LINE.fullmatch(line)
@@ -41,26 +47,32 @@ def wrong_in(text):
 
 
 def kill_logging(program, folder, generator):
-    """What is wrong after a process is killed while it logs, and how many lines it had written."""
+    """What is wrong after a process is killed while it logs, and what it had written."""
     log = folder / "Tarnwick Software"
     shutil.rmtree(log, ignore_errors=True)
+    log.mkdir(parents=True)
     options = {"env": {**os.environ, "XDG_DATA_HOME": str(folder)}}
     with Host(program, WRITERS, **options) as host:
         if host.ask("start-log", "killed") != "1":
-            return "no log could be started", 0
+            return "no log could be started", ""
         for writer in range(WRITERS):
             host.send("log", f"w{writer}", 100000000)
         time.sleep(generator.uniform(0.002, 0.05))
         host.process.kill()
     before = lines_of(log)
-    wrong = wrong_in(before) if before else None
+    return wrong_in(before) or wrong_at_next_start(program, log, options), before
+
+
+def wrong_at_next_start(program, log, options):
+    """Whether another process goes on with lines of its own behind what it finds."""
+    before = lines_of(log)
     with Host(program, **options) as host:
         if (host.ask("start-log", "killed"), host.ask("log", "next", 1)) != ("1", ""):
-            wrong = wrong or "the next start doesn't log"
+            return "the next start doesn't log"
     after = lines_of(log)
-    if not after.startswith(before) or not after.rstrip("\n").endswith('"writer next line 0"'):
-        wrong = wrong or f"behind the next start it ends in {after[-80:]!r}"
-    return wrong, before.count("writer ")
+    if not after.startswith(before + ("\n" if is_torn(before) else "")) or not after.endswith('"writer next line 0"\n'):
+        return f"behind {before[-40:]!r} the next start goes on with {after[len(before):][:40]!r}"
+    return None
 
 
 def kill_holder(program, name, generator):
@@ -91,14 +103,19 @@ def main(program):
         skip("with a sanitizer a process starts too slowly to be killed a hundred times.")
     seed = random.randrange(2**32)
     generator = random.Random(seed)
-    findings, lines = [], 0
+    findings, lines, torn = [], 0, 0
     name = f"morvel-killed-{os.getpid()}"
     with tempfile.TemporaryDirectory() as folder:
         for number in range(ROUNDS):
-            wrong, written = kill_logging(program, pathlib.Path(folder), generator)
-            lines += written
+            wrong, text = kill_logging(program, pathlib.Path(folder), generator)
+            lines += text.count("writer ")
+            torn += is_torn(text)
             if wrong:
                 findings.append(f"log, round {number} of seed {seed}: {wrong}")
+        log = pathlib.Path(folder, "Tarnwick Software")
+        (log / "killed.log").write_text("a line\nand a part of", "utf-8")
+        if wrong := wrong_at_next_start(program, log, {"env": {**os.environ, "XDG_DATA_HOME": folder}}):
+            findings.append(wrong)
     if lines == 0:
         findings.append("no line was ever written")
     try:
@@ -107,7 +124,8 @@ def main(program):
                 findings.append(f"lock, round {number} of seed {seed}: {wrong}")
     finally:
         remove_lock(name)
-    finish(findings, f"{ROUNDS} kills while logging, {lines:,} lines whole and in order; {ROUNDS} kills of lock holders")
+    finish(findings, f"{ROUNDS} kills while logging, {lines:,} lines whole and in order, {torn} ends between two pages "
+           f"inside a line, which got a line of its own; {ROUNDS} kills of lock holders")
 
 
 main(*sys.argv[1:])
