@@ -34,9 +34,7 @@ TEST(NMutexDeathTest, GuardUnlocksHoweverItsScopeIsLeftAndElseEndsTheProcess) {
     } catch (const std::runtime_error&) {
     }
     std::thread([&] { const NAutoMutexLock lock(&mutex); }).join();  // else waits for ever
-    if (morvel::test::OnWindows) {
-        GTEST_SKIP() << "the system lets anybody unlock";
-    }
+    if (morvel::test::OnWindows) GTEST_SKIP() << "the system lets anybody unlock";
     const auto unlockTwice = [&] {
         const NAutoMutexLock lock(&mutex);
         mutex.Unlock();

@@ -2,8 +2,6 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/ipc.h>
-#include <sys/sem.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -50,13 +48,10 @@ TEST_F(NNamedMutexPosix, RefusesAFileThatIsNoneOfALock) {
     std::filesystem::create_directory(folder);
     for (const std::string& refused :
          {name, name + "/x", "../tmp/" + name, std::string(300, 'x')}) {
-        try {
-            const NNamedMutex mutex(refused.c_str());
-            ADD_FAILURE() << refused;
-        } catch (const Poco::SystemException& e) {
-            EXPECT_EQ(e.message(), "cannot create named mutex /tmp/" + refused +
-                                       ".mutex (lockfile): " + refused);
-        }
+        EXPECT_THAT([&] { NNamedMutex(refused.c_str()); },
+                    testing::Throws<Poco::SystemException>(testing::Property(
+                        &Poco::Exception::message, "cannot create named mutex /tmp/" + refused +
+                                                       ".mutex (lockfile): " + refused)));
     }
     EXPECT_FALSE(std::filesystem::exists(target) || std::filesystem::exists(folder + "/x.mutex"));
     std::filesystem::remove_all(folder);

@@ -15,8 +15,8 @@ namespace {
 
 std::string program;
 
-template <class Condition>
-bool waitUntil(Condition condition) {
+// Tries for a minute.
+bool Becomes(const std::function<bool()>& condition) {
     for (int i = 0; i < 60000 && !condition(); ++i) NMutex::Sleep(1);
     return condition();
 }
@@ -24,19 +24,17 @@ bool waitUntil(Condition condition) {
 // What a process of a test does: makes the lock of that name, takes it if it is to "hold" it, says
 // so, and then counts up `rounds` times, or with none waits for the word to end. The counter comes
 // out right only under a lock.
-int childMain(const std::string& role, const std::string& folder, const char* name, int rounds) {
+int ChildMain(const std::string& role, const std::string& folder, const char* name, int rounds) {
     NNamedMutex mutex(name);
     const NAutoNamedMutexLock held(role == "hold" ? &mutex : nullptr);
     std::ofstream(folder + "arrived", std::ios::app) << '.';
     for (int i = 0; i < rounds; ++i) {
         const NAutoNamedMutexLock lock(&mutex);
-        std::fstream counter(folder + "counter");
         int value = 0;
-        counter >> value;
-        counter.clear();  // the end of the file
-        counter.seekp(0) << value + 1;
+        std::ifstream(folder + "counter") >> value;
+        std::ofstream(folder + "counter") << value + 1;
     }
-    return rounds > 0 || waitUntil([&] { return std::ifstream(folder + "go").good(); }) ? 0 : 3;
+    return rounds > 0 || Becomes([&] { return std::ifstream(folder + "go").good(); }) ? 0 : 3;
 }
 
 struct NNamedMutexTest : testing::Test, NamedMutexName {
@@ -44,17 +42,16 @@ struct NNamedMutexTest : testing::Test, NamedMutexName {
     Poco::ProcessHandle Start(const std::string& role, int rounds) {
         Poco::ProcessHandle process =
             StartProcess(program, {role, folder.File(""), name, std::to_string(rounds)});
-        ++started;
-        EXPECT_TRUE(waitUntil(
-            [&] { return folder.Has("arrived") && folder.Read("arrived").size() == started; }));
+        arrived += '.';
+        EXPECT_TRUE(Becomes([&] { return folder.Read("arrived") == arrived; }));
         return process;
     }
 
-    int Counted() const { return std::stoi(folder.Read("counter")); }
+    std::string Counted() const { return folder.Read("counter"); }
 
     const TemporaryFolder folder;
-    const std::string counter = folder.Write("counter", "0");
-    std::size_t started = 0;
+    const std::string files[2] = {folder.Write("counter", "0"), folder.Write("arrived", "")};
+    std::string arrived;
 };
 
 }  // namespace
@@ -73,11 +70,11 @@ TEST_F(NNamedMutexTest, OutlivesItsMakerWhileAnotherHoldsAndAThirdWaits) {
     ASSERT_EQ(maker.wait(), 0);
     const auto late = Start("count", 1000);
     NMutex::Sleep(50);  // time enough to begin, were they let in
-    EXPECT_EQ(Counted(), 0);
+    EXPECT_EQ(Counted(), "0");
     mutex.Unlock();
     EXPECT_EQ(waiting.wait(), 0);
     EXPECT_EQ(late.wait(), 0);
-    EXPECT_EQ(Counted(), 2000);
+    EXPECT_EQ(Counted(), "2000");
 }
 
 // Windows tells the next one, and that one holds nothing; elsewhere nobody notices.
@@ -91,7 +88,7 @@ TEST_F(NNamedMutexTest, IsGivenUpByAHolderThatIsKilled) {
         EXPECT_EQ(Start("count", 1).wait(), 0);
     }
     mutex.Lock();
-    const int before = Counted();
+    const std::string before = Counted();
     const auto waiting = Start("count", 1);
     NMutex::Sleep(50);
     EXPECT_EQ(Counted(), before);
@@ -101,7 +98,7 @@ TEST_F(NNamedMutexTest, IsGivenUpByAHolderThatIsKilled) {
 
 int main(int argc, char** argv) {
     if (argc == 5 && argv[1][0] != '-') {
-        return childMain(argv[1], argv[2], argv[3], std::stoi(argv[4]));
+        return ChildMain(argv[1], argv[2], argv[3], std::stoi(argv[4]));
     }
     program = argv[0];
     testing::InitGoogleTest(&argc, argv);

@@ -1,3 +1,0 @@
-#include <tests/sync/NamedMutexName.h>
-
-NamedMutexName::~NamedMutexName() = default;
