@@ -8,10 +8,8 @@
 //     # and empty lines              mean nothing
 //     anything else                  is in the output, behind the line before
 
-#include <chrono>
 #include <iomanip>
 
-#include <Poco/Process.h>
 #include <Poco/String.h>
 
 #include <morvel/morvel.h>
@@ -21,7 +19,6 @@
 #include <tests/support/TestServer.h>
 
 using namespace morvel::test;
-using namespace testing;
 
 namespace {
 
@@ -85,39 +82,6 @@ TEST(Examples, DoWhatTheirSessionsShow) {
             user.Follow(line);
         }
     }
-}
-
-// As a user meets it: a server that wasn't written for this, with one redirect and one large file.
-TEST(Fetch, TakesALargeFileFromARealServer) {
-    const std::string server = "/usr/sbin/nginx", url = TestServer().Url("");
-    if (!std::filesystem::exists(server)) GTEST_SKIP() << "apt-get install nginx-light";
-    const User user;
-    user.data.Write("large", TestServer::Bytes(5000000));
-    user.data.Write("copy", std::string(6000000, 'x'));  // longer than what replaces it
-    const std::string configuration =
-        user.data.Write("conf", R"(
-        daemon off; master_process off; pid nginx.pid; events {}
-        http {
-            access_log off; client_body_temp_path b; proxy_temp_path p; fastcgi_temp_path f;
-            uwsgi_temp_path u; scgi_temp_path s;
-            server { listen )" + url.substr(7) +
-                                    R"(; root .; location = /moved { return 301 /large; } }
-        })");
-    Poco::ProcessHandle nginx = Poco::Process::launch(
-        server, {"-p", user.data.File(""), "-c", configuration, "-e", user.data.File("errors")});
-    for (int i = 0; user.Run("fetch", {url + "/conf"}).exitCode != 0 && i < 200; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));  // it listens soon
-    }
-    const std::vector<std::string> ways[] = {{"-o", user.data.File("copy")},
-                                             {"--direct", "-o", user.data.File("direct")}};
-    for (std::vector<std::string> arguments : ways) {
-        arguments.push_back(url + "/moved");
-        EXPECT_EQ(user.Run("fetch", arguments).exitCode, 0);
-    }
-    Poco::Process::kill(nginx);
-    nginx.wait();
-    EXPECT_TRUE(user.data.Read("copy") == user.data.Read("large"));
-    EXPECT_TRUE(user.data.Read("direct") == user.data.Read("large"));
 }
 
 TEST(Notebook, LosesNothingToASecondProcess) {
