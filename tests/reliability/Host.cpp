@@ -94,10 +94,10 @@ void _offsets(const Line& l, std::ostream& out) {
     clockReads = 0;
 }
 
-// Numbers, tokens, dates and identifiers: what doesn't come back from its text.
+// Numbers, tokens and dates: those that don't come back from their text.
 void _values(const Line& l, std::ostream& out) {
     for (long long value = 0; value < l.Count(); ++value) {
-        NString number, id;
+        NString number;
         number.SetNumber(value * value);
         const NStringTokenizer tokens("a," + number, ",", 0);
         const NDateTime date(NTimestamp(value * 86400000000));

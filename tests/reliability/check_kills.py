@@ -128,4 +128,5 @@ def main(program):
            f"inside a line, which got a line of its own; {ROUNDS} kills of lock holders")
 
 
-main(*sys.argv[1:])
+if __name__ == "__main__":
+    main(*sys.argv[1:])

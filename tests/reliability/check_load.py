@@ -128,4 +128,5 @@ def main(program):
            + f"; {descriptors} descriptors before and after, {memory:,} kB and {grown:+,} kB")
 
 
-main(*sys.argv[1:])
+if __name__ == "__main__":
+    main(*sys.argv[1:])
