@@ -25,14 +25,8 @@ namespace {
 class User {
 public:
     ProcessResult Run(const std::string& name, const std::vector<std::string>& arguments) const {
-        std::istringstream programs(PROGRAMS);
-        for (std::string program; std::getline(programs, program, '|');) {
-            if (std::filesystem::u8path(program).stem() == name) {
-                return RunProcess(program, arguments,
-                                  {{"no_proxy", "*"}, {"XDG_DATA_HOME", data.File("")}});
-            }
-        }
-        throw std::invalid_argument(name);
+        return RunProcess(PROGRAMS "/" + name + SUFFIX, arguments,
+                          {{"no_proxy", "*"}, {"XDG_DATA_HOME", data.File("")}});
     }
 
     void Follow(std::string line) {

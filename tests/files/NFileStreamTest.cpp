@@ -26,8 +26,7 @@ struct Stream : NFileStream {
     }
 };
 
-class NFileStreamTest : public testing::Test {
-protected:
+struct NFileStreamTest : testing::Test {
     NFile At(const std::string& name) const {
         return NFile(NString(folder.File(name), EncodingUTF8));
     }

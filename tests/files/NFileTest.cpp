@@ -14,8 +14,7 @@ using namespace morvel::test;
 
 namespace {
 
-class NFileTest : public testing::Test {
-protected:
+struct NFileTest : testing::Test {
     NFile At(const std::string& name) const {
         return NFile(NString(folder.File(name), EncodingUTF8));
     }

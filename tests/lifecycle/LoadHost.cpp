@@ -4,6 +4,7 @@
 // number so many lines.
 //   LoadHost <log plugin> <poco plugin> <step>...
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>

@@ -13,8 +13,7 @@ using namespace morvel::test;
 using namespace testing;
 
 namespace {
-class Load : public Test {
-protected:
+struct Load : Test {
     /// What a host answers to the questions among the steps, a blank between them. In front
     /// of them stand "on" or "off", for the log's switch in a fresh folder, and "linked" for
     /// a host that is linked to the library.
@@ -22,10 +21,10 @@ protected:
         std::istringstream in(steps);
         std::string log, host;
         in >> log >> host;
-        std::filesystem::remove_all(_file.parent_path());
-        std::filesystem::create_directories(_file.parent_path());
-        std::filesystem::create_directory(_data.File("other"));
-        if (log == "on") std::ofstream{_file};
+        std::filesystem::remove_all(file.parent_path());
+        std::filesystem::create_directories(file.parent_path());
+        std::filesystem::create_directory(data.File("other"));
+        if (log == "on") std::ofstream{file};
         std::vector<std::string> arguments{LOG_PLUGIN, POCO_PLUGIN};
         if (host != "linked") arguments.push_back(host);
         arguments.insert(arguments.end(), std::istream_iterator<std::string>(in), {});
@@ -33,8 +32,8 @@ protected:
         const bool forks = steps.find("fork") != std::string::npos;
         const ProcessResult result =
             RunProcess(host == "linked" ? LINKED_HOST : LOAD_HOST, arguments,
-                       {{"XDG_DATA_HOME", _data.File("data")},
-                        {"OTHER_DATA", _data.File("other")},
+                       {{"XDG_DATA_HOME", data.File("data")},
+                        {"OTHER_DATA", data.File("other")},
                         {forks ? "ASAN_OPTIONS" : "UNUSED", "detect_leaks=0"}});
         EXPECT_EQ(result.exitCode, 0) << result.output;
         return result.output.empty() ? "-" : result.output.substr(0, result.output.size() - 1);
@@ -44,7 +43,7 @@ protected:
     /// missing.
     std::string files() const {
         std::map<std::string, std::string> found;
-        for (const auto& entry : std::filesystem::directory_iterator(_file.parent_path())) {
+        for (const auto& entry : std::filesystem::directory_iterator(file.parent_path())) {
             const std::vector<int> numbers = WrittenLines(entry.path())[0];
             found[entry.path().filename().string()] = numbers == Numbers(numbers.size())
                                                           ? std::to_string(numbers.size())
@@ -55,8 +54,8 @@ protected:
         return text.empty() ? "-" : text.substr(1);
     }
 
-    const TemporaryFolder _data;
-    const std::filesystem::path _file = _data.Path() / "data" / "Tarnwick Software" / "morvel.log";
+    const TemporaryFolder data;
+    const std::filesystem::path file = data.Path() / "data" / "Tarnwick Software" / "morvel.log";
 };
 }  // namespace
 
@@ -75,14 +74,14 @@ TEST_F(Load, FiftyTimesUnloadsWithWhateverIsQueued) {
         steps += "load " + std::to_string(round % 10 == 0 ? 1000 : round % 10) + " unload ";
     }
     EXPECT_EQ(answers(steps + "mapped?"), "gone");
-    EXPECT_EQ(WrittenLines(_file)[0].size(), 5 * (1000 + 45));
+    EXPECT_EQ(WrittenLines(file)[0].size(), 5 * (1000 + 45));
 }
 
 TEST_F(Load, NormalEndOfALinkedProgramWritesWhatIsQueued) {
     const int step = std::getenv("MORVEL_LONG_TESTS") != nullptr ? 333 : 10;
     for (int round = 1; round <= 60; ++round) {
         answers("on linked load " + std::to_string(step * round));
-        EXPECT_EQ(WrittenLines(_file)[0], Numbers(step * round));
+        EXPECT_EQ(WrittenLines(file)[0], Numbers(step * round));
     }
 }
 
@@ -91,7 +90,7 @@ TEST_F(Load, NormalEndOfALinkedProgramWritesWhatIsQueued) {
 TEST_F(Load, NormalEndWhileOtherThreadsLog) {
     for (int round = 0; round < 10; ++round) {
         answers(OnWindows || round % 2 == 0 ? "on linked load write_on" : "on load write_on");
-        for (const auto& [writer, numbers] : WrittenLines(_file)) {
+        for (const auto& [writer, numbers] : WrittenLines(file)) {
             EXPECT_EQ(numbers, Numbers(numbers.size())) << "writer " << writer;
         }
     }
@@ -103,6 +102,6 @@ TEST_F(Load, LinesAreWrittenAheadOfTheDefaultLogWhereOnlyDestructorsRun) {
     if (!OnWindows) GTEST_SKIP() << "only Windows ends a process so";
     answers("on load 20000 move-data");
     EXPECT_EQ(files(), "morvel.log 20000 ");
-    EXPECT_LE(std::filesystem::last_write_time(_file),
-              std::filesystem::last_write_time(_data.File("other") + "\\Tarnwick Software"));
+    EXPECT_LE(std::filesystem::last_write_time(file),
+              std::filesystem::last_write_time(data.File("other") + "\\Tarnwick Software"));
 }

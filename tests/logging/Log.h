@@ -83,15 +83,11 @@ std::string WholeLogOf(Function log) {
     return ReadLog(InLogFolder("LogInForce.log"));
 }
 
-/// The same without the banner, which is six lines long, and the date in front of the first line.
+/// The same behind the banner's last line, the date and the time of day of the line there.
 template <class Function>
 std::string LineOf(Function log) {
-    std::string text = WholeLogOf(log);
-    for (int line = 0; line < 6; ++line) {
-        text.erase(0, text.find('\n') + 1);
-    }
-    const std::size_t blank = text.find(" - ", text.find("] - ") + 4);
-    return blank == std::string::npos ? text : text.substr(blank + 3);
+    const std::string text = WholeLogOf(log), time = "] - 00:00:00 - ";
+    return text.substr(text.find("] - ", text.rfind(std::string(53, '*'))) + time.size());
 }
 
 }  // namespace morvel::test

@@ -163,23 +163,15 @@ std::string _move(const std::string& written) {
 }
 
 // The words of a request, each with what stands behind its =.
-class Words : std::map<std::string, std::string> {
-public:
-    explicit Words(const std::string& text) {
-        std::istringstream in(text);
-        for (std::string word; in >> word;) {
-            const std::size_t sign = word.find('=');
-            (*this)[word.substr(0, sign)] = sign == word.npos ? "" : word.substr(sign + 1);
-        }
+std::map<std::string, std::string> _words(const std::string& text) {
+    std::map<std::string, std::string> words;
+    std::istringstream in("timeout=7 body=0 stop=-1 list=-1 " + text);
+    for (std::string word; in >> word;) {
+        const std::size_t end = std::min(word.find('='), word.size());
+        words[word.substr(0, end)] = word.substr(std::min(end + 1, word.size()));
     }
-    bool Has(const std::string& word) const { return count(word) > 0; }
-    std::string Text(const std::string& word, const std::string& otherwise = "") const {
-        return Has(word) ? at(word) : otherwise;
-    }
-    long long Number(const std::string& word, const char* otherwise) const {
-        return std::stoll(Text(word, otherwise));
-    }
-};
+    return words;
+}
 
 }  // namespace
 
@@ -189,21 +181,20 @@ TEST(NURLCalls, AreWhatTheTableTells) {
     std::unique_ptr<NURL> url;
     for (const auto& row : ReadTable(TRANSFERS, 4)) {
         SCOPED_TRACE(row[0] + "  " + row[1]);
-        const Words words(row[0]);
-        const auto timeout = static_cast<std::uint32_t>(words.Number("timeout", "7"));
-        const auto size = static_cast<std::size_t>(words.Number("body", "0"));
-        const NPath name(folder.File(words.Text("file")).c_str());
-        const void* const body = words.Text("file") == "null" || words.Has("no-body") ? nullptr
-                                 : words.Has("file") ? static_cast<const void*>(&name)
-                                                     : "0123456";
+        auto words = _words(row[0]);
+        const auto has = [&](const char* word) { return words.count(word) > 0; };
+        const auto number = [&](const char* word) { return std::stoll(words.at(word)); };
+        const NPath name(folder.File(has("file") ? words["file"] : "").c_str());
+        const void* const body = has("no-body") ? nullptr
+                                 : has("file")  ? static_cast<const void*>(&name)
+                                                : "0123456";
         const std::uint32_t flags =
-            words.Has("file") * RequestToFile | words.Has("keep") * RequestKeepHttpErrors;
-        if (!words.Has("again")) url = std::make_unique<NURL>();
-        stopAt = words.Number(words.Has("throw") ? "throw" : "cancel", "-1");
-        throws = words.Has("throw");
+            has("file") * RequestToFile | has("keep") * RequestKeepHttpErrors;
+        if (!has("again")) url = std::make_unique<NURL>();
+        stopAt = number("stop");
+        throws = has("throw");
         calls.clear();
-        curl = {words.Has("init") ? CURLE_OUT_OF_MEMORY : CURLE_OK, !words.Has("handle"),
-                words.Number("list", "-1")};
+        curl = {has("init") ? CURLE_OUT_OF_MEMORY : CURLE_OK, !has("handle"), number("list")};
         std::string moved, received, result;
         curl.perform = [&] {
             if (row[1] == "-") return;
@@ -212,12 +203,14 @@ TEST(NURLCalls, AreWhatTheTableTells) {
             moved = calls;
         };
         try {
+            const auto timeout = static_cast<std::uint32_t>(number("timeout"));
             result = std::to_string(
-                words.Has("Get") ? url->Get("u", timeout, &_cancel, &stopAt, &_progress, &calls)
-                : words.Has("Upload")
+                has("Get") ? url->Get("u", timeout, &_cancel, &stopAt, &_progress, &calls)
+                : has("Upload")
                     ? url->Upload("u", "0123456", 7, timeout, &_cancel, &stopAt, &_progress, &calls)
-                    : url->Request("u", words.Has("headers") ? &lines : nullptr, body, size,
-                                   timeout, &_cancel, &stopAt, &_progress, &calls, flags));
+                    : url->Request("u", has("headers") ? &lines : nullptr, body,
+                                   static_cast<std::size_t>(number("body")), timeout, &_cancel,
+                                   &stopAt, &_progress, &calls, flags));
         } catch (const std::runtime_error&) {
             result = "thrown";
         } catch (const std::bad_alloc&) {
