@@ -49,16 +49,21 @@ int InChild(Body body) {
     if (child == 0) {
         alarm(60);  // rather than wait for ever
         body();
-        _exit(0);
+        _exit(Test::HasFailure());
     }
     int status = 0;
     waitpid(child, &status, 0);
     return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
 }
 
+template <class Body>
+void ExpectInChild(Body body) {
+    EXPECT_EQ(InChild(body), 0);
+}
+
 // What is queued is in the file: each fork sees to it.
 void Drain() {
-    EXPECT_EQ(InChild([] {}), 0);
+    ExpectInChild([] {});
 }
 
 void ExpectSoon(const Written& lines) {
@@ -68,22 +73,22 @@ void ExpectSoon(const Written& lines) {
     EXPECT_EQ(WrittenLines(File), lines);
 }
 
-// Of the open files, those whose name begins so.
-std::vector<int> Descriptors(const std::string& name = "") {
+// Of the open files, those whose name begins so: what the library opens, and so to be kept private.
+std::vector<int> Descriptors(const std::string& name) {
     std::vector<int> found;
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
         std::error_code gone;  // the one that reads the folder
         if (std::filesystem::read_symlink(entry, gone).string().rfind(name, 0) == 0) {
             found.push_back(std::stoi(entry.path().filename()));
+            EXPECT_GT(found.back(), STDERR_FILENO);
+            EXPECT_EQ(fcntl(found.back(), F_GETFD), FD_CLOEXEC);
         }
     }
     return found;
 }
 
-bool ArePrivate(const std::vector<int>& files) {
-    return std::all_of(files.begin(), files.end(), [](int file) {
-        return file > STDERR_FILENO && fcntl(file, F_GETFD) == FD_CLOEXEC;
-    });
+auto EntriesOf(const char* folder) {
+    return std::distance(std::filesystem::directory_iterator(folder), {});
 }
 
 void LimitFileSize(rlim_t bytes) {
@@ -154,30 +159,27 @@ TEST_F(NLogPosix, BannerHasTheWallClockAndEachLineItsSecondInUtc) {
 // while threads log and the queue is long.
 TEST_F(NLogPosix, ChildrenOfABusyParentLogAndEnd) {
     constexpr int Children = 20, Lines = 6000;
-    EXPECT_EQ(InChild([] {
-                  NLog::Set(NLog::DefaultLog());
-                  std::vector<std::thread> threads;
-                  for (int writer = 0; writer < 3; ++writer) {
-                      threads.emplace_back([writer] {
-                          for (int line = 0; line < Lines; line += 50) {
-                              WriteLines(writer, line, 50);
-                              std::this_thread::sleep_for(1ms);
-                          }
-                      });
-                  }
-                  int failures = 0;
-                  for (int child = 100; child < 100 + Children; ++child) {
-                      failures += InChild([child] {
-                          WriteLines(child, 0, child % 2 * 50);
-                          const int grandchild =
-                              InChild([child] { WriteLines(child + 100, 0, 1), std::exit(0); });
-                          std::exit(grandchild);
-                      });
-                  }
-                  for (std::thread& thread : threads) thread.join();
-                  std::exit(failures);
-              }),
-              0);
+    ExpectInChild([] {
+        NLog::Set(NLog::DefaultLog());
+        std::vector<std::thread> threads;
+        for (int writer = 0; writer < 3; ++writer) {
+            threads.emplace_back([writer] {
+                for (int line = 0; line < Lines; line += 50) {
+                    WriteLines(writer, line, 50);
+                    std::this_thread::sleep_for(1ms);
+                }
+            });
+        }
+        for (int child = 100; child < 100 + Children; ++child) {
+            ExpectInChild([child] {
+                WriteLines(child, 0, child % 2 * 50);
+                ExpectInChild([child] { WriteLines(child + 100, 0, 1), std::exit(0); });
+                std::exit(HasFailure());
+            });
+        }
+        for (std::thread& thread : threads) thread.join();
+        std::exit(HasFailure());
+    });
     Written expected;
     for (int writer = 0; writer < 3; ++writer) expected[writer] = Numbers(Lines);
     for (int child = 100; child < 100 + Children; ++child) {
@@ -189,16 +191,15 @@ TEST_F(NLogPosix, ChildrenOfABusyParentLogAndEnd) {
 
 // As daemon() does it.
 TEST_F(NLogPosix, ParentThatEndsRightBehindTheForkHasWrittenItsLines) {
-    EXPECT_EQ(InChild([] {
-                  const LogInForce inForce;
-                  WriteLines(0, 0, 1000);
-                  if (fork() != 0) _exit(0);
-                  WriteLines(1, 0, 3);
-                  Drain();
-                  WriteLines(2, 0, 1);
-                  Drain();
-              }),
-              0);
+    ExpectInChild([] {
+        const LogInForce inForce;
+        WriteLines(0, 0, 1000);
+        if (fork() != 0) _exit(0);
+        WriteLines(1, 0, 3);
+        Drain();
+        WriteLines(2, 0, 1);
+        Drain();
+    });
     ExpectSoon({{0, Numbers(1000)}, {1, Numbers(3)}, {2, Numbers(1)}});
 }
 
@@ -210,12 +211,11 @@ TEST_F(NLogPosix, WriterThatIsStuckHoldsUpNobodyForLong) {
     EXPECT_FALSE(morvel::FlushLog(0));
     EXPECT_LT(SecondsOf(Drain), 9);
     EXPECT_LT(SecondsOf([] { Drain(), Drain(); }), 2);
-    EXPECT_EQ(InChild([&] {
-                  writesHang = false;
-                  WriteLines(1, 0, 1);
-                  inForce.reset();
-              }),
-              0);
+    ExpectInChild([&] {
+        writesHang = false;
+        WriteLines(1, 0, 1);
+        inForce.reset();
+    });
     writesHang = false;
     ExpectSoon({{0, Numbers(1000)}, {1, Numbers(1)}});
     writesHang = true;
@@ -240,13 +240,12 @@ TEST_F(NLogPosix, FifoIsWrittenToIfSomebodyReadsIt) {
 
 // Also on the way out, where the thread that ends would be the one to get the signal.
 TEST_F(NLogPosix, SurvivesALimitOfFileSizeAndGoesOnWithALineOfItsOwn) {
-    EXPECT_EQ(InChild([] {
-                  NLog::Set(NLog::DefaultLog());
-                  LimitFileSize(50000);
-                  WriteLines(0, 0, 20000);
-                  std::exit(0);
-              }),
-              0);
+    ExpectInChild([] {
+        NLog::Set(NLog::DefaultLog());
+        LimitFileSize(50000);
+        WriteLines(0, 0, 20000);
+        std::exit(0);
+    });
     const LogInForce inForce;
     NLog::Information("first");
     Drain();
@@ -267,32 +266,30 @@ TEST_F(NLogPosix, SurvivesALimitOfFileSizeAndGoesOnWithALineOfItsOwn) {
 // opened once more keep their first file.
 TEST_F(NLogPosix, DescriptorsAreFewAndPrivate) {
     std::ofstream(InLogFolder("stream"));
-    EXPECT_EQ(InChild([] {
-                  const NFile file(NString(InLogFolder("stream").string()));
-                  for (int round = 0; round < 2; ++round) {
-                      for (int standard = 0; standard < 3 * round; ++standard) close(standard);
-                      NFileStream stream;
-                      for (int turn = 0; turn < 2; ++turn) {
-                          (void)stream.Open(file, NFileStream::ModeRead);
-                      }
-                  }
-                  const std::vector<int> streams = Descriptors(file.Path().Data());
-                  if (streams.size() != 2 || !ArePrivate(streams)) _exit(1);
-                  std::size_t before = 0;
-                  using Threads = std::filesystem::directory_iterator;
-                  const auto threads = std::distance(Threads("/proc/self/task"), {});
-                  const LogInForce inForce("Rotated");
-                  if (std::distance(Threads("/proc/self/task"), {}) != threads) _exit(5);
-                  for (int round = 0; round < 5; ++round) {
-                      NLog::Information("x");
-                      Drain();
-                      if (round == 0) before = Descriptors().size();
-                      const std::vector<int> logs = Descriptors(InLogFolder("Rotated.log"));
-                      if (logs.size() != 1 || !ArePrivate(logs)) _exit(2);
-                      if (Descriptors().size() != before) _exit(3);
-                      if (ftruncate(logs[0], 10485760) != 0) _exit(4);
-                      if (round == 3) std::filesystem::remove_all(InLogFolder(""));
-                  }
-              }),
-              0);
+    ExpectInChild([] {
+        const NFile file(NString(InLogFolder("stream").string()));
+        for (int round = 0; round < 2; ++round) {
+            for (int standard = 0; standard < 3 * round; ++standard) close(standard);
+            NFileStream stream;
+            for (int turn = 0; turn < 2; ++turn) {
+                (void)stream.Open(file, NFileStream::ModeRead);
+            }
+        }
+        EXPECT_EQ(Descriptors(file.Path().Data()).size(), 2u);
+        const auto threads = EntriesOf("/proc/self/task");
+        const LogInForce inForce("Rotated");
+        EXPECT_EQ(EntriesOf("/proc/self/task"), threads);
+        NLog::Information("x");
+        Drain();
+        const auto descriptors = EntriesOf("/proc/self/fd");
+        for (int round = 0; round < 5; ++round) {
+            const std::vector<int> logs = Descriptors(InLogFolder("Rotated.log"));
+            ASSERT_EQ(logs.size(), 1u);
+            EXPECT_EQ(ftruncate(logs[0], 10485760), 0);
+            if (round == 3) std::filesystem::remove_all(InLogFolder(""));
+            NLog::Information("x");
+            Drain();
+            EXPECT_EQ(EntriesOf("/proc/self/fd"), descriptors);
+        }
+    });
 }
