@@ -54,9 +54,7 @@ void Add(const std::string& name, Size size, Work work, Right right, Clock clock
                 std::fprintf(stderr, "%s: wrong result\n", name.c_str());
                 std::exit(1);
             }
-            for (auto _ : state) {
-                benchmark::DoNotOptimize(work());
-            }
+            for (auto _ : state) benchmark::DoNotOptimize(work());
             const auto rounds = static_cast<std::int64_t>(state.iterations());
             if (size.bytes != 0) {
                 state.SetBytesProcessed(rounds * static_cast<std::int64_t>(size.bytes));
@@ -65,9 +63,7 @@ void Add(const std::string& name, Size size, Work work, Right right, Clock clock
             state.counters["allocations"] =
                 static_cast<double>(allocations) / static_cast<double>(size.items);
         });
-    if (clock == Clock::Wall) {
-        added->UseRealTime();
-    }
+    if (clock == Clock::Wall) added->UseRealTime();
 }
 
 /// Whether a result is the expected one; a text of the library is compared by its bytes.

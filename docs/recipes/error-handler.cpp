@@ -27,7 +27,5 @@ int main() {
     NErrorHandler::Set(former);
 
     std::cout << (loaded ? "loaded" : "not loaded") << '\n';
-    for (const std::string& report : collector.reports) {
-        std::cout << report << '\n';
-    }
+    for (const std::string& report : collector.reports) std::cout << report << '\n';
 }

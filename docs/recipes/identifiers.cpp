@@ -23,8 +23,6 @@ int main() {
             }
         });
     }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    for (std::thread& thread : threads) thread.join();
     std::cout << all.size() << " different ones of " << all.begin()->size() << " characters\n";
 }

@@ -22,9 +22,7 @@ namespace {
 
     std::ifstream log(morvel::ToStdPath(morvel::LogFile()));
     std::string last;
-    for (std::string line; std::getline(log, line);) {
-        last = line;
-    }
+    for (std::string line; std::getline(log, line);) last = line;
     std::cout << (written ? "written: " : "lost: ") << last << std::endl;
     std::_Exit(EXIT_SUCCESS);  // std::abort() in earnest
 }

@@ -18,7 +18,5 @@ int main() {
 
     std::cout << morvel::LogFile() << '\n';
     std::ifstream log(morvel::ToStdPath(morvel::LogFile()));
-    for (std::string line; std::getline(log, line);) {
-        std::cout << line << '\n';
-    }
+    for (std::string line; std::getline(log, line);) std::cout << line << '\n';
 }

@@ -28,9 +28,7 @@ Entry _read(NDataContainer& element) {
 void _write(const Entry& entry, NDataContainer& element) {
     element.SetAttribute("entry", "name", NString(entry.name).Converted(EncodingUTF8));
     for (const auto& [name, field] : fields) {
-        if (!(entry.*field).IsEmpty()) {
-            element.SetValue(std::string("entry.") + name, entry.*field);
-        }
+        if (!(entry.*field).IsEmpty()) element.SetValue(std::string("entry.") + name, entry.*field);
     }
 }
 

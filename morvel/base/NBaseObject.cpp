@@ -10,9 +10,7 @@ NClassRecord::NClassRecord(std::string name, std::uint32_t objectSize, Factory c
       _baseRecord(baseRecord) {}
 
 NBaseObject* NClassRecord::CreateInstance() const {
-    if (_createInstance == nullptr) {
-        return nullptr;
-    }
+    if (_createInstance == nullptr) return nullptr;
     try {
         return _createInstance();
     } catch (...) {
@@ -33,9 +31,7 @@ void NBaseObject::Reserved() {}
 bool NBaseObject::IsInstanceOf(const NClassRecord* record) const {
     const NClassRecord* current = ClassRecord();
     while (current != record) {
-        if (current->_baseRecord == nullptr) {
-            return false;
-        }
+        if (current->_baseRecord == nullptr) return false;
         current = current->_baseRecord();
     }
     return true;

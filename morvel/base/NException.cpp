@@ -12,9 +12,7 @@ NException::NException(const NException& other)
       _detailNumber(other._detailNumber),
       _detailText(other._detailText),
       _code(other._code) {
-    if (other._nested != nullptr) {
-        _nested = other._nested->Clone();
-    }
+    if (other._nested != nullptr) _nested = other._nested->Clone();
 }
 
 NException::~NException() {

@@ -239,8 +239,6 @@ void morvel::SaveSafely(NXML& document, const NPath& path) {
         throw KelInvalidArgumentException("the document has no root element", 0);
     }
     const std::string text = document.ToText(AsSaveFile);
-    if (text.empty()) {
-        throw std::bad_alloc();
-    }
+    if (text.empty()) throw std::bad_alloc();
     WriteFile(path, text);
 }

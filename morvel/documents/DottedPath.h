@@ -16,9 +16,7 @@ public:
 
     /// Moves on to the next name; false, and `*name` left alone, when there is none.
     bool Next(std::string_view* name) {
-        if (_atEnd) {
-            return false;
-        }
+        if (_atEnd) return false;
         const std::size_t dot = _rest.find('.');
         *name = _trimmed(_rest.substr(0, dot));
         _atEnd = dot == std::string_view::npos;
@@ -32,12 +30,8 @@ private:
     static bool _isBlank(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
     static std::string_view _trimmed(std::string_view name) {
-        while (!name.empty() && _isBlank(name.front())) {
-            name.remove_prefix(1);
-        }
-        while (!name.empty() && _isBlank(name.back())) {
-            name.remove_suffix(1);
-        }
+        while (!name.empty() && _isBlank(name.front())) name.remove_prefix(1);
+        while (!name.empty() && _isBlank(name.back())) name.remove_suffix(1);
         return name;
     }
 

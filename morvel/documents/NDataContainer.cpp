@@ -10,14 +10,10 @@ NDataContainerArray::~NDataContainerArray() {
 }
 
 void NDataContainerArray::Assign(const NDataContainerArray& other) {
-    if (&other == this) {
-        return;
-    }
+    if (&other == this) return;
     Clear();
     for (const NDataContainer* source : other) {
-        if (source == nullptr) {
-            continue;
-        }
+        if (source == nullptr) continue;
         std::unique_ptr<NBaseObject> created(source->ClassRecord()->CreateInstance());
         if (auto* copy = dynamic_cast<NDataContainer*>(created.get())) {
             copy->Assign(*source, 0);
@@ -51,9 +47,7 @@ bool NDataContainer::SetValue(const std::string& path, const char* value) {
 }
 
 NDataContainer& NDataContainer::operator=(const NDataContainer& other) {
-    if (&other != this) {
-        Assign(other, 0);
-    }
+    if (&other != this) Assign(other, 0);
     return *this;
 }
 
@@ -65,9 +59,7 @@ void NDataContainer::Clear() {}
 
 bool NDataContainer::GetRootAttribute(const std::string& name, NString& out) const {
     std::string bytes;
-    if (!GetRootAttribute(name, bytes)) {
-        return false;
-    }
+    if (!GetRootAttribute(name, bytes)) return false;
     out.SetData(bytes, _encoding);
     return true;
 }

@@ -53,9 +53,7 @@ pugi::xml_parse_result _load(pugi::xml_document& document,
 bool _save(const pugi::xml_document& document, const morvel::platform::NativeName& name) {
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(
         morvel::platform::Open(name, morvel::platform::Access::Write), std::fclose);
-    if (!file) {
-        return false;
-    }
+    if (!file) return false;
     pugi::xml_writer_file writer(file.get());
     document.save(writer, Indent, pugi::format_indent, pugi::encoding_auto);
     return std::fflush(file.get()) == 0 && std::ferror(file.get()) == 0;
@@ -92,12 +90,8 @@ bool NXML::LoadFile(const std::string& path, bool silent) {
     try {
         const morvel::platform::NativeName name = _nativeName(path);
         const NPath file(path, EncodingUTF8);
-        if (!file.IsFile()) {
-            throw KelInvalidArgumentException(path + " is not a file", 0);
-        }
-        if (!NFile(file).Exists()) {
-            throw KelFileNotFoundException("File " + path + " not found", 0);
-        }
+        if (!file.IsFile()) throw KelInvalidArgumentException(path + " is not a file", 0);
+        if (!NFile(file).Exists()) throw KelFileNotFoundException("File " + path + " not found", 0);
         _replaceDocument(std::make_unique<morvel::IndexedDocument>());
         const pugi::xml_parse_result result = _load(*_document, name);
         if (!result) {
@@ -106,9 +100,7 @@ bool NXML::LoadFile(const std::string& path, bool silent) {
         }
         return true;
     } catch (const NException& e) {
-        if (!silent) {
-            NErrorHandler::Handle(e);
-        }
+        if (!silent) NErrorHandler::Handle(e);
         return false;
     } catch (...) {
         return false;  // not of the library's family: such failures have no report
@@ -119,32 +111,24 @@ bool NXML::LoadStream(std::istream& stream, bool /*silent*/) {
     _replaceDocument(std::make_unique<morvel::IndexedDocument>());
     const pugi::xml_parse_result result =
         _document->load(stream, ParseOptions, pugi::encoding_auto);
-    if (!result) {
-        throw KelXMLElementException(result.description(), 0);
-    }
+    if (!result) throw KelXMLElementException(result.description(), 0);
     return true;
 }
 
 std::int32_t NXML::CreateRoot(const std::string& name) {
     if (!_document) {
         _document.reset(new (std::nothrow) morvel::IndexedDocument);
-        if (!_document) {
-            return -1;
-        }
+        if (!_document) return -1;
     }
     _document->names.Clear();
     _document->reset();
-    if (_document->append_child(pugi::node_element).set_name(name.c_str())) {
-        return 0;
-    }
+    if (_document->append_child(pugi::node_element).set_name(name.c_str())) return 0;
     _document->reset();  // out of memory: no root stays without its name
     return -1;
 }
 
 bool NXML::SaveFile(const std::string& path) {
-    if (!_document) {
-        return false;
-    }
+    if (!_document) return false;
     const morvel::platform::NativeName name = _nativeName(path);
     _addDeclaration(*_document);
     if (!_save(*_document, name)) {
@@ -154,13 +138,9 @@ bool NXML::SaveFile(const std::string& path) {
 }
 
 bool NXML::SaveStream(std::ostream& stream, std::uint32_t flags) {
-    if (!_document) {
-        return false;
-    }
+    if (!_document) return false;
     unsigned int format = pugi::format_indent;
-    if ((flags & 1) == 0) {
-        format |= pugi::format_raw;
-    }
+    if ((flags & 1) == 0) format |= pugi::format_raw;
     if ((flags & 2) != 0) {
         _addDeclaration(*_document);
     } else {
@@ -172,15 +152,11 @@ bool NXML::SaveStream(std::ostream& stream, std::uint32_t flags) {
 
 void NXML::Assign(const NDataContainer& source, std::int32_t /*reserved*/) {
     const auto* other = dynamic_cast<const NXML*>(&source);
-    if (other == nullptr || !source.IsInstanceOf(Record())) {
-        return;
-    }
+    if (other == nullptr || !source.IsInstanceOf(Record())) return;
     auto copy = std::make_unique<morvel::IndexedDocument>();
     if (other->_document) {
         for (const pugi::xml_node node : other->_document->children()) {
-            if (!morvel::AppendCopy(*copy, node)) {
-                throw std::bad_alloc();
-            }
+            if (!morvel::AppendCopy(*copy, node)) throw std::bad_alloc();
         }
     }
     _replaceDocument(std::move(copy));
@@ -196,16 +172,12 @@ void NXML::Clear() {
 }
 
 std::int32_t NXML::CountNodes() const {
-    if (!_document) {
-        return -1;
-    }
+    if (!_document) return -1;
     return static_cast<std::int32_t>(std::distance(_document->begin(), _document->end()));
 }
 
 NXML& NXML::operator=(const NXML& other) {
-    if (&other != this) {
-        Assign(other, 0);
-    }
+    if (&other != this) Assign(other, 0);
     return *this;
 }
 
@@ -215,8 +187,6 @@ const pugi::xml_document* NXML::HasRoot() const {
 
 // Clear comes after the new document is made, which may be a copy of a part of the present one.
 void NXML::_replaceDocument(std::unique_ptr<morvel::IndexedDocument> document) {
-    if (_document) {
-        Clear();
-    }
+    if (_document) Clear();
     _document = std::move(document);
 }

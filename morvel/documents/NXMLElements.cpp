@@ -26,18 +26,12 @@ using Document = std::unique_ptr<morvel::IndexedDocument>;
 pugi::xml_node _findElement(const Document& document, std::string_view path,
                             pugi::xml_node* parent = nullptr) {
     pugi::xml_node current;
-    if (!document) {
-        return current;
-    }
+    if (!document) return current;
     morvel::DottedPath names(path);
     std::string dotted;
     for (std::string_view name; names.Next(&name);) {
-        if (parent != nullptr) {
-            *parent = current;
-        }
-        if (name.empty()) {
-            continue;
-        }
+        if (parent != nullptr) *parent = current;
+        if (name.empty()) continue;
         if (const std::size_t bar = name.find('|'); bar != std::string_view::npos) {
             dotted = name;
             dotted[bar] = '.';
@@ -60,9 +54,7 @@ pugi::xml_attribute _findAttribute(std::string_view name, pugi::xml_node node) {
 // The child node at `index`; a null node past the last one. Every index below 1 is the first.
 pugi::xml_node _childAt(pugi::xml_node node, std::int32_t index) {
     pugi::xml_node child = node.first_child();
-    for (; child && index > 0; --index) {
-        child = child.next_sibling();
-    }
+    for (; child && index > 0; --index) child = child.next_sibling();
     return child;
 }
 
@@ -89,27 +81,21 @@ bool _passes(pugi::xml_node node, const NAttributeList& filter) {
 // A document with a copy of `node` at its top; an empty one for a null node.
 Document _documentOf(pugi::xml_node node) {
     auto document = std::make_unique<morvel::IndexedDocument>();
-    if (node && !morvel::AppendCopy(*document, node)) {
-        throw std::bad_alloc();
-    }
+    if (node && !morvel::AppendCopy(*document, node)) throw std::bad_alloc();
     return document;
 }
 
 // Appends a copy of `source`, which may be all or part of the same document. A null node, with
 // nothing appended, for a null `source` or out of memory.
 pugi::xml_node _append(const Document& document, pugi::xml_node parent, pugi::xml_node source) {
-    if (!source) {
-        return source;
-    }
+    if (!source) return source;
     Document apart;
     if (parent.root() == source.root()) {  // the copy may become a part of its source
         apart = _documentOf(source);
         source = apart->first_child();
     }
     const pugi::xml_node copy = morvel::AppendCopy(parent, source);
-    if (copy) {
-        document->names.Added(parent, copy);
-    }
+    if (copy) document->names.Added(parent, copy);
     return copy;
 }
 
@@ -125,9 +111,7 @@ bool _setValue(const Document& document, const std::string& path, const std::str
             morvel::RemoveChildren(node);
             text = pugi::xml_node();
         }  // else it is just the one text node that would be made anew
-        if (!text) {
-            text = node.append_child(pugi::node_pcdata);
-        }
+        if (!text) text = node.append_child(pugi::node_pcdata);
         return text.set_value(value.data(), value.size());
     }
     // Only a search reads a `|` as a dot: the new element has its name as it stands in the path.
@@ -150,22 +134,14 @@ bool _setValue(const Document& document, const std::string& path, const std::str
 
 bool NXML::GetElement(const std::string& path, NDataContainer* out, std::int32_t index) const {
     pugi::xml_node node = _findElement(_document, path);
-    if (!node) {
-        return false;
-    }
+    if (!node) return false;
     if (index != -1) {
-        if (!node.first_child()) {
-            return false;
-        }
+        if (!node.first_child()) return false;
         node = _childAt(node, index);
     }
-    if (out == nullptr) {
-        return true;
-    }
+    if (out == nullptr) return true;
     auto* const target = dynamic_cast<NXML*>(out);
-    if (target == nullptr) {
-        return false;
-    }
+    if (target == nullptr) return false;
     target->_replaceDocument(_documentOf(node));
     return true;
 }
@@ -179,14 +155,10 @@ bool NXML::AppendElements(const std::string& path, const NDataContainerArray& ar
     const auto isXml = [](const NDataContainer* source) {
         return dynamic_cast<const NXML*>(source) != nullptr;
     };
-    if (!node || !std::all_of(array.begin(), array.end(), isXml)) {
-        return false;
-    }
+    if (!node || !std::all_of(array.begin(), array.end(), isXml)) return false;
     for (const NDataContainer* source : array) {
         const auto* const xml = static_cast<const NXML*>(source);
-        if (!_append(_document, node, morvel::RootOf(xml->_document))) {
-            return false;
-        }
+        if (!_append(_document, node, morvel::RootOf(xml->_document))) return false;
     }
     return true;
 }
@@ -194,17 +166,13 @@ bool NXML::AppendElements(const std::string& path, const NDataContainerArray& ar
 bool NXML::ReplaceElement(const std::string& path, const NDataContainer* source) {
     pugi::xml_node parent;
     const pugi::xml_node node = _findElement(_document, path, &parent);
-    if (node) {
-        parent = node.parent();
-    }
+    if (node) parent = node.parent();
     const auto* const xml = dynamic_cast<const NXML*>(source);
     // The copy comes first: what is replaced may be all or part of the source.
     if (!parent || xml == nullptr || !_append(_document, parent, morvel::RootOf(xml->_document))) {
         return false;
     }
-    if (!node) {
-        return true;
-    }
+    if (!node) return true;
     _document->names.Clear();
     return morvel::Remove(node);
 }
@@ -215,24 +183,18 @@ bool NXML::SetValue(const std::string& path, const std::string& value) {
 
 bool NXML::SetAttributes(const std::string& path, const NAttributeList& list) {
     pugi::xml_node node;
-    if (list.empty() || !(node = _findElement(_document, path))) {
-        return false;
-    }
+    if (list.empty() || !(node = _findElement(_document, path))) return false;
     bool allSet = true;
     for (const auto& [name, value] : list) {
         pugi::xml_attribute attribute = _findAttribute(name, node);
         const bool found = !attribute.empty();
-        if (!found) {
-            attribute = node.append_attribute("");
-        }
+        if (!found) attribute = node.append_attribute("");
         if ((found || attribute.set_name(name.c_str())) &&
             attribute.set_value(value.data(), value.size())) {
             continue;
         }
         allSet = false;  // out of memory, or the node is none that has attributes
-        if (!found) {
-            node.remove_attribute(attribute);
-        }
+        if (!found) node.remove_attribute(attribute);
     }
     return allSet;
 }
@@ -257,9 +219,7 @@ bool NXML::RemoveAttributes(const std::string& path) {
 
 bool NXML::RemoveElementsByName(const std::string& path, NNameList names) {
     const pugi::xml_node parent = _findElement(_document, path);
-    if (!parent) {
-        return false;
-    }
+    if (!parent) return false;
     _document->names.Clear();
     bool removed = false;
     for (pugi::xml_node child = parent.first_child(); child;) {
@@ -277,38 +237,26 @@ bool NXML::RemoveElementsByName(const std::string& path, NNameList names) {
 
 bool NXML::RemoveElement(const std::string& path, std::int32_t index) {
     const pugi::xml_node node = _findElement(_document, path);
-    if (!node || (index == -1 && node == morvel::RootOf(_document))) {
-        return false;
-    }
+    if (!node || (index == -1 && node == morvel::RootOf(_document))) return false;
     _document->names.Clear();
     return morvel::Remove(index == -1 ? node : _childAt(node, index));
 }
 
 bool NXML::ForEachElement(const std::string& path, NElementCallback callback) const {
-    if (callback == nullptr) {
-        return false;
-    }
+    if (callback == nullptr) return false;
     if (typeid(*this) == typeid(NXML)) {
         // No derived class can look at copies of the elements, some kilobytes apiece: the names do.
         NNameList names;
         for (const pugi::xml_node child :
              _findElement(_document, path.empty() ? RootName() : path).children()) {
-            if (child.type() == pugi::node_element) {
-                names.emplace_back(child.name());
-            }
+            if (child.type() == pugi::node_element) names.emplace_back(child.name());
         }
-        for (const std::string& name : names) {
-            callback(name, nullptr);
-        }
+        for (const std::string& name : names) callback(name, nullptr);
         return !names.empty();
     }
     NDataContainerArray elements;
-    if (!FindElements(path.empty() ? RootName() : path, elements, NAttributeList())) {
-        return false;
-    }
-    for (const NDataContainer* element : elements) {
-        callback(element->RootName(), nullptr);
-    }
+    if (!FindElements(path.empty() ? RootName() : path, elements, NAttributeList())) return false;
+    for (const NDataContainer* element : elements) callback(element->RootName(), nullptr);
     return true;
 }
 

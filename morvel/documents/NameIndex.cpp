@@ -35,9 +35,7 @@ std::uint64_t _hash(pugi::xml_node parent, std::string_view name) {
 bool _isFoldedByHash(std::string_view name) {
     return std::all_of(name.begin(), name.end(), [](char c) {
         const auto byte = static_cast<unsigned char>(c);
-        if (byte >= 0x80) {
-            return std::tolower(byte) == byte && std::toupper(byte) == byte;
-        }
+        if (byte >= 0x80) return std::tolower(byte) == byte && std::toupper(byte) == byte;
         return (byte | 0x20) != 'i' || (std::tolower(byte) < 0x80 && std::toupper(byte) < 0x80);
     });
 }
@@ -47,13 +45,9 @@ bool _isFoldedByHash(std::string_view name) {
 pugi::xml_node NameIndex::Find(pugi::xml_node parent, std::string_view name) noexcept {
     pugi::xml_node child = parent.first_child();
     for (int walked = 0; NodePointer::Of(child) != nullptr; child = child.next_sibling()) {
-        if (IsSameName(name, child.name())) {
-            break;
-        }
+        if (IsSameName(name, child.name())) break;
         if (++walked == FirstFew && _isFoldedByHash(name)) {
-            if (const std::optional<pugi::xml_node> found = _lookUp(parent, name)) {
-                return *found;
-            }
+            if (const std::optional<pugi::xml_node> found = _lookUp(parent, name)) return *found;
         }
     }
     return child;
@@ -61,13 +55,9 @@ pugi::xml_node NameIndex::Find(pugi::xml_node parent, std::string_view name) noe
 
 void NameIndex::Added(pugi::xml_node parent, pugi::xml_node child) noexcept {
     const auto known = _parents.find(NodePointer::Of(parent));
-    if (known == _parents.end() || known->second != Children::Entered) {
-        return;
-    }
+    if (known == _parents.end() || known->second != Children::Entered) return;
     try {
-        if (!_enter(parent, child)) {
-            known->second = Children::Refused;
-        }
+        if (!_enter(parent, child)) known->second = Children::Refused;
     } catch (...) {
         Clear();  // no memory
     }
@@ -87,9 +77,7 @@ std::optional<pugi::xml_node> NameIndex::_lookUp(pugi::xml_node parent, std::str
         const auto entry = _children.find(hash);
         if (entry != _children.end()) {
             const pugi::xml_node child(entry->second);
-            if (IsSameName(name, child.name())) {
-                return child;
-            }
+            if (IsSameName(name, child.name())) return child;
             return std::nullopt;  // another name, or the locale has come to tell spellings apart
         }
         const auto known = _parents.find(NodePointer::Of(parent));

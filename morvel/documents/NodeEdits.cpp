@@ -32,9 +32,7 @@ std::size_t _sizeOf(pugi::xml_node node) {
 
 pugi::xml_node AppendCopy(pugi::xml_node parent, pugi::xml_node source) {
     const pugi::xml_node copy = parent.append_copy(source);
-    if (!copy || _sizeOf(copy) == _sizeOf(source)) {
-        return copy;
-    }
+    if (!copy || _sizeOf(copy) == _sizeOf(source)) return copy;
     Remove(copy);
     return pugi::xml_node();
 }

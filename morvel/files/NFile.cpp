@@ -72,9 +72,7 @@ bool NFile::Exists() const {
 }
 
 void NFile::Remove(bool recursive) const {
-    if (_path.IsEmpty()) {
-        return;
-    }
+    if (_path.IsEmpty()) return;
     const NString path(_path);  // ahead of the guard, as above
     try {
         _pocoFile(path).remove(recursive);

@@ -36,9 +36,7 @@ bool _isFolder(const std::string& name) {
 // in which failures throw and which return something below 0.
 template <class Operation>
 int _resultOf(const NFileStreamBuf* file, Operation operation) {
-    if (file == nullptr) {
-        return 0;
-    }
+    if (file == nullptr) return 0;
     try {
         const std::streamoff result = operation();
         return result < 0 ? 0 : static_cast<int>(result);
@@ -66,9 +64,7 @@ int NFileStream::Open(const NFile& file, int mode) {
         _buf->open(name.Data(), OpenModes[mode]);
         morvel::platform::KeepPrivate(_buf);
         // Some systems open a folder for reading, and only the first read would fail.
-        if (_isFolder(name.Data())) {
-            throw Poco::OpenFileException(name.Data());
-        }
+        if (_isFolder(name.Data())) throw Poco::OpenFileException(name.Data());
         return 0;
     } catch (const NException& e) {
         delete std::exchange(_buf, nullptr);  // first, so that the handler finds the stream closed

@@ -18,9 +18,7 @@ nanoid::crypto_random<morvel::MersenneTwister> _seeded() {
 }  // namespace
 
 morvel::IdentifierGenerator::IdentifierGenerator() : _source(_seeded()) {
-    if (!platform::AtFork(nullptr, nullptr, [] { _forked = true; })) {
-        throw std::bad_alloc();
-    }
+    if (!platform::AtFork(nullptr, nullptr, [] { _forked = true; })) throw std::bad_alloc();
 }
 
 void morvel::IdentifierGenerator::next_bytes(unsigned char* buffer, unsigned long long length) {

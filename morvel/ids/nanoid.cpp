@@ -37,12 +37,8 @@ void morvel::GenerateInto(std::string* result, nanoid::crypto_random_base& sourc
     if (count == 0 || count > 255) {
         throw std::invalid_argument("alphabet must contain between 1 and 255 symbols.");
     }
-    if (size == 0) {
-        throw std::invalid_argument("size must be greater than zero.");
-    }
-    if (size > result->max_size()) {
-        throw std::bad_alloc();
-    }
+    if (size == 0) throw std::invalid_argument("size must be greater than zero.");
+    if (size > result->max_size()) throw std::bad_alloc();
     result->reserve(static_cast<std::size_t>(size));
     unsigned int mask = 1;  // the smallest 2^k - 1 that covers all indexes below `count`
     while (mask < count - 1) mask = mask << 1 | 1;

@@ -23,9 +23,7 @@ void _joinExitHandlers() {
         if (runtime == nullptr) continue;
         using Add = void* (*)(int (*)());
         const FARPROC add = GetProcAddress(runtime, row.name);
-        if (add != nullptr) {
-            reinterpret_cast<Add>(reinterpret_cast<void*>(add))(_beforeTheEnd);
-        }
+        if (add != nullptr) reinterpret_cast<Add>(reinterpret_cast<void*>(add))(_beforeTheEnd);
     }
 }
 
@@ -40,9 +38,7 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void* loadedWithP
         DisableThreadLibraryCalls(module);
         // An exit handler is never taken back, so only a library that stays until the end may add
         // one. It is added ahead of the program's own, and so it is called last.
-        if (loadedWithProgram != nullptr) {
-            _joinExitHandlers();
-        }
+        if (loadedWithProgram != nullptr) _joinExitHandlers();
     }
     return TRUE;
 }

@@ -27,9 +27,7 @@ std::atomic<bool> _lineLost{false};  // since somebody last asked
 struct Buffer {
     void Append(std::string_view head, std::string_view text) {
         const std::size_t size = head.size() + text.size() + 1;
-        if (sizeof size + size > capacity - used) {
-            _grow(used + sizeof size + size);
-        }
+        if (sizeof size + size > capacity - used) _grow(used + sizeof size + size);
         char* to = bytes.get() + used;
         std::memcpy(to, &size, sizeof size);
         to = std::copy(head.begin(), head.end(), to + sizeof size);
@@ -124,13 +122,9 @@ LogAsyncChannel::LogAsyncChannel(Poco::AutoPtr<LogFileChannel> file)
 LogAsyncChannel::~LogAsyncChannel() {
     const std::lock_guard<platform::Mutex> lock(_listLock);
     LogAsyncChannel** link = &_first;
-    while (*link != this) {
-        link = &(*link)->_next;
-    }
+    while (*link != this) link = &(*link)->_next;
     *link = _next;
-    if (_writer->worker.Stop()) {
-        delete _writer;
-    }
+    if (_writer->worker.Stop()) delete _writer;
 }
 
 void LogAsyncChannel::open() {}
@@ -187,9 +181,7 @@ void LogAsyncChannel::WriteAllQueued() {
 }
 
 void LogAsyncChannel::WriteAllIfAlone() {
-    if (platform::OtherThreadsAreGone()) {
-        WriteAllQueued();
-    }
+    if (platform::OtherThreadsAreGone()) WriteAllQueued();
 }
 
 void LogAsyncChannel::PauseAll() {
@@ -201,9 +193,7 @@ void LogAsyncChannel::PauseAll() {
 
 void LogAsyncChannel::ResumeAll(bool inChild) {
     for (LogAsyncChannel* channel = _first; channel != nullptr; channel = channel->_next) {
-        if (inChild) {
-            channel->_writer->DropQueued();
-        }
+        if (inChild) channel->_writer->DropQueued();
         channel->_writer->worker.Resume(inChild);
     }
     _listLock.unlock();

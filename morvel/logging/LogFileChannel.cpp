@@ -49,9 +49,7 @@ void LogFileChannel::log(const Poco::Message& message) {
 
 void LogFileChannel::setProperty(const std::string& name, const std::string& value) {
     Poco::FileChannel::setProperty(name, value);
-    if (name == PROP_ROTATION) {
-        _rotationSize = _bytesOf(value);
-    }
+    if (name == PROP_ROTATION) _rotationSize = _bytesOf(value);
 }
 
 bool LogFileChannel::WriteLine(std::string_view line, std::uint64_t number, bool more) {
@@ -60,22 +58,16 @@ bool LogFileChannel::WriteLine(std::string_view line, std::uint64_t number, bool
         if (_file == platform::NoFile) {
             _file = platform::OpenForAppending(path());
             const std::uint64_t size = platform::SizeOf(_file);
-            if (size != 0 && _endsInsideALine(path())) {
-                _tornSize = size;
-            }
+            if (size != 0 && _endsInsideALine(path())) _tornSize = size;
         }
         // To ask for the size costs as much as to write a line, and only forked children change it.
         std::uint64_t size = std::exchange(_sizeBehind, 0);
-        if (size == 0) {
-            size = platform::SizeOf(_file);
-        }
+        if (size == 0) size = platform::SizeOf(_file);
         if (_rotationSize != 0 && size >= _rotationSize) {
             _rotate();
             size = platform::SizeOf(_file);
         }
-        if (_tornSize != 0 && _tornSize == size) {
-            size += platform::Append(_file, "\n", false);
-        }
+        if (_tornSize != 0 && _tornSize == size) size += platform::Append(_file, "\n", false);
         _sizeBefore = size;
         _number = number;
         if (const std::size_t written = platform::Append(_file, line, !more)) {
@@ -84,9 +76,7 @@ bool LogFileChannel::WriteLine(std::string_view line, std::uint64_t number, bool
             return true;
         }
         size = platform::SizeOf(_file);
-        if (size > _sizeBefore) {
-            _tornSize = size;
-        }
+        if (size > _sizeBefore) _tornSize = size;
     } catch (const std::bad_alloc&) {
         // this line is lost
     }
@@ -106,12 +96,8 @@ void LogFileChannel::_rotate() {
         if (file.exists() && file.getSize() >= _rotationSize) {
             const auto archive = [this](int n) { return path() + "." + std::to_string(n); };
             int oldest = 0;
-            while (Poco::File(archive(oldest)).exists()) {
-                ++oldest;
-            }
-            for (; oldest > 0; --oldest) {
-                Poco::File(archive(oldest - 1)).renameTo(archive(oldest));
-            }
+            while (Poco::File(archive(oldest)).exists()) ++oldest;
+            for (; oldest > 0; --oldest) Poco::File(archive(oldest - 1)).renameTo(archive(oldest));
             file.renameTo(archive(0));
             purge();
         }

@@ -54,9 +54,7 @@ void _afterForkInChild() {
 
 void LogGate::lock_shared() {
     if (!_waitFor([this] { return _tryEnter(); })) {
-        if (_ending.exchange(false)) {
-            _closed = false;
-        }
+        if (_ending.exchange(false)) _closed = false;
         ++_inside;
     }
 }

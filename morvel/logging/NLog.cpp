@@ -156,9 +156,7 @@ void NLog::_write(int priority, std::string_view text) {
         // Two first lines may meet here. POCO's formatter and loggers can't be set up and used at
         // the same time, so the other one waits and then finds the chain complete.
         const std::lock_guard<LogGate> alone(_logGate);
-        if (NLog* const log = _instance) {
-            log->_configure();
-        }
+        if (NLog* const log = _instance) log->_configure();
     }
 }
 
@@ -204,9 +202,7 @@ NPath NLog::_file() const {
     fileName.SetExtension(NString("log"));
     NPath path(_path);
     path.ConvertTo(EncodingUTF8);
-    if (path.IsEmpty()) {
-        path = _logFolder();
-    }
+    if (path.IsEmpty()) path = _logFolder();
     path.Append(fileName).MakeFile();
     path.ConvertTo(EncodingUTF8);
     return path;

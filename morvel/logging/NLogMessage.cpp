@@ -80,9 +80,7 @@ void NLogMessage::_begin(std::string_view file, std::int32_t line, std::string_v
     const auto separator = std::find_if(file.rbegin(), file.rend(), _isSeparator);
     file.remove_prefix(static_cast<std::size_t>(file.rend() - separator));
     _text.append(level).append(" [File: ").append(file);
-    if (level == "FATAL") {
-        _text.append(" at: ").append(function);
-    }
+    if (level == "FATAL") _text.append(" at: ").append(function);
     _text.append(" Line: ").append(std::to_string(line)).append("]\t\"");
     _levelSize = level.size();
     _headSize = _text.size();
@@ -114,9 +112,7 @@ void NLogMessage::Format(const char* format, ...) {
         return;
     }
     _text += buffer;
-    if (length > BufferSize) {
-        _text += std::to_string(BufferSize);
-    }
+    if (length > BufferSize) _text += std::to_string(BufferSize);
 }
 
 int _errorHandler_fn(std::int32_t code, const char* text, void*) {

@@ -77,9 +77,7 @@ char32_t _nextUtf8(const unsigned char*& p, const unsigned char* end) {
 
 std::string _homeFolder() {
     const char* home = secure_getenv("HOME");
-    if (home != nullptr && *home != '\0') {
-        return home;
-    }
+    if (home != nullptr && *home != '\0') return home;
     std::vector<char> buffer(1024);
     passwd entry;
     passwd* found = nullptr;
@@ -105,9 +103,7 @@ std::string _userDataFolder() {
         folder = configured;
     } else {
         folder = _homeFolder();
-        if (folder.empty()) {
-            return folder;
-        }
+        if (folder.empty()) return folder;
         folder += "/.local/share";
     }
     _makeFolders(folder);
@@ -116,9 +112,7 @@ std::string _userDataFolder() {
 
 // Where the host runs without its standard streams, what it prints must not end in a file of ours.
 int _aboveStandardStreams(int file) {
-    if (file < 0 || file > STDERR_FILENO) {
-        return file;
-    }
+    if (file < 0 || file > STDERR_FILENO) return file;
     const int moved = fcntl(file, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
     close(file);
     return moved;
@@ -130,9 +124,7 @@ int _open(const std::string& name, int flags, mode_t mode = 0666) {
 
 // The stream closes the descriptor, which is closed at once where there is none; errno tells why.
 std::FILE* _asStream(int file, const char* mode) {
-    if (file < 0) {
-        return nullptr;
-    }
+    if (file < 0) return nullptr;
     errno = ENOMEM;  // a host's own allocator need not set it
     std::FILE* const stream = fdopen(file, mode);
     if (stream == nullptr) {
@@ -154,9 +146,7 @@ template struct Descriptor<&Poco::FileStreamBuf::_fd>;
 // Gives up after a second: any user who may read a file in /tmp may also hold its lock for good.
 void _lockForASecond(int file) {
     for (int attempt = 0; attempt < 1000; ++attempt) {
-        if (flock(file, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) {
-            return;
-        }
+        if (flock(file, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) return;
         SleepMilliseconds(1);
     }
 }
@@ -194,9 +184,7 @@ locale_t _asciiLocale() {
 
 std::string NarrowFromWide(const NWideChar* text, std::int32_t codePage) {
     std::string result;
-    if (codePage != CodePageSystem && codePage != CodePageUtf8) {
-        return result;
-    }
+    if (codePage != CodePageSystem && codePage != CodePageUtf8) return result;
     while (*text != 0) {
         char32_t c = *text++;
         if (_isHighSurrogate(c) && _isLowSurrogate(*text)) {
@@ -212,17 +200,13 @@ std::string NarrowFromWide(const NWideChar* text, std::int32_t codePage) {
 
 NWideString WideFromNarrow(const char* text, std::int32_t codePage) {
     NWideString result;
-    if (codePage != CodePageSystem && codePage != CodePageUtf8) {
-        return result;
-    }
+    if (codePage != CodePageSystem && codePage != CodePageUtf8) return result;
     const char32_t substitute = codePage == CodePageUtf8 ? Replacement : U'?';
     const auto* p = reinterpret_cast<const unsigned char*>(text);
     const unsigned char* const end = p + std::strlen(text);
     while (p != end) {
         char32_t c = _nextUtf8(p, end);
-        if (c == Malformed) {
-            c = substitute;
-        }
+        if (c == Malformed) c = substitute;
         if (c < 0x10000) {
             result.push_back(static_cast<NWideChar>(c));
         } else {
@@ -246,9 +230,7 @@ NativeName NativeFileName(const NWideString& name) {
 }
 
 void CreateDirectories(const std::string& name) {
-    if (Poco::File(name).exists()) {
-        return;
-    }
+    if (Poco::File(name).exists()) return;
     std::size_t end = 0;
     do {
         end = name.find('/', end + 1);
@@ -262,9 +244,7 @@ void CreateDirectories(const std::string& name) {
 
 NWideString SpecialFolder(Folder folder) {
     std::string name = folder == Folder::CommonAppData ? "/var/lib" : "/usr/local/share";
-    if (folder == Folder::AppData) {
-        name = _userDataFolder();
-    }
+    if (folder == Folder::AppData) name = _userDataFolder();
     return WideFromNarrow(name.c_str(), CodePageUtf8);
 }
 
@@ -283,18 +263,14 @@ bool CreationTime(const NWideString& name, std::int64_t* seconds) {
         return true;
     }
     struct stat status;
-    if (stat(native.c_str(), &status) != 0) {
-        return false;
-    }
+    if (stat(native.c_str(), &status) != 0) return false;
     *seconds = status.st_ctime;
     return true;
 }
 
 std::FILE* OpenForWriting(const NWideString& name) {
     const int file = _open(NativeFileName(name), O_WRONLY | O_CREAT);
-    if (file < 0) {
-        return nullptr;
-    }
+    if (file < 0) return nullptr;
     struct stat status;
     bool usable = fstat(file, &status) == 0;
     if (usable && S_ISREG(status.st_mode)) {
@@ -345,9 +321,7 @@ void KeepPrivate(Poco::FileStreamBuf* file) {
 FileHandle OpenForAppending(const std::string& name) {
     // A FIFO without a reader is refused instead of waited for; other files never wait.
     const int file = _open(name, O_WRONLY | O_CREAT | O_APPEND | O_NONBLOCK);
-    if (file >= 0) {
-        fcntl(file, F_SETFL, O_APPEND);
-    }
+    if (file >= 0) fcntl(file, F_SETFL, O_APPEND);
     return file;
 }
 
@@ -356,12 +330,8 @@ std::size_t Append(FileHandle file, std::string_view text, bool) {
     while (done < text.size()) {
         const ssize_t written =
             write(static_cast<int>(file), text.data() + done, text.size() - done);
-        if (written < 0 && errno == EINTR) {
-            continue;
-        }
-        if (written <= 0) {
-            return 0;
-        }
+        if (written < 0 && errno == EINTR) continue;
+        if (written <= 0) return 0;
         done += static_cast<std::size_t>(written);
     }
     return done;
@@ -373,15 +343,11 @@ std::uint64_t SizeOf(FileHandle file) {
 }
 
 void Close(FileHandle file) {
-    if (file != NoFile) {
-        close(static_cast<int>(file));
-    }
+    if (file != NoFile) close(static_cast<int>(file));
 }
 
 std::error_code Rename(const std::filesystem::path& from, const std::filesystem::path& to) {
-    if (rename(from.c_str(), to.c_str()) != 0) {
-        return _lastError();
-    }
+    if (rename(from.c_str(), to.c_str()) != 0) return _lastError();
     // The new name outlives a power failure once its folder is on the disk.
     const std::filesystem::path folder = to.parent_path();
     const int file = _open(folder.empty() ? "." : folder.native(), O_RDONLY | O_DIRECTORY);
@@ -417,9 +383,7 @@ void SleepMilliseconds(std::uint32_t milliseconds) {
 
 FolderLock::FolderLock(const std::string& folder)
     : _descriptor(_open(folder, O_RDONLY | O_DIRECTORY)) {
-    if (_descriptor >= 0) {
-        _lockForASecond(_descriptor);
-    }
+    if (_descriptor >= 0) _lockForASecond(_descriptor);
 }
 
 FolderLock::~FolderLock() {
@@ -438,16 +402,12 @@ void PrepareNamedMutex(const std::string& name) {
                          : _open(fileName, O_RDONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK, 0644);
     struct stat status;
     if (file < 0 || fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) {
-        if (file >= 0) {
-            close(file);
-        }
+        if (file >= 0) close(file);
         throw Poco::SystemException("cannot create named mutex " + fileName + " (lockfile)", name);
     }
     _lockForASecond(file);  // two processes that come at once must not both set the semaphore
     const key_t key = ftok(fileName.c_str(), 'p');
-    if (key != -1) {
-        _makeSemaphore(key);
-    }
+    if (key != -1) _makeSemaphore(key);
     flock(file, LOCK_UN);  // also for a child that was forked meanwhile and shares the open file
     close(file);
 }
@@ -457,9 +417,7 @@ bool FailedNamedLockMayHold() {
 }
 
 void AtUnload(void (*cleanUp)(void*), void* object) {
-    if (__cxa_atexit(cleanUp, object, &__dso_handle) != 0) {
-        throw std::bad_alloc();
-    }
+    if (__cxa_atexit(cleanUp, object, &__dso_handle) != 0) throw std::bad_alloc();
 }
 
 UnloadMark::UnloadMark() : _newest(nullptr) {}  // the C runtime keeps the order by itself

@@ -39,9 +39,7 @@ PSRWLOCK _asLock(void** lock) {
 std::string NarrowFromWide(const NWideChar* text, std::int32_t codePage) {
     const auto page = static_cast<UINT>(codePage);
     const int size = WideCharToMultiByte(page, 0, text, -1, nullptr, 0, nullptr, nullptr);
-    if (size <= 0) {
-        return {};
-    }
+    if (size <= 0) return {};
     std::string result(static_cast<std::size_t>(size), '\0');
     WideCharToMultiByte(page, 0, text, -1, &result[0], size, nullptr, nullptr);
     result.pop_back();  // the terminating NUL counts in the size
@@ -51,9 +49,7 @@ std::string NarrowFromWide(const NWideChar* text, std::int32_t codePage) {
 NWideString WideFromNarrow(const char* text, std::int32_t codePage) {
     const auto page = static_cast<UINT>(codePage);
     const int size = MultiByteToWideChar(page, 0, text, -1, nullptr, 0);
-    if (size <= 0) {
-        return {};
-    }
+    if (size <= 0) return {};
     NWideString result(static_cast<std::size_t>(size), L'\0');
     MultiByteToWideChar(page, 0, text, -1, &result[0], size);
     result.pop_back();
@@ -82,9 +78,7 @@ NWideString SpecialFolder(Folder folder) {
                   static_cast<int>(Folder::CommonDocuments) == CSIDL_COMMON_DOCUMENTS);
     wchar_t path[MAX_PATH];
     // Not FAILED: S_FALSE names a folder that isn't there.
-    if (SHGetFolderPathW(nullptr, static_cast<int>(folder), nullptr, 0, path) != S_OK) {
-        return {};
-    }
+    if (SHGetFolderPathW(nullptr, static_cast<int>(folder), nullptr, 0, path) != S_OK) return {};
     return path;
 }
 
@@ -96,9 +90,7 @@ std::string ExecutablePath() {
 
 bool CreationTime(const NWideString& name, std::int64_t* seconds) {
     struct _stat64i32 status;
-    if (_wstat64i32(name.c_str(), &status) != 0) {
-        return false;
-    }
+    if (_wstat64i32(name.c_str(), &status) != 0) return false;
     *seconds = status.st_ctime;
     return true;
 }
@@ -144,9 +136,7 @@ FileHandle OpenForAppending(const std::string& name) {
 std::size_t Append(FileHandle file, std::string_view text, bool flush) {
     std::string bytes;
     bytes.reserve(text.size() + 16);
-    for (const char c : text) {
-        bytes += c == '\n' ? "\r\n" : std::string_view(&c, 1);
-    }
+    for (const char c : text) bytes += c == '\n' ? "\r\n" : std::string_view(&c, 1);
     const auto handle = reinterpret_cast<HANDLE>(file);
     const auto size = static_cast<DWORD>(bytes.size());
     DWORD written = 0;
@@ -162,9 +152,7 @@ std::uint64_t SizeOf(FileHandle file) {
 }
 
 void Close(FileHandle file) {
-    if (file != NoFile) {
-        CloseHandle(reinterpret_cast<HANDLE>(file));
-    }
+    if (file != NoFile) CloseHandle(reinterpret_cast<HANDLE>(file));
 }
 
 std::error_code Rename(const std::filesystem::path& from, const std::filesystem::path& to) {
@@ -194,16 +182,12 @@ bool OtherThreadsAreGone() {
 }
 
 void Mutex::lock() {
-    if (!OtherThreadsAreGone()) {
-        AcquireSRWLockExclusive(_asLock(&_lock));
-    }
+    if (!OtherThreadsAreGone()) AcquireSRWLockExclusive(_asLock(&_lock));
 }
 
 // A release would go to those who wait, on stacks that are gone with their threads.
 void Mutex::unlock() {
-    if (!OtherThreadsAreGone()) {
-        ReleaseSRWLockExclusive(_asLock(&_lock));
-    }
+    if (!OtherThreadsAreGone()) ReleaseSRWLockExclusive(_asLock(&_lock));
 }
 
 std::tm LocalTime(std::time_t time) {

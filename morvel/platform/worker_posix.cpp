@@ -32,9 +32,7 @@ struct Worker::State {  // all guarded by `mutex`
 };
 
 void Worker::State::Start() {
-    if (thread.joinable()) {
-        thread.join();
-    }
+    if (thread.joinable()) thread.join();
     // A signal of the host's is handled on a thread of the host's; one that a write raises, SIGPIPE
     // or SIGXFSZ, ends nobody.
     sigset_t all, former;
@@ -115,9 +113,7 @@ bool Worker::Stop() {
             return false;
         }
     }
-    if (!_state->running && _state->thread.joinable()) {
-        _state->thread.join();
-    }
+    if (!_state->running && _state->thread.joinable()) _state->thread.join();
     while (!_state->running && _state->pending) {  // the system had no thread to give
         _state->RunStep(lock);
     }

@@ -58,9 +58,7 @@ void Worker::State::RunStep() {
 void CALLBACK Worker::State::Run(PTP_CALLBACK_INSTANCE, void* state, PTP_WORK) {
     auto* const self = static_cast<State*>(state);
     self->mutex.lock();
-    while (self->pending && !self->stopping) {
-        self->RunStep();
-    }
+    while (self->pending && !self->stopping) self->RunStep();
     self->scheduled = false;
     self->mutex.unlock();
 }
@@ -69,12 +67,8 @@ Worker::Worker(Step step, void* object) : _state(new State(step, object)) {}
 
 Worker::~Worker() {
     if (!OtherThreadsAreGone()) {  // else the pool is as dead as its thread
-        if (_state->work != nullptr) {
-            CloseThreadpoolWork(_state->work);
-        }
-        if (_state->pool != nullptr) {
-            CloseThreadpool(_state->pool);
-        }
+        if (_state->work != nullptr) CloseThreadpoolWork(_state->work);
+        if (_state->pool != nullptr) CloseThreadpool(_state->pool);
     }
     delete _state;
 }

@@ -13,16 +13,12 @@ NMutex::~NMutex() {
 }
 
 void NMutex::Lock() {
-    if (_mutex == nullptr) {
-        throw -1;
-    }
+    if (_mutex == nullptr) throw -1;
     _mutex->lock();
 }
 
 void NMutex::Unlock() {
-    if (_mutex == nullptr) {
-        throw -1;
-    }
+    if (_mutex == nullptr) throw -1;
     _mutex->unlock();
 }
 
@@ -35,13 +31,9 @@ void NMutex::Sleep(std::uint32_t milliseconds) {
 }
 
 NAutoMutexLock::NAutoMutexLock(NMutex* mutex) : _mutex(mutex) {
-    if (_mutex != nullptr) {
-        _mutex->Lock();
-    }
+    if (_mutex != nullptr) _mutex->Lock();
 }
 
 NAutoMutexLock::~NAutoMutexLock() {
-    if (_mutex != nullptr) {
-        _mutex->Unlock();
-    }
+    if (_mutex != nullptr) _mutex->Unlock();
 }

@@ -26,9 +26,7 @@ NNamedMutex::~NNamedMutex() {
 }
 
 void NNamedMutex::Lock() {
-    if (_mutex == nullptr) {
-        throw -1;
-    }
+    if (_mutex == nullptr) throw -1;
     try {
         _mutex->lock();
     } catch (const Poco::Exception&) {
@@ -40,20 +38,14 @@ void NNamedMutex::Lock() {
 }
 
 void NNamedMutex::Unlock() {
-    if (_mutex == nullptr) {
-        throw -1;
-    }
+    if (_mutex == nullptr) throw -1;
     _mutex->unlock();
 }
 
 NAutoNamedMutexLock::NAutoNamedMutexLock(NNamedMutex* mutex) : _mutex(mutex) {
-    if (_mutex != nullptr) {
-        _mutex->Lock();
-    }
+    if (_mutex != nullptr) _mutex->Lock();
 }
 
 NAutoNamedMutexLock::~NAutoNamedMutexLock() {
-    if (_mutex != nullptr) {
-        _mutex->Unlock();
-    }
+    if (_mutex != nullptr) _mutex->Unlock();
 }

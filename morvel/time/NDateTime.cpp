@@ -83,9 +83,7 @@ bool _isDate(std::int32_t year, std::int32_t month, std::int32_t day, std::int32
 bool _asksForNumber(const std::string& format) {
     constexpr std::string_view Letters = "defmnoyYrHhMSsicF";
     for (std::size_t i = 0; i + 1 < format.size(); ++i) {
-        if (format[i] == '%' && Letters.find(format[++i]) != Letters.npos) {
-            return true;
-        }
+        if (format[i] == '%' && Letters.find(format[++i]) != Letters.npos) return true;
     }
     return false;
 }
@@ -244,9 +242,7 @@ NDateTime NDateTime::Parse(const std::string& format, const std::string& text,
     if (const auto plain = _readPlain(format, text, &timeZoneDifferential)) return *plain;
     try {
         // Without a byte-order mark, text is in the system's encoding already.
-        if (morvel::BomOf(text).length == 0) {
-            return _parsed(format, text, &timeZoneDifferential);
-        }
+        if (morvel::BomOf(text).length == 0) return _parsed(format, text, &timeZoneDifferential);
         const NString read(text);
         return _parsed(format, read.Converted(EncodingSystem), &timeZoneDifferential);
     } catch (...) {

@@ -31,19 +31,13 @@ constexpr std::size_t Stop = CURL_READFUNC_ABORT;
 class Session {
 public:
     Session() : _started(curl_global_init(CURL_GLOBAL_ALL) == CURLE_OK) {
-        if (_started) {
-            _handle = curl_easy_init();
-        }
+        if (_started) _handle = curl_easy_init();
     }
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
     ~Session() {
-        if (_handle != nullptr) {
-            curl_easy_cleanup(_handle);
-        }
-        if (_started) {
-            curl_global_cleanup();
-        }
+        if (_handle != nullptr) curl_easy_cleanup(_handle);
+        if (_started) curl_global_cleanup();
     }
 
     explicit operator bool() const { return _handle != nullptr; }
@@ -56,9 +50,7 @@ public:
     }
 
     void SetTimeout(std::uint32_t seconds) {
-        if (seconds != NoTimeout) {
-            Set(CURLOPT_TIMEOUT, static_cast<long>(seconds));
-        }
+        if (seconds != NoTimeout) Set(CURLOPT_TIMEOUT, static_cast<long>(seconds));
     }
 
     int Perform() { return curl_easy_perform(_handle); }
@@ -122,9 +114,7 @@ std::int32_t NURL::Get(std::string url, std::uint32_t timeout, CancelCallback ca
                        void* cancelContext, ProgressCallback progressCallback,
                        void* progressContext) {
     Session session;
-    if (!session) {
-        return StatusNotStarted;
-    }
+    if (!session) return StatusNotStarted;
     _begin(cancelCallback, cancelContext, progressCallback, progressContext);
     _size = 0;
     session.Set(CURLOPT_URL, url.c_str());
@@ -140,9 +130,7 @@ std::int32_t NURL::Upload(std::string url, const void* data, unsigned long long 
                           std::uint32_t timeout, CancelCallback cancelCallback, void* cancelContext,
                           ProgressCallback progressCallback, void* progressContext) {
     Session session;
-    if (!session) {
-        return StatusNotStarted;
-    }
+    if (!session) return StatusNotStarted;
     _begin(cancelCallback, cancelContext, progressCallback, progressContext);
     _sendData = static_cast<const char*>(data);
     _sendSize = size;
@@ -166,34 +154,24 @@ std::int32_t NURL::Request(std::string url, const std::vector<std::string>* head
     std::unique_ptr<std::FILE, Release> file;
     HeaderList list;
     Session session;
-    if (!session) {
-        return StatusNotStarted;
-    }
+    if (!session) return StatusNotStarted;
     _begin(cancelCallback, cancelContext, progressCallback, progressContext);
     _size = 0;
     if (headers != nullptr) {
-        for (const std::string& header : *headers) {
-            _append(&list, header.c_str());
-        }
+        for (const std::string& header : *headers) _append(&list, header.c_str());
     }
     session.Set(CURLOPT_URL, url.c_str());
-    if ((flags & RequestKeepHttpErrors) == 0) {
-        session.Set(CURLOPT_FAILONERROR, 1L);
-    }
+    if ((flags & RequestKeepHttpErrors) == 0) session.Set(CURLOPT_FAILONERROR, 1L);
     if ((flags & RequestToFile) != 0) {
         const auto abandoned = [&](std::int32_t status) {
             session.Abandon();
             static_cast<void>(list.release());
             return status;
         };
-        if (body == nullptr) {
-            return abandoned(StatusNoFileName);
-        }
+        if (body == nullptr) return abandoned(StatusNoFileName);
         const NPath name(*static_cast<const NString*>(body));
         file.reset(morvel::platform::OpenForWriting(name.Wide()));
-        if (file == nullptr) {
-            return abandoned(StatusNoFile);
-        }
+        if (file == nullptr) return abandoned(StatusNoFile);
         // Nothing may wait in a buffer until the file is closed: a full disk is to end the
         // transfer.
         std::setvbuf(file.get(), nullptr, _IONBF, 0);
@@ -205,9 +183,7 @@ std::int32_t NURL::Request(std::string url, const std::vector<std::string>* head
         session.Set(CURLOPT_WRITEDATA, this);
         _append(&list, "Expect:");
     }
-    if (list != nullptr) {
-        session.Set(CURLOPT_HTTPHEADER, list.get());
-    }
+    if (list != nullptr) session.Set(CURLOPT_HTTPHEADER, list.get());
     Remainder remainder{static_cast<const char*>(body), bodySize};
     if (body != nullptr && bodySize != 0) {
         session.Set(CURLOPT_POST, 1L);
@@ -230,9 +206,7 @@ std::int32_t NURL::Request(std::string url, const char* headerText, unsigned lon
                            ProgressCallback progressCallback, void* progressContext,
                            std::uint32_t flags) {
     std::vector<std::string> headers(1);
-    if (headerText != nullptr) {
-        headers.front().assign(headerText, headerLength);
-    }
+    if (headerText != nullptr) headers.front().assign(headerText, headerLength);
     return Request(std::move(url), &headers, body, bodySize, timeout, cancelCallback, cancelContext,
                    progressCallback, progressContext, flags);
 }
@@ -265,18 +239,14 @@ void NURL::_begin(CancelCallback cancelCallback, void* cancelContext,
 // The status of the transfer that ended with `code`. An exception of a callback goes on from here:
 // it can't pass through libcurl, which is C and would be left half way.
 std::int32_t NURL::_end(int code) {
-    if (_raised) {
-        std::rethrow_exception(std::exchange(_raised, nullptr));
-    }
+    if (_raised) std::rethrow_exception(std::exchange(_raised, nullptr));
     return _cancelled ? StatusCancelled : code;
 }
 
 // What both callbacks of an object do around their `work`, which answers with the bytes it moved.
 template <class Work>
 std::size_t NURL::_guarded(std::size_t size, std::size_t count, Work work) {
-    if (size == 0 || count == 0) {
-        return 0;
-    }
+    if (size == 0 || count == 0) return 0;
     try {
         if (_cancelCallback != nullptr && _cancelCallback(_cancelContext)) {
             _cancelled = 1;
@@ -290,17 +260,13 @@ std::size_t NURL::_guarded(std::size_t size, std::size_t count, Work work) {
 }
 
 void NURL::_report(std::uint64_t done, std::uint64_t total) {
-    if (_progressCallback != nullptr) {
-        _progressCallback(done, total, _progressContext);
-    }
+    if (_progressCallback != nullptr) _progressCallback(done, total, _progressContext);
 }
 
 std::size_t NURL::_receive(char* data, std::size_t size, std::size_t count, void* object) {
     NURL& self = *static_cast<NURL*>(object);
     return self._guarded(size, count, [&]() -> std::size_t {
-        if (!self._reserve(count)) {
-            return 0;
-        }
+        if (!self._reserve(count)) return 0;
         std::memcpy(self._data + self._size, data, count);
         self._size += count;
         self._report(self._size, self._capacity);
@@ -311,9 +277,7 @@ std::size_t NURL::_receive(char* data, std::size_t size, std::size_t count, void
 std::size_t NURL::_send(char* data, std::size_t size, std::size_t count, void* object) {
     NURL& self = *static_cast<NURL*>(object);
     return self._guarded(size, count, [&]() -> std::size_t {
-        if (self._sendPosition >= self._sendSize) {
-            return 0;
-        }
+        if (self._sendPosition >= self._sendSize) return 0;
         const std::size_t length =
             std::min<std::uint64_t>(self._sendSize - self._sendPosition, count);
         std::memcpy(data, self._sendData + self._sendPosition, length);
@@ -347,9 +311,7 @@ bool NURL::_setCapacity(std::uint64_t capacity) {
             length = capacity;
             grown = std::realloc(_data, length);
         }
-        if (grown == nullptr) {
-            return false;
-        }
+        if (grown == nullptr) return false;
         _data = static_cast<char*>(grown);
         _allocated = length;
     }

@@ -16,8 +16,6 @@ TEST(LogFileChannel, WritesALineThatComesAgainOnce) {
     channel->setProperty("path", folder.File("missing/a.log"));
     channel->WriteLine("lost\n", 1);
     channel->setProperty("path", folder.Write("a.log", "old\n"));
-    for (const std::uint64_t number : {1, 1, 2, 3, 3}) {
-        channel->WriteLine("line\n", number);
-    }
+    for (const std::uint64_t number : {1, 1, 2, 3, 3}) channel->WriteLine("line\n", number);
     EXPECT_EQ(ReadLog(folder.File("a.log")), "old\nline\nline\nline\n");
 }
