@@ -10,6 +10,26 @@
 #include <morvel/platform/worker.h>
 
 namespace morvel::platform {
+namespace {
+
+// A signal of the host's is handled on a thread of the host's; one that a write raises, SIGPIPE or
+// SIGXFSZ, ends nobody.
+class SignalsBlocked {
+public:
+    SignalsBlocked() {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &_former);
+    }
+    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &_former, nullptr); }
+    SignalsBlocked(const SignalsBlocked&) = delete;
+    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+
+private:
+    sigset_t _former;
+};
+
+}  // namespace
 
 struct Worker::State {  // all guarded by `mutex`
     State(Step theStep, void* theObject) : step(theStep), object(theObject) {}
@@ -33,11 +53,7 @@ struct Worker::State {  // all guarded by `mutex`
 
 void Worker::State::Start() {
     if (thread.joinable()) thread.join();
-    // A signal of the host's is handled on a thread of the host's; one that a write raises, SIGPIPE
-    // or SIGXFSZ, ends nobody.
-    sigset_t all, former;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &former);
+    const SignalsBlocked inherited;  // by the thread
     try {
         ending = false;
         thread = std::thread(&State::Run, this);
@@ -45,7 +61,6 @@ void Worker::State::Start() {
     } catch (const std::exception&) {
         // no thread to be had: the next Wake tries again
     }
-    pthread_sigmask(SIG_SETMASK, &former, nullptr);
 }
 
 void Worker::State::Run() {
@@ -114,8 +129,9 @@ bool Worker::Stop() {
         }
     }
     if (!_state->running && _state->thread.joinable()) _state->thread.join();
-    while (!_state->running && _state->pending) {  // the system had no thread to give
-        _state->RunStep(lock);
+    if (!_state->running && _state->pending) {  // the system had no thread to give
+        const SignalsBlocked here;
+        while (_state->pending) _state->RunStep(lock);
     }
     return true;
 }
