@@ -96,7 +96,12 @@ bool CreationTime(const NWideString& name, std::int64_t* seconds) {
 }
 
 std::FILE* OpenForWriting(const NWideString& name) {
-    return _wfsopen(name.c_str(), L"wb", _SH_DENYWR);
+    const int file =
+        _wsopen(name.c_str(), _O_WRONLY | _O_CREAT | _O_TRUNC | _O_BINARY | _O_NOINHERIT,
+                _SH_DENYWR, _S_IREAD | _S_IWRITE);
+    std::FILE* const stream = file < 0 ? nullptr : _fdopen(file, "wb");
+    if (file >= 0 && stream == nullptr) _close(file);
+    return stream;
 }
 
 std::FILE* Open(const NativeName& name, Access access) {
