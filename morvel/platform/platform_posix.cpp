@@ -185,6 +185,7 @@ locale_t _asciiLocale() {
 std::string NarrowFromWide(const NWideChar* text, std::int32_t codePage) {
     std::string result;
     if (codePage != CodePageSystem && codePage != CodePageUtf8) return result;
+    // Not by the codec, which reads surrogates as POCO does: here each lone one is U+FFFD.
     while (*text != 0) {
         char32_t c = *text++;
         if (_isHighSurrogate(c) && _isLowSurrogate(*text)) {
@@ -207,12 +208,9 @@ NWideString WideFromNarrow(const char* text, std::int32_t codePage) {
     while (p != end) {
         char32_t c = _nextUtf8(p, end);
         if (c == Malformed) c = substitute;
-        if (c < 0x10000) {
-            result.push_back(static_cast<NWideChar>(c));
-        } else {
-            result.push_back(static_cast<NWideChar>(0xD7C0 + (c >> 10)));
-            result.push_back(static_cast<NWideChar>(0xDC00 + (c & 0x3FF)));
-        }
+        NWideChar units[2];
+        const char* const stop = Utf16Codec::Write(reinterpret_cast<char*>(units), c);
+        result.append(units, stop == reinterpret_cast<char*>(units + 1) ? 1 : 2);
     }
     return result;
 }

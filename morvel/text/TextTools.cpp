@@ -5,6 +5,7 @@
 
 #include <utf8proc.h>
 
+#include <morvel/platform/Codecs.h>
 #include <morvel/text/ByteOrderMark.h>
 
 namespace {
@@ -65,24 +66,21 @@ std::size_t _malformedInUtf8(std::string_view bytes) {
     return offset;
 }
 
+// The codec takes any unit from DC00 on for a low surrogate; such a pair comes out otherwise.
 std::size_t _malformedInUtf16(const std::string& bytes) {
-    std::size_t offset = 0;
-    const auto unitAt = [&](std::size_t at) {
-        char16_t unit = 0;
-        if (at + sizeof unit <= bytes.size()) std::memcpy(&unit, &bytes[at], sizeof unit);
-        return unit;
-    };
-    while (offset + 1 < bytes.size()) {
-        const char16_t unit = unitAt(offset);
-        if (unit < 0xD800 || unit > 0xDFFF) {
-            offset += 2;
-        } else if (unit < 0xDC00 && (unitAt(offset + 2) & 0xFC00) == 0xDC00) {
-            offset += 4;
-        } else {
-            break;
+    const auto* const begin = reinterpret_cast<const unsigned char*>(bytes.data());
+    const unsigned char* const end = begin + bytes.size();
+    const unsigned char* p = begin;
+    while (end - p > 1) {
+        const unsigned char* const at = p;
+        const char32_t c = morvel::Utf16Codec::Read(p, end);
+        char back[4];
+        if (c == morvel::Malformed ||
+            std::memcmp(back, at, morvel::Utf16Codec::Write(back, c) - back) != 0) {
+            return at - begin;
         }
     }
-    return offset;
+    return p - begin;
 }
 
 // What the code page can't read doesn't come back as it was.
