@@ -201,8 +201,6 @@ NPath NLog::_file() const {
     NPath fileName(_name);
     fileName.SetExtension(NString("log"));
     NPath path(_path);
-    path.ConvertTo(EncodingUTF8);
-    if (path.IsEmpty()) path = _logFolder();
     path.Append(fileName).MakeFile();
     path.ConvertTo(EncodingUTF8);
     return path;
