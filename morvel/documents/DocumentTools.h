@@ -97,7 +97,7 @@ struct XmlFault {
 };
 
 /// Replaces the document by what the bytes of a file or a message hold. What pugixml reads by
-/// itself goes to it (UTF-8, UTF-16 and UTF-32 with or without a mark, ISO-8859-1); a document that
+/// itself goes to it (UTF-8, UTF-16 and UTF-32 with or without a BOM, ISO-8859-1); a document that
 /// declares ISO-8859-15 or windows-1252 is recoded first, and one that declares an encoding that
 /// nobody here knows is refused, where NXML would take its bytes for UTF-8. Bytes that aren't UTF-8
 /// although they are said to be are refused too. After a fault the document is empty.

@@ -36,7 +36,7 @@ struct IndexedDocument;
 /// Where memory runs out inside the XML library, an edit returns false, and an operation that
 /// copies into another container throws std::bad_alloc.
 /// @threads Any number may read one document at the same time, by all operations that are const but
-/// RootAttributes; a search may block for the moment that another takes. Every other operation
+/// RootAttributes; a search may block while another enters names in the index. Every other one
 /// needs the object to itself.
 /// @encoding A document's is detected from the bytes and the declaration: UTF-8, UTF-16, UTF-32 and
 /// ISO-8859-1. Any other encoding that is declared, ISO-8859-15 (Latin-9) and windows-1252 among

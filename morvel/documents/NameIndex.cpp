@@ -11,7 +11,7 @@
 namespace morvel {
 namespace {
 
-constexpr int FirstFew = 2;  // children that are walked sooner than looked up
+constexpr int ProbeLimit = 2;  // children that are walked sooner than looked up
 constexpr std::uint64_t HashMultiplier = 0x9E3779B97F4A7C15;
 
 // Eight bytes a round: bytes below 80 get the bit 20, in which the cases of a letter differ. Each
@@ -46,7 +46,7 @@ pugi::xml_node NameIndex::Find(pugi::xml_node parent, std::string_view name) noe
     pugi::xml_node child = parent.first_child();
     for (int walked = 0; NodePointer::Of(child) != nullptr; child = child.next_sibling()) {
         if (IsSameName(name, child.name())) break;
-        if (++walked == FirstFew && _isFoldedByHash(name)) {
+        if (++walked == ProbeLimit && _isFoldedByHash(name)) {
             if (const std::optional<pugi::xml_node> found = _lookUp(parent, name)) return *found;
         }
     }

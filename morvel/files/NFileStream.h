@@ -20,7 +20,7 @@ class NFileStreamBuf;
 /// @failure Shows in the result alone, 0 or for Open -1, whatever its reason.
 /// @threads One at a time.
 /// @encoding Bytes are never translated. Open takes the name as NFile does.
-/// @cost A system call for each piece, however small, and a few for Size. Open allocates a buffer
+/// @cost A system call for each call, however small, and a few for Size. Open allocates a buffer
 /// that the other calls go past.
 class MORVEL_API NFileStream : public NBaseObject {
 public:

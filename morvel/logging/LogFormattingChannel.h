@@ -13,7 +13,7 @@
 
 namespace morvel {
 
-/// POCO's formatting channel with a short way for lines that show nothing but their time, to the
+/// POCO's formatting channel with a short path for lines that show nothing but their time, to the
 /// second, and their text: a message of POCO's costs a system call, and its calendar is slow.
 ///
 /// Any thread may log.

@@ -29,9 +29,9 @@ struct LogAccess;
 /// or an end waits five seconds.
 ///
 /// The chain hangs off the root logger of POCO, where the host's own logging may hang too: deleting
-/// any NLog takes the root logger's channel away and forgets all loggers. Names, priorities and
-/// channels are POCO's, and a host that changes them is obeyed. It lets go of any channel that it
-/// has taken from there before the library is unloaded.
+/// any NLog takes the root logger's channel away and forgets all loggers. A host that replaces
+/// priorities, channels or the formatter is obeyed; the pattern of the log's own formatter stays. A
+/// host lets go of any channel that it has taken from there before the library is unloaded.
 ///
 /// @failure A line that can't be written is lost without a report. Write throws what POCO throws on
 /// the caller's thread, memory exhaustion mostly.

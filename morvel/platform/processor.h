@@ -1,7 +1,7 @@
 #pragma once
 
-// Vector code beyond the baseline that every x86-64 has. Internal: no public header includes this
-// file. Whoever uses it keeps a portable way beside it, for other processors and for older ones,
+// SIMD code beyond the baseline that every x86-64 has. Internal: no public header includes this
+// file. Whoever uses it keeps a portable path beside it, for other processors and for older ones,
 // and a test holds the two against each other:
 //
 //     #if MORVEL_HAS_SSE42_CODE
@@ -9,8 +9,8 @@
 //     #endif
 //     ... MORVEL_HAS_SSE42_CODE && morvel::platform::HasSse42() ? _quickly(...) : _portably(...)
 //
-// Vectors of 16 bytes are as wide as this goes: functions for Windows can't rely on a stack that is
-// aligned for wider ones.
+// Registers of 16 bytes are as wide as this goes: functions for Windows can't rely on a stack that
+// is aligned for wider ones.
 
 #if defined(__x86_64__) || defined(_M_X64)
 #define MORVEL_HAS_SSE42_CODE 1

@@ -185,8 +185,8 @@ MORVEL_SSE42 char* _utf16ToUtf8(const unsigned char*& from, const unsigned char*
         } else {
             __m128i surrogates = _mm_setzero_si128();
             for (const __m128i units : blocks.of) {
-                const __m128i kind = _mm_and_si128(units, _unitsOf(0xF800));
-                surrogates = _mm_or_si128(surrogates, _mm_cmpeq_epi16(kind, _unitsOf(0xD800)));
+                const __m128i heads = _mm_and_si128(units, _unitsOf(0xF800));
+                surrogates = _mm_or_si128(surrogates, _mm_cmpeq_epi16(heads, _unitsOf(0xD800)));
             }
             if (_highBits(surrogates) != 0) {
                 from = p;

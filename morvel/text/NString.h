@@ -64,7 +64,7 @@ struct NPair32 {
 /// Data(encoding) or DataWithBOM, which write to it though they are const.
 /// @encoding Any bytes are accepted under any tag. UTF-8 text that comes in as narrow text is
 /// brought to NFC and ends at its first NUL; wide text is not normalised. A character that the
-/// target of a conversion lacks becomes '?'. A byte-order mark at the head of narrow text is taken
+/// target of a conversion lacks becomes '?'. A byte-order mark (BOM) ahead of narrow text is taken
 /// off: EF BB BF says UTF-8, FF FE says UTF-16; nothing else is one. Text from outside without one
 /// counts as EncodingSystem.
 /// @cost A copy copies the bytes. Conversion and comparison are linear in them, and so is NFC of
@@ -84,7 +84,7 @@ public:
     NString(const std::string& text, NStringEncoding fallback);
     ///@}
 
-    /// Converted to UTF-8 up to the first NUL. A leading unit FFFE, a swapped mark, is taken off
+    /// Converted to UTF-8 up to the first NUL. A leading unit FFFE, a swapped BOM, is taken off
     /// by the first of these two; U+FEFF stays as a character.
     /// REQUIRES: a pointer is not null.
     ///@{
@@ -92,17 +92,17 @@ public:
     NString(const NWideChar* text);
     ///@}
 
-    /// Up to the first NUL; null gives the empty text. After the mark FF FE the rest is read as a
+    /// Up to the first NUL; null gives the empty text. After the BOM FF FE the rest is read as a
     /// NUL-terminated wide text and becomes UTF-8.
     NString(const char* text);
 
-    /// Up to the first NUL, a mark taken off. `encoding` becomes the tag whatever the mark says;
+    /// Up to the first NUL, a BOM taken off. `encoding` becomes the tag whatever the BOM says;
     /// with EncodingUTF16 the pointer is read as NUL-terminated wide text, and the text becomes
     /// UTF-8.
     /// REQUIRES: `text` is not null.
     NString(const char* text, NStringEncoding encoding);
 
-    /// A counted text. The mark decides the tag, or with the second form `encoding` does.
+    /// A counted text. The BOM decides the tag, or with the second form `encoding` does.
     /// REQUIRES: `counted` is not null.
     ///@{
     NString(const unsigned char* counted);
@@ -135,7 +135,7 @@ public:
     ///@}
 
     /// Appends, converted to this object's encoding where the tags differ. Narrow text and `byte`
-    /// count as EncodingSystem unless a mark says otherwise; the byte NUL appends nothing.
+    /// count as EncodingSystem unless a BOM says otherwise; the byte NUL appends nothing.
     ///@{
     virtual NString& operator+=(const NString& other);
     virtual NString& operator+=(const std::string& text);
@@ -382,7 +382,7 @@ public:
     virtual std::vector<std::int32_t> ToList() const;
     ///@}
 
-    /// A new text, printed as std::printf would, up to the first NUL and without a mark at its
+    /// A new text, printed as std::printf would, up to the first NUL and without a BOM at its
     /// head; empty for a null `format`. The object takes no part.
     [[nodiscard]] virtual NString Format(const char* format, ...) const MORVEL_PRINTF_LIKE(2, 3);
 

@@ -17,7 +17,7 @@ enum : std::uint32_t {
     TOK_TRIM = 2,          ///< ASCII white space goes off both ends; also drops empty tokens.
 };
 
-/// The pieces of a text between separator bytes, split once and for all when the text is given.
+/// The tokens of a text between separator bytes, split once and for all when the text is given.
 ///
 ///     NStringTokenizer list(NString("a, b,,c"), NString(","), TOK_TRIM);
 ///     list.Count();   // 3

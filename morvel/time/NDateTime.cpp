@@ -115,24 +115,26 @@ bool _readPlainZone(std::string_view text, std::int32_t* zone) {
 }
 
 // A quick reader of plain texts: all digits of the plain letters are there, no letter comes twice,
-// and between them stand the pattern's own marks, one at a time. Nothing for all else, which is
-// POCO's.
+// and between them stand the pattern's own separators, one at a time. Nothing for all else, which
+// is POCO's.
 std::optional<NDateTime> _readPlain(std::string_view pattern, std::string_view text,
                                     std::int32_t* zone) {
-    constexpr std::string_view Marks = "-:T ";
+    constexpr std::string_view Separators = "-:T ";
     unsigned seen = 0;
     std::int32_t parts[] = {0, 1, 1, 0, 0, 0}, told = 0;  // in the order of the letters
-    bool isMark = true;                                   // a number has to come next
+    bool isSeparator = true;                              // a number has to come next
     for (std::size_t i = 0; i < pattern.size(); ++i) {
         const char c = pattern[i];
         if (c != '%') {
-            if (isMark || text.empty() || text[0] != c || Marks.find(c) == Marks.npos) return {};
+            if (isSeparator || text.empty() || text[0] != c ||
+                Separators.find(c) == Separators.npos)
+                return {};
             text.remove_prefix(1);
-            isMark = true;
+            isSeparator = true;
         } else if (const char letter = ++i < pattern.size() ? pattern[i] : '\0'; letter == 'z') {
-            if (isMark || i + 1 < pattern.size() || !_readPlainZone(text, &told)) return {};
+            if (isSeparator || i + 1 < pattern.size() || !_readPlainZone(text, &told)) return {};
             text = {};
-            isMark = false;
+            isSeparator = false;
         } else {
             const std::size_t part = PlainLetters.find(letter);
             if (part == PlainLetters.npos || (seen >> part & 1) != 0 ||
@@ -140,11 +142,11 @@ std::optional<NDateTime> _readPlain(std::string_view pattern, std::string_view t
                 return {};
             }
             seen |= 1U << part;
-            isMark = false;
+            isSeparator = false;
         }
     }
     const auto [year, month, day, hour, minute, second] = parts;
-    if (isMark || !text.empty() || second == 60 ||
+    if (isSeparator || !text.empty() || second == 60 ||
         !_isDate(year, month, day, hour, minute, second, 0, 0)) {
         return {};
     }

@@ -39,8 +39,8 @@ enum NRequestFlag : std::uint32_t {
 /// `timeout` is in seconds and covers the whole transfer. 0 and 0xFFFFFFFF set no limit, and
 /// neither does what exceeds 2,147,483, which libcurl refuses.
 ///
-/// Callbacks run on the caller's thread, and may be null: `cancelCallback` before each piece of
-/// data (true ends the transfer; the piece is dropped), `progressCallback` behind it. One that
+/// Callbacks run on the caller's thread, and may be null: `cancelCallback` before each chunk of
+/// data (true ends the transfer; the chunk is dropped), `progressCallback` behind it. One that
 /// throws ends the transfer, and its exception comes out of the request once all is cleaned up.
 /// Neither may start a request on the same object.
 ///
