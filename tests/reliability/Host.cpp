@@ -35,6 +35,8 @@ extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept {
 
 namespace {
 
+thread_local NXML document;
+
 using Folder = std::filesystem::directory_iterator;
 
 struct Line {
@@ -42,33 +44,31 @@ struct Line {
     int first, second;
     NPath Path() const { return NPath(file, EncodingUTF8); }
     long Count() const { return std::stol(other); }
+    std::string Filling() const { return std::string(std::stoul(other), 'n'); }
     NStringEncoding Encoding() const { return static_cast<NStringEncoding>(first); }
 };
 
-// `file`, as text in the encoding `first`, changed and written to `other`.
-void _change(const Line& l, const std::function<void(NString&)>& change) {
+// `file`, as text in the encoding `first`.
+void _text(const Line& l, const std::function<void(NString&)>& use) {
     const std::string bytes = morvel::ReadFile(l.Path());
     NString text(l.Encoding());
     text.SetBytes(bytes.data(), bytes.size(), l.Encoding());
-    change(text);
-    std::ofstream(l.other, std::ios::binary) << text.Data();
+    use(text);
 }
 
 // Whether the document `file` is accepted, and comes back from its own text.
 void _load(const Line& l, std::ostream& out) {
-    NXML document, again;
-    if (!document.LoadFile(l.file, true)) {
-        out << "refused";
-        return;
-    }
+    NXML again;
+    const bool accepted = document.LoadFile(l.file, true);
     const std::string text = document.ToText(0);
-    out << (again.FromText(text) && again.ToText(0) == text ? "accepted" : "changed");
+    const bool same = again.FromText(text) && again.ToText(0) == text;
+    out << (!accepted ? "refused" : same ? "accepted" : "changed");
 }
 
-void _save(const Line& l, const std::function<void(NXML&)>& save) {
-    NXML document;
-    morvel::Put(document, "r", std::string(std::size_t(l.Count()), 'n'));
-    save(document);
+NXML& _document(const Line& l) {
+    document.Clear();
+    morvel::Put(document, "r", l.Filling());
+    return document;
 }
 
 // Eight bytes read or written; -1 where there is no such file.
@@ -103,9 +103,10 @@ void _values(const Line& l, std::ostream& out) {
         const NDateTime date(NTimestamp(value * 86400000000));
         std::int32_t zone = 0;
         const std::string text = NDateTime::Format(date, "%Y-%m-%d", 0);
-        const bool right = NString(tokens.Token(1)).ToDouble() == double(value) * double(value) &&
-                           NDateTime::Parse("%Y-%m-%d", text, zone) == date;
-        if (!right) out << value << ' ';
+        if (NString(tokens.Token(1)).ToUInt64() != std::uint64_t(value * value) ||
+            NDateTime::Parse("%Y-%m-%d", text, zone) != date) {
+            out << value << ' ';
+        }
     }
 }
 
@@ -133,7 +134,8 @@ void _fetch(const Line& l, std::ostream& out) {
 }
 
 #define DO(...) [](const Line& l, std::ostream& out) { (void)l, (void)out, __VA_ARGS__; }
-#define CHANGE(...) DO(_change(l, [&](NString& text) { text.__VA_ARGS__; }))
+#define READ(...) DO(_text(l, [&](NString& text) { __VA_ARGS__; }))
+#define CHANGE(...) READ(text.__VA_ARGS__, std::ofstream(l.other, std::ios::binary) << text.Data())
 
 const std::map<std::string, std::function<void(const Line&, std::ostream&)>> commands = {
     {"convert", CHANGE(ConvertTo(static_cast<NStringEncoding>(l.second)))},
@@ -145,9 +147,15 @@ const std::map<std::string, std::function<void(const Line&, std::ostream&)>> com
     {"offsets", _offsets},
     {"values", _values},
     {"load", _load},
-    {"save", DO(_save(l, [&](NXML& document) { out << document.SaveFile(l.file); }))},
-    {"save-safely", DO(_save(l, [&](NXML& document) { morvel::SaveSafely(document, l.Path()); }))},
-    {"write", DO(morvel::WriteFile(l.Path(), std::string(std::size_t(l.Count()), 'n')))},
+    {"load-from", DO(out << morvel::LoadFrom(document, l.Path()).message << document.ToText(0))},
+    {"save", DO(out << _document(l).SaveFile(l.file))},
+    {"save-safely", DO(morvel::SaveSafely(_document(l), l.Path()))},
+    {"write", DO(morvel::WriteFile(l.Path(), l.Filling()))},
+    {"malformed", READ(out << int(morvel::FindMalformed(text).value_or(std::size_t(-1))))},
+    {"can-convert", READ(out << morvel::CanConvert(text, static_cast<NStringEncoding>(l.second)))},
+    {"count", READ(out << morvel::CountCharacters(text))},
+    {"query", READ(out << morvel::QueryUrl(l.other, {{"n", text}}))},
+    {"status", DO(out << morvel::StatusText(static_cast<std::int32_t>(l.Count())))},
     {"read", DO(out << morvel::ReadFile(l.Path()).size())},
     {"rename", DO(morvel::Rename(l.Path(), NPath(l.other, EncodingUTF8)))},
     {"create", DO(out << NFile(l.file).CreateFile())},
@@ -203,5 +211,4 @@ int main(int argc, char** argv) {
     for (std::thread& other : others) other = std::thread(_work);
     _work();
     for (std::thread& other : others) other.join();
-    return 0;
 }

@@ -48,16 +48,18 @@ def main(program):
     narrow = b"\n".join(bytes([byte]) for byte in BYTES)
     with Host(program) as host:
         texts = Texts(host)
-        nfc = texts.change("normalize", everything, ENCODINGS.index("UTF8"), FORMS.index("NFC")).decode().split("\n")
-        changed = {index: line for index, (point, line) in enumerate(zip(POINTS, nfc)) if chr(point) != line}
+        nfc = texts.change("normalize", everything, ENCODINGS.index("UTF8"), FORMS.index("NFC"))
+        changed = {index: line for index, (point, line) in enumerate(zip(POINTS, nfc.decode().split("\n")))
+                   if chr(point) != line}
         for target in ENCODINGS:
-            plain = converted("UTF8", target, everything)
-            # what is composed or taken apart may be several characters
-            apart = converted("UTF8", target, "\n".join("\n".join(text) for text in changed.values()).encode())
-            parts, pieces = lines(plain, target), iter(lines(apart, target))
-            for index, text in changed.items():
-                parts[index] = "".join(next(pieces) for _ in text)
-            composed = joined(parts, target)
+            plain, composed = converted("UTF8", target, everything), iconv("UTF8", target, nfc)
+            if target in NARROW:
+                # A character that is composed or taken apart may be several, each of which may be missing.
+                apart = converted("UTF8", target, "\n".join("\n".join(text) for text in changed.values()).encode())
+                parts, pieces = lines(plain, target), iter(lines(apart, target))
+                for index, text in changed.items():
+                    parts[index] = "".join(next(pieces) for _ in text)
+                composed = joined(parts, target)
             for source in ENCODINGS:
                 text, expected = everything, composed if source == "UTF8" else plain
                 if source in NARROW:
