@@ -267,20 +267,19 @@ TEST_F(NLogPosix, SurvivesALimitOfFileSizeAndGoesOnWithALineOfItsOwn) {
 TEST_F(NLogPosix, DescriptorsAreFewAndPrivate) {
     std::ofstream(InLogFolder("stream"));
     ExpectInChild([] {
-        const NFile file(NString(InLogFolder("stream").string()));
-        for (int round = 0; round < 2; ++round) {
-            for (int standard = 0; standard < 3 * round; ++standard) close(standard);
-            NFileStream stream;
-            for (int turn = 0; turn < 2; ++turn) {
-                (void)stream.Open(file, NFileStream::ModeRead);
-            }
-        }
-        EXPECT_EQ(Descriptors(file.Path().Data()).size(), 2u);
         const auto threads = EntriesOf("/proc/self/task");
         const LogInForce inForce("Rotated");
         EXPECT_EQ(EntriesOf("/proc/self/task"), threads);
         NLog::Information("x");
         Drain();
+        EXPECT_EQ(Descriptors(InLogFolder("Rotated.log")).size(), 1u);
+        const NFile file(NString(InLogFolder("stream").string()));
+        for (int round = 0; round < 2; ++round) {
+            for (int standard = 0; standard < 3 * round; ++standard) close(standard);
+            NFileStream stream;
+            for (int turn = 0; turn < 2; ++turn) (void)stream.Open(file, NFileStream::ModeRead);
+        }
+        EXPECT_EQ(Descriptors(file.Path().Data()).size(), 2u);
         const auto descriptors = EntriesOf("/proc/self/fd");
         for (int round = 0; round < 5; ++round) {
             const std::vector<int> logs = Descriptors(InLogFolder("Rotated.log"));
