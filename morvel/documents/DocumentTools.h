@@ -27,11 +27,12 @@ namespace morvel {
 /// text; nothing if there is no such element. Costs one copy of the element.
 ///
 ///     const std::optional<NString> total = morvel::ValueOf(order, "order.total");
-MORVEL_API std::optional<NString> ValueOf(const NXML& document, const std::string& path);
+[[nodiscard]] MORVEL_API std::optional<NString> ValueOf(const NXML& document,
+                                                        const std::string& path);
 
 /// All text inside the element and the elements below it, in the order of the document; empty if
 /// there is none or no such element.
-MORVEL_API NString TextOf(const NXML& document, const std::string& path);
+[[nodiscard]] MORVEL_API NString TextOf(const NXML& document, const std::string& path);
 
 /// Sets the value of the element and makes what is missing of its path, the root element too. False
 /// with nothing changed for an empty path or one with an empty name in it, and where the document
@@ -42,15 +43,22 @@ MORVEL_API bool Put(NXML& document, const std::string& path, const std::string& 
 inline bool Put(NXML& document, const std::string& path, const char* utf8) {
     return Put(document, path, std::string(utf8));
 }
+inline bool Put(NXML& document, const std::string& path, std::string_view utf8) {
+    return Put(document, path, std::string(utf8));
+}
 ///@}
 
 /// A date as 2026-11-25T08:05:09, without a zone.
 MORVEL_API bool Put(NXML& document, const std::string& path, const NDateTime& value);
 
 /// "true" or "false", or a number in the shortest form that reads back as the same value, as
-/// NString::SetNumber writes it.
+/// NString::SetNumber writes it. A `char` or a `long double` doesn't compile.
 template <class Number, std::enable_if_t<std::is_arithmetic_v<Number>, int> = 0>
 bool Put(NXML& document, const std::string& path, Number value) {
+    static_assert(!std::is_same_v<Number, char> && !std::is_same_v<Number, wchar_t> &&
+                      !std::is_same_v<Number, char16_t> && !std::is_same_v<Number, char32_t>,
+                  "a character is no number: give Put a text");
+    static_assert(!std::is_same_v<Number, long double>, "no text of NString holds a long double");
     if constexpr (std::is_same_v<Number, bool>) {
         return Put(document, path, value ? "true" : "false");
     } else {
@@ -83,11 +91,12 @@ struct ChildElement {
 ///
 /// To remove some, go from the last to the first, so that the indexes of the others stay right.
 /// Each element costs about 5 kB while it is held.
-MORVEL_API std::vector<ChildElement> Children(const NXML& document, const std::string& path,
-                                              std::string_view name = {});
+[[nodiscard]] MORVEL_API std::vector<ChildElement> Children(const NXML& document,
+                                                            const std::string& path,
+                                                            std::string_view name = {});
 
 /// Why a document couldn't be read, and where. Tests true where there is a fault.
-struct XmlFault {
+struct [[nodiscard]] XmlFault {
     std::string message;     ///< A sentence; empty if all is well.
     std::size_t offset = 0;  ///< In bytes of the document, of UTF-16 in those of its UTF-8.
     std::size_t line = 0;    ///< From 1; 0 without a place.

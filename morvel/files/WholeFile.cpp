@@ -61,6 +61,12 @@ std::error_code morvel::ReadWholeFile(const std::filesystem::path& name, std::st
 
 std::error_code morvel::ReplaceContents(const std::filesystem::path& name, std::string_view bytes) {
     if (_isFolder(name)) return std::make_error_code(std::errc::is_a_directory);
+    std::error_code none;
+    // A device or a pipe would be replaced, and no longer be one.
+    if (const auto status = std::filesystem::status(name, none);
+        std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+        return std::make_error_code(std::errc::not_supported);
+    }
     std::filesystem::path newName;
     std::FILE* file = nullptr;
     // Another process may have its file here, or have left it.

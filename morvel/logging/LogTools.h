@@ -39,7 +39,7 @@ constexpr const char* LevelFatal = "FATAL";  ///< What ends the program. Shows t
 MORVEL_API bool StartLog(const NString& name);
 
 /// The file of the log in force, in UTF-8, whether or not it is there yet; empty without a log.
-MORVEL_API NPath LogFile();
+[[nodiscard]] MORVEL_API NPath LogFile();
 
 /// Waits until every line that was queued before the call is written, as long as `seconds` at most:
 /// for the moment ahead of what loses queued lines, `abort`, `_exit` and `exec`. What is written

@@ -148,9 +148,10 @@ bool morvel::CanConvert(const NString& text, NStringEncoding encoding) {
 
 NString morvel::Decode(std::string_view bytes, NStringEncoding fallback) {
     if (bytes.substr(0, 2) == "\xFE\xFF") {
-        NString text = _tagged(bytes.substr(2), EncodingUTF16);
+        const std::size_t odd = bytes.size() % 2;  // a byte that is half of a unit stays behind
+        NString text = _tagged(bytes.substr(2, bytes.size() - 2 - odd), EncodingUTF16);
         text.SwapBytes();
-        return text;
+        return _tagged(text.Data() + std::string(bytes.substr(bytes.size() - odd)), EncodingUTF16);
     }
     const ByteOrderMark bom = BomOf(bytes);
     const NStringEncoding encoding = bom.length != 0 ? bom.encoding : fallback;

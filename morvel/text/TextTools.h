@@ -33,17 +33,17 @@ namespace morvel {
 /// A copy of the text as UTF-8 in NFC. NULs stay, unlike in NString::ConvertTo, which ends UTF-8 at
 /// the first one. What is malformed becomes '?', but for malformed text that is UTF-8 already: that
 /// stays as it is. Costs one or two copies of the text.
-MORVEL_API std::string Utf8(const NString& text);
+[[nodiscard]] MORVEL_API std::string Utf8(const NString& text);
 
 /// The text of these bytes of UTF-8, in NFC. A byte-order mark at the head stays a character, NULs
 /// and malformed sequences stay too.
 ///
 ///     FromUtf8(argument) == NString("Zo\xC3\xAB", EncodingUTF8)
-MORVEL_API NString FromUtf8(std::string_view bytes);
+[[nodiscard]] MORVEL_API NString FromUtf8(std::string_view bytes);
 
 #if defined(__cpp_char8_t)
 /// The same for a literal such as u8"Zoë", which is no std::string from C++20 on.
-inline NString FromUtf8(std::u8string_view text) {
+[[nodiscard]] inline NString FromUtf8(std::u8string_view text) {
     return FromUtf8(std::string_view(reinterpret_cast<const char*>(text.data()), text.size()));
 }
 #endif
@@ -77,11 +77,11 @@ struct NStringLess {
 /// Offset, in bytes, of the first place where the bytes aren't text in the encoding of their tag: a
 /// byte above 7F in ASCII, a broken sequence in UTF-8, a lone surrogate or an odd byte in UTF-16.
 /// Nothing if there is none; 0 under a tag that is no encoding. A NUL is a character.
-MORVEL_API std::optional<std::size_t> FindMalformed(const NString& text);
+[[nodiscard]] MORVEL_API std::optional<std::size_t> FindMalformed(const NString& text);
 
 /// Whether there is no such place. Ask this of text from outside before it is converted, since a
 /// conversion makes '?' of what it can't read.
-inline bool IsWellFormed(const NString& text) {
+[[nodiscard]] inline bool IsWellFormed(const NString& text) {
     return !FindMalformed(text);
 }
 
@@ -90,17 +90,17 @@ inline bool IsWellFormed(const NString& text) {
 /// cut it short.
 ///
 ///     CanConvert(FromUtf8("10 \xE2\x82\xAC"), EncodingLatin1)  // false: it would be "10 ?"
-MORVEL_API bool CanConvert(const NString& text, NStringEncoding encoding);
+[[nodiscard]] MORVEL_API bool CanConvert(const NString& text, NStringEncoding encoding);
 
 /// The text of a file or a message: a byte-order mark of UTF-8 or of UTF-16 in either byte order
 /// says how the bytes are to be read and is taken off; without one they are `fallback`. UTF-8 is
 /// brought to NFC, NULs stay.
-MORVEL_API NString Decode(std::string_view bytes, NStringEncoding fallback);
+[[nodiscard]] MORVEL_API NString Decode(std::string_view bytes, NStringEncoding fallback);
 
 /// How many characters a reader sees: extended grapheme clusters (Unicode Standard Annex 29), so
 /// that a letter with its combining marks, a flag and a family of emoji count as one each. Linear
 /// in the length.
-MORVEL_API std::size_t CountCharacters(const NString& text);
+[[nodiscard]] MORVEL_API std::size_t CountCharacters(const NString& text);
 
 }  // namespace morvel
 

@@ -46,15 +46,17 @@ inline std::chrono::microseconds Between(const NDateTime& earlier, const NDateTi
 
 /// The date that `text` is in `pattern`, to the letter: nothing for a text that doesn't match, that
 /// goes on behind the pattern, or that doesn't come out again when the date is formatted by the
-/// same pattern. NDateTime::Parse takes "yesterday at 5" for 0005-01-01 by "%Y-%m-%d", and
-/// "31.12.2024" for 0031-12-20.
+/// same pattern; nothing, too, by a pattern without any part of a date, such as "%H:%M".
+/// NDateTime::Parse takes "yesterday at 5" for 0005-01-01 by "%Y-%m-%d", and "31.12.2024" for
+/// 0031-12-20.
 ///
 /// `differential`, unless it is null, gets the seconds that a %z or %Z told, 0 without one. It is
 /// left alone where nothing is returned.
 ///
 ///     const auto due = morvel::ParseStrict("%Y-%m-%d", value);
 ///     if (!due) std::cerr << value << " is no date like 2026-11-25\n";
-MORVEL_API std::optional<NDateTime> ParseStrict(const std::string& pattern, const std::string& text,
-                                                std::int32_t* differential = nullptr);
+[[nodiscard]] MORVEL_API std::optional<NDateTime> ParseStrict(const std::string& pattern,
+                                                              const std::string& text,
+                                                              std::int32_t* differential = nullptr);
 
 }  // namespace morvel

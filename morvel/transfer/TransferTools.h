@@ -27,18 +27,18 @@ constexpr std::int32_t StatusOtherScheme = -5;
 
 /// A sentence for each status of NURL and of Fetch, such as "Couldn't connect to server": libcurl's
 /// where the number is libcurl's. Constant text.
-MORVEL_API std::string_view StatusText(std::int32_t status);
+[[nodiscard]] MORVEL_API std::string_view StatusText(std::int32_t status);
 
 /// `base` with these names and values as its query, each escaped as UTF-8, behind a query that it
 /// has already and in front of a fragment.
 ///
 ///     QueryUrl("https://localhost/find", {{"name", "Zo\xC3\xAB"}, {"page", "2"}})
 ///     // https://localhost/find?name=Zo%C3%AB&page=2
-MORVEL_API std::string QueryUrl(std::string_view base,
-                                const std::vector<std::pair<NString, NString>>& query);
+[[nodiscard]] MORVEL_API std::string QueryUrl(
+    std::string_view base, const std::vector<std::pair<NString, NString>>& query);
 
 /// What came back.
-struct Reply {
+struct [[nodiscard]] Reply {
     std::int32_t status = 0;  ///< 0 is success; see StatusText.
     std::string body;         ///< Up to a failure, what arrived before it.
 

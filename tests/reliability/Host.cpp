@@ -152,6 +152,11 @@ const std::map<std::string, std::function<void(const Line&, std::ostream&)>> com
     {"save-safely", DO(morvel::SaveSafely(_document(l), l.Path()))},
     {"write", DO(morvel::WriteFile(l.Path(), l.Filling()))},
     {"malformed", READ(out << int(morvel::FindMalformed(text).value_or(std::size_t(-1))))},
+    {"decode", READ(const std::string bytes = morvel::Decode(text.Data(), EncodingLatin1).Data();
+                    for (unsigned char byte
+                         : bytes) out
+                    << NString::HexString(&byte, 1))},
+    {"strict", READ(out << morvel::ParseStrict(text.Data(), l.other).has_value())},
     {"can-convert", READ(out << morvel::CanConvert(text, static_cast<NStringEncoding>(l.second)))},
     {"count", READ(out << morvel::CountCharacters(text))},
     {"query", READ(out << morvel::QueryUrl(l.other, {{"n", text}}))},

@@ -1,6 +1,7 @@
 """The companions against Python's codecs and URLs: malformed text, what an encoding can hold, documents in
 the encodings that they declare, queries."""
 
+import os
 import pathlib
 import random
 import sys
@@ -21,8 +22,7 @@ DECLARED = {"utf-8": "utf-8", "iso-8859-1": "latin-1", "latin1": "latin-1", "ISO
 BY_BYTES = ["utf-16", "utf-16-le", "utf-16-be", "utf-32", "utf-8-sig"]
 STATUS = {0: "Success", -2: "The transfer was cancelled", -3: "No file was named for the reply",
           -4: "The file for the reply could not be opened", -5: "The URL's scheme is neither http nor https",
-          100: "The transfer library could not be started", -1: "Unknown status", 5000: "Unknown status",
-          7: "Couldn't connect to server"}
+          100: "The transfer library could not be started", -1: "Unknown status", 5000: "Unknown status"}
 
 
 def first_malformed(text, codec):
@@ -90,6 +90,16 @@ def main(program):
         for status, sentence in STATUS.items():
             checks.expect(sentence, b"", "status", status)
         checks.expect("-5 0", b"", "fetch", 1)  # the name of a file is no address
+        for text, read in {b"\xfe\xff\0Z": "5A00", b"\xfe\xff\0Z\0": "5A0000", b"\xff\xfeZ\0\0": "5A0000",
+                           b"\xef\xbb\xbfe\xcc\x81": "C3A9", b"\xfe": "FE"}.items():
+            checks.expect(read, text, "decode", "-", 0)
+        for pattern, text, found in [("%Y-%m-%d", "2024-02-29", 1), ("%Y-%m-%d", "31.12.2024", 0), ("%H:%M", "10:20", 0),
+                                     ("abc", "abc", 0), ("%%", "%", 0), ("%b", "May", 1)]:
+            checks.expect(str(found), pattern.encode(), "strict", text, 0)
+        pipe = pathlib.Path(folder, "pipe")
+        os.mkfifo(pipe)
+        if not host.ask("write", pipe, 1) or not pipe.is_fifo():
+            checks.findings.append("a pipe was replaced by a file")
     finish(checks.findings, f"{checks.count:,} results")
 
 
