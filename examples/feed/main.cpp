@@ -60,7 +60,9 @@ int main(int argc, char** argv) {
         ->capture_default_str()
         ->check(CLI::Range(1, 86400));
     app.add_option("--most", most, "how many entries to list")->capture_default_str();
-    app.footer("Ends with 0, with 1 if the feed can't be got, with 2 if it is none.");
+    app.footer(
+        "Ends with 0, with 1 if the feed can't be got, with 2 if it is none, above 100 for a wrong "
+        "command line.");
     const CommandLine line(argc, argv);
     CLI11_PARSE(app, line.Count(), line.Arguments());
 

@@ -71,7 +71,9 @@ int main(int argc, char** argv) {
         command->add_option("name", name, "of the part")->required();
         command->add_option("count", count)->capture_default_str()->check(CLI::Range(1, 1000000));
     }
-    app.footer("Ends with 0, with 1 for a refusal, with 2 if the file can't be read or written.");
+    app.footer(
+        "Ends with 0, with 1 for a refusal, with 2 if the file can't be read or written, above 100 "
+        "for a wrong command line.");
     const CommandLine line(argc, argv);
     CLI11_PARSE(app, line.Count(), line.Arguments());
 

@@ -15,6 +15,7 @@ namespace {
 
 enum Exit { Done = 0, Refused = 1, Failed = 2 };
 
+const char names[] = "ascii, latin1, latin9, utf8 or utf16";
 const std::map<std::string, NStringEncoding> encodings = {
     {"ascii", EncodingASCII}, {"latin1", EncodingLatin1}, {"latin9", EncodingLatin9},
     {"utf8", EncodingUTF8},   {"utf16", EncodingUTF16},
@@ -52,13 +53,16 @@ int main(int argc, char** argv) {
     bool lossy = false;
     std::vector<std::string> files;
     app.add_option("--from", from, "what the files are in")
-        ->transform(CLI::CheckedTransformer(encodings, CLI::ignore_case));
+        ->transform(CLI::CheckedTransformer(encodings, CLI::ignore_case))
+        ->option_text(names);
     app.add_option("--to", to, "what they are to be in")
-        ->transform(CLI::CheckedTransformer(encodings, CLI::ignore_case));
+        ->transform(CLI::CheckedTransformer(encodings, CLI::ignore_case))
+        ->option_text(names);
     app.add_flag("--lossy", lossy, "write '?' for what the encoding lacks, and tell where");
-    app.add_option("files", files)->required();
+    app.add_option("files", files, "what to convert, each in its place")->required();
     app.footer(
-        "Ends with 0, with 1 if a file was refused, with 2 if one can't be read or written.");
+        "Ends with 0, with 1 if a file was refused, with 2 if one can't be read or written, above "
+        "100 for a wrong command line.");
     const CommandLine line(argc, argv);
     CLI11_PARSE(app, line.Count(), line.Arguments());
 
