@@ -308,21 +308,23 @@ def goal_table(found):
     return rows
 
 
-# A picture has no background of its own, and colours that can be read on a bright page and a dark one.
+# Colours that can be read on a bright page and on a dark one, with their own ground: where a page
+# embeds the picture, its ground needn't be the page's.
 STYLE = """<style>
 text { fill: #24292f; font: 12px sans-serif } text.title { font-size: 14px } text.quiet { fill: #57606a }
 line { stroke: #d0d7de } line.one { stroke: #57606a } line.range { stroke: #8c959f; stroke-width: 2 }
-circle { fill: #8c959f } circle.best { fill: #0b6e99 }
+circle { fill: #8c959f } circle.best { fill: #0b6e99 } rect.ground { fill: #ffffff }
 @media (prefers-color-scheme: dark) {
   text { fill: #e6edf3 } text.quiet { fill: #9198a1 } line { stroke: #3d444d } line.one { stroke: #9198a1 }
-  circle.best { fill: #4ab3e0 }
+  circle.best { fill: #4ab3e0 } rect.ground { fill: #0d1117 }
 }
 </style>"""
 
 
 def svg(width, height, parts):
     return "\n".join([f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {width} {height}" width="{width}" '
-                      f'height="{height}">', STYLE, *parts, "</svg>"]) + "\n"
+                      f'height="{height}">', STYLE, f'<rect class="ground" width="{width}" height="{height}"/>',
+                      *parts, "</svg>"]) + "\n"
 
 
 def ratios(job, cases):
