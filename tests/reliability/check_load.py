@@ -123,9 +123,9 @@ def main(program):
         total = sum(counts.values())
         if total != REQUESTS:
             findings.append(f"{total} of {REQUESTS} requests have their status")
-    finish(findings, f"{total:,} requests by {THREADS} threads, "
-           + ", ".join(f"{count:,} {kind}" for (kind, _), count in counts.most_common())
-           + f"; {descriptors} descriptors before and after, {memory:,} kB and {grown:+,} kB")
+    good = sum(count for (kind, _), count in counts.items() if kind not in REPLIES and kind != "refused")
+    finish(findings, f"{total:,} requests by {THREADS} threads, {total - good:,} of them to what misbehaves or isn't there; "
+           f"{descriptors} descriptors before and after, {memory:,} kB and {grown:+,} kB")
 
 
 if __name__ == "__main__":

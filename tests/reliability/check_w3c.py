@@ -109,7 +109,7 @@ def main(program, cache, pugixml, update=""):
     same_release = f"pugixml {pugixml}:" in head
     if same_release:
         findings += others
-    counts = collections.Counter(verdicts.values())
+    counts = collections.Counter(verdict.split()[0] for verdict in verdicts.values())
     finish(findings, f"{len(verdicts):,} documents: "
            + ", ".join(f"{count:,} {verdict}" for verdict, count in sorted(counts.items()))
            + ("" if same_release else f"; {len(others)} verdicts differ from those with the release of the table"))
