@@ -1,7 +1,5 @@
 #pragma once
 
-#include <regex>
-
 #include <tests/support/Test.h>
 
 namespace morvel::test {
@@ -11,12 +9,14 @@ namespace morvel::test {
 inline std::vector<std::vector<std::string>> ReadTable(const char* file, std::size_t columns) {
     std::vector<std::vector<std::string>> rows;
     std::ifstream in(file);
-    const std::regex between(" {2,}");
     for (std::string line; std::getline(in, line);) {
         if (line.empty() || line[0] == '#') continue;
-        auto& row =
-            rows.emplace_back(std::sregex_token_iterator(line.begin(), line.end(), between, -1),
-                              std::sregex_token_iterator());
+        std::vector<std::string>& row = rows.emplace_back();
+        for (std::size_t from = 0; from < line.size();) {
+            const std::size_t end = line.find("  ", from);
+            row.push_back(line.substr(from, end - from));
+            from = line.find_first_not_of(' ', end);
+        }
         EXPECT_EQ(row.size(), columns) << line;
         row.resize(columns);
     }
