@@ -4,9 +4,11 @@
 
 int main() {
     NXML document;
-    morvel::Load(document,
-                 "<d:order xmlns:d='urn:desk' xmlns:p='urn:people'>"
-                 "<p:name>Zo\xC3\xAB</p:name><p:first.name>Z</p:first.name></d:order>");
+    if (morvel::Load(document,
+                     "<d:order xmlns:d='urn:desk' xmlns:p='urn:people'>"
+                     "<p:name>Zo\xC3\xAB</p:name><p:first.name>Z</p:first.name></d:order>")) {
+        return 1;
+    }
     std::cout << morvel::Utf8(*morvel::ValueOf(document, "d:order.p:name")) << '\n'
               << morvel::Utf8(*morvel::ValueOf(document, "d:order.p:first|name")) << '\n';
     morvel::Put(document, "d:order.p:city", "Rouen");
