@@ -330,7 +330,7 @@ TEST(NString, ComparesInEveryLocale) {
         {"or the other way", Raw(Composed, Utf8), "\xE9", Latin1, 9, "===="},
         {"what the text can't have", Raw("?", Latin1), "\u20AC", Utf8, 9, "===="},
         {"equal tags are not even composed, at times", Raw(Decomposed, Utf8), Decomposed, Utf8, 9,
-         "=<=<"},
+         OnWindows ? "=<=" : "=<=<"},
     };
     for (const auto& row : rows) {
         const auto expectSigns = [&](const auto&... other) {
