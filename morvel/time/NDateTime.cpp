@@ -126,9 +126,8 @@ std::optional<NDateTime> _readPlain(std::string_view pattern, std::string_view t
     for (std::size_t i = 0; i < pattern.size(); ++i) {
         const char c = pattern[i];
         if (c != '%') {
-            if (isSeparator || text.empty() || text[0] != c ||
-                Separators.find(c) == Separators.npos)
-                return {};
+            const bool isPlain = Separators.find(c) != Separators.npos;
+            if (isSeparator || !isPlain || text.empty() || text[0] != c) return {};
             text.remove_prefix(1);
             isSeparator = true;
         } else if (const char letter = ++i < pattern.size() ? pattern[i] : '\0'; letter == 'z') {
