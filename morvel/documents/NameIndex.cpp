@@ -4,6 +4,7 @@
 #include <cctype>
 #include <cstring>
 #include <mutex>
+#include <shared_mutex>
 
 #include <morvel/documents/ElementName.h>
 #include <morvel/documents/NodePointer.h>
@@ -73,7 +74,7 @@ void NameIndex::Clear() noexcept {
 std::optional<pugi::xml_node> NameIndex::_lookUp(pugi::xml_node parent, std::string_view name) {
     const std::uint64_t hash = _hash(parent, name);
     {
-        const std::shared_lock<std::shared_mutex> lock(_mutex);
+        const std::shared_lock<platform::SharedMutex> lock(_mutex);
         const auto entry = _children.find(hash);
         if (entry != _children.end()) {
             const pugi::xml_node child(entry->second);
@@ -92,7 +93,7 @@ std::optional<pugi::xml_node> NameIndex::_lookUp(pugi::xml_node parent, std::str
 
 // Notes a node's first search, and enters its children at the second.
 void NameIndex::_searched(pugi::xml_node parent) {
-    const std::lock_guard<std::shared_mutex> lock(_mutex);
+    const std::lock_guard<platform::SharedMutex> lock(_mutex);
     try {
         const auto [known, isNew] =
             _parents.try_emplace(NodePointer::Of(parent), Children::Searched);

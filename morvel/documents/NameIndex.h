@@ -3,11 +3,12 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <shared_mutex>
 #include <string_view>
 #include <unordered_map>
 
 #include <pugixml.hpp>
+
+#include <morvel/platform/SharedMutex.h>
 
 namespace morvel {
 
@@ -42,7 +43,7 @@ private:
     void _searched(pugi::xml_node parent);
     bool _enter(pugi::xml_node parent, pugi::xml_node child);
 
-    std::shared_mutex _mutex;                           // guards what follows
+    platform::SharedMutex _mutex;                       // guards what follows
     std::unordered_map<std::uint64_t, Node> _children;  // by a hash of parent and name
     std::unordered_map<Node, Children> _parents;        // the nodes that were searched
 };

@@ -1,3 +1,4 @@
+#include <morvel/platform/SharedMutex.h>
 #include <morvel/platform/platform.h>
 
 #include <Poco/File.h>  // ahead of windows.h, since it brings winsock2.h
@@ -193,6 +194,22 @@ void Mutex::lock() {
 // A release would go to those who wait, on stacks that are gone with their threads.
 void Mutex::unlock() {
     if (!OtherThreadsAreGone()) ReleaseSRWLockExclusive(_asLock(&_lock));
+}
+
+void SharedMutex::lock() {
+    AcquireSRWLockExclusive(_asLock(&_lock));
+}
+
+void SharedMutex::unlock() {
+    ReleaseSRWLockExclusive(_asLock(&_lock));
+}
+
+void SharedMutex::lock_shared() {
+    AcquireSRWLockShared(_asLock(&_lock));
+}
+
+void SharedMutex::unlock_shared() {
+    ReleaseSRWLockShared(_asLock(&_lock));
 }
 
 std::tm LocalTime(std::time_t time) {
