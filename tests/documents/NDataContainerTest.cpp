@@ -69,7 +69,7 @@ TEST(NDataContainer, AssignmentGoesThroughAssignButForItself) {
     Counted a("a"), b("b");
     NDataContainer &target = a, &other = b;
     EXPECT_EQ(&(target = other), &target);
-    target = target;
+    target = static_cast<NDataContainer&>(a);  // itself
     EXPECT_EQ(a.RootName() + a.assigned, "b0");
     b.record = NBaseObject::Record();
     NXML document;
