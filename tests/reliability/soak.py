@@ -83,6 +83,8 @@ def main(program, minutes):
                     findings.append(f"{warm[0]} descriptors at first, {descriptors} at the end")
                 if memory > warm[1] + max(4096, warm[1] // 10):
                     findings.append(f"{warm[1]:,} kB at first, {memory:,} kB at the end")
+        if host.process.returncode != 0 and not findings:
+            findings.append(f"the program ended with {host.process.returncode}")  # a sanitizer's leaks, say
     remove_lock(lock)
     if findings:
         print(f"seed {seed}")
