@@ -13,6 +13,7 @@
 #include <morvel/platform/platform.h>
 #include <morvel/text/ByteOrderMark.h>
 #include <morvel/text/NString.h>
+#include <morvel/time/DatePattern.h>
 
 namespace {
 
@@ -79,14 +80,7 @@ bool _isDate(std::int32_t year, std::int32_t month, std::int32_t day, std::int32
            isIn(0, microsecond, 999);
 }
 
-// Whether the parser of POCO would look for a number.
-bool _asksForNumber(const std::string& format) {
-    constexpr std::string_view Letters = "defmnoyYrHhMSsicF";
-    for (std::size_t i = 0; i + 1 < format.size(); ++i) {
-        if (format[i] == '%' && Letters.find(format[++i]) != Letters.npos) return true;
-    }
-    return false;
-}
+constexpr std::string_view NumberLetters = "defmnoyYrHhMSsicF";  // POCO reads a number for each
 
 constexpr std::string_view PlainLetters = "YmdHMS";  // each stands for two digits, Y for four
 
@@ -122,18 +116,18 @@ std::optional<NDateTime> _readPlain(std::string_view pattern, std::string_view t
     constexpr std::string_view Separators = "-:T ";
     unsigned seen = 0;
     std::int32_t parts[] = {0, 1, 1, 0, 0, 0}, told = 0;  // in the order of the letters
-    bool isSeparator = true;                              // a number has to come next
+    bool wantsNumber = true;                              // at the head, and behind a separator
     for (std::size_t i = 0; i < pattern.size(); ++i) {
         const char c = pattern[i];
         if (c != '%') {
             const bool isPlain = Separators.find(c) != Separators.npos;
-            if (isSeparator || !isPlain || text.empty() || text[0] != c) return {};
+            if (wantsNumber || !isPlain || text.empty() || text[0] != c) return {};
             text.remove_prefix(1);
-            isSeparator = true;
+            wantsNumber = true;
         } else if (const char letter = ++i < pattern.size() ? pattern[i] : '\0'; letter == 'z') {
-            if (isSeparator || i + 1 < pattern.size() || !_readPlainZone(text, &told)) return {};
+            if (wantsNumber || i + 1 < pattern.size() || !_readPlainZone(text, &told)) return {};
             text = {};
-            isSeparator = false;
+            wantsNumber = false;
         } else {
             const std::size_t part = PlainLetters.find(letter);
             if (part == PlainLetters.npos || (seen >> part & 1) != 0 ||
@@ -141,11 +135,11 @@ std::optional<NDateTime> _readPlain(std::string_view pattern, std::string_view t
                 return {};
             }
             seen |= 1U << part;
-            isSeparator = false;
+            wantsNumber = false;
         }
     }
     const auto [year, month, day, hour, minute, second] = parts;
-    if (isSeparator || !text.empty() || second == 60 ||
+    if (wantsNumber || !text.empty() || second == 60 ||
         !_isDate(year, month, day, hour, minute, second, 0, 0)) {
         return {};
     }
@@ -186,7 +180,8 @@ bool _writePlain(std::string_view pattern, const std::int32_t (&parts)[6], std::
 // without any digit, of which it would read every number as 0 and so find the year 0.
 NDateTime _parsed(const std::string& format, const std::string& text,
                   std::int32_t* timeZoneDifferential) {
-    if (text.find_first_of("0123456789") == text.npos && _asksForNumber(format)) {
+    if (text.find_first_of("0123456789") == text.npos &&
+        morvel::HasLetterOf(NumberLetters, format)) {
         throw Poco::SyntaxException("no number");
     }
     std::int32_t told = *timeZoneDifferential;
