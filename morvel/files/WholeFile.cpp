@@ -60,11 +60,11 @@ std::error_code morvel::ReadWholeFile(const std::filesystem::path& name, std::st
 }
 
 std::error_code morvel::ReplaceContents(const std::filesystem::path& name, std::string_view bytes) {
-    if (_isFolder(name)) return std::make_error_code(std::errc::is_a_directory);
-    std::error_code none;
+    std::error_code ignored;
+    const std::filesystem::file_status status = std::filesystem::status(name, ignored);
+    if (is_directory(status)) return std::make_error_code(std::errc::is_a_directory);
     // A device or a pipe would be replaced, and no longer be one.
-    if (const auto status = std::filesystem::status(name, none);
-        std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+    if (exists(status) && !is_regular_file(status)) {
         return std::make_error_code(std::errc::not_supported);
     }
     std::filesystem::path newName;
@@ -80,9 +80,7 @@ std::error_code morvel::ReplaceContents(const std::filesystem::path& name, std::
     std::error_code error = _fill(file, name, bytes);
     if (std::fclose(file) != 0 && !error) error = _lastError();
     if (!error) error = platform::Rename(newName, name);
-    if (error) {
-        std::error_code ignored;  // the failure itself is what counts
-        std::filesystem::remove(newName, ignored);
-    }
+    // The failure itself is what counts.
+    if (error) std::filesystem::remove(newName, ignored);
     return error;
 }
