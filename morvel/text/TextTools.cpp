@@ -151,7 +151,7 @@ NString morvel::Decode(std::string_view bytes, NStringEncoding fallback) {
         const std::size_t odd = bytes.size() % 2;  // a byte that is half of a unit stays behind
         NString text = _tagged(bytes.substr(2, bytes.size() - 2 - odd), EncodingUTF16);
         text.SwapBytes();
-        return _tagged(text.Data() + std::string(bytes.substr(bytes.size() - odd)), EncodingUTF16);
+        return odd == 0 ? text : _tagged(text.Data() + bytes.back(), EncodingUTF16);
     }
     const ByteOrderMark bom = BomOf(bytes);
     const NStringEncoding encoding = bom.length != 0 ? bom.encoding : fallback;
