@@ -3,15 +3,14 @@
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
-#include <sched.h>
-#include <signal.h>
-#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <vector>
+
+#include "SecondCore.h"
 
 namespace {
 
@@ -75,14 +74,7 @@ int _startServer() {
         std::perror("transfer: no server on loopback");
         std::exit(1);
     }
-    const pid_t parent = ::getpid();
-    if (::fork() == 0) {
-        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-        if (::getppid() != parent) ::_exit(0);
-        cpu_set_t cores;
-        CPU_ZERO(&cores);
-        CPU_SET(1, &cores);
-        ::sched_setaffinity(0, sizeof cores, &cores);  // refused where there is one core only
+    if (bench::ForkServer() == 0) {
         for (;;) {
             const int socket = ::accept(listener, nullptr, nullptr);
             const int on = 1;

@@ -3,10 +3,7 @@
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <netinet/in.h>
-#include <sched.h>
-#include <signal.h>
 #include <spawn.h>
-#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -17,6 +14,8 @@
 #include <filesystem>
 #include <fstream>
 #include <thread>
+
+#include "SecondCore.h"
 
 namespace {
 
@@ -127,15 +126,8 @@ std::string bench::NginxServer(const std::string& locations) {
                "server { listen 127.0.0.1:"
             << free << ";\n"
             << locations << "\n} }\n";
-        const pid_t parent = ::getpid();
-        const pid_t child = ::fork();
+        const pid_t child = ForkServer();
         if (child == 0) {
-            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-            if (::getppid() != parent) ::_exit(0);
-            cpu_set_t cores;
-            CPU_ZERO(&cores);
-            CPU_SET(1, &cores);
-            ::sched_setaffinity(0, sizeof cores, &cores);  // refused where there is one core only
             ::execl(program, program, "-p", folder.c_str(), "-c", configuration.c_str(), "-e",
                     "errors", nullptr);
             ::_exit(1);
