@@ -584,9 +584,12 @@ def document(folder, results, context, versions):
             "directly.", "",
             "![Morvel beside the best of its peers, a line a job](performance/glance.svg)", "",
             *summary(results, found), ""]
-    text += ["Goals that are not met, and why:" if missed(found) else "All goals are met.", ""]
-    text += [f"- {JOBS[job]}, {case}: {goal}, there {there}" + (f": {why}" if (why := reason(job, case)) else ".")
-             for job, case, goal, there, _ in missed(found)] + [""]
+    if missed(found):
+        text += ["| What misses its goal | goal, and what was reached | why |", "|---|---|---|",
+                 *[f"| {JOBS[job]}, {case} | {goal}; {there} | {reason(job, case) or ''} |"
+                   for job, case, goal, there, _ in missed(found)], ""]
+    else:
+        text += ["All goals are met.", ""]
     text += whole_programs(results)
     if "growth" in results:
         rows = [[cell.strip() for cell in row.split("|")] for row in growth(results["growth"])[0]]
