@@ -16,11 +16,11 @@ using SteadyClock = std::chrono::steady_clock;
 
 constexpr int Starts = 5;  // a round
 
-// `files` are those whose size is the library's own, with spaces between.
+// `files` are those whose size is the library's own, with colons between.
 void _addLoad(const std::string& subject, const std::string& library, const std::string& files) {
-    std::istringstream words(files);
+    std::istringstream names(files);
     double bytes = 0;
-    for (std::string file; words >> file;) {
+    for (std::string file; std::getline(names, file, ':');) {
         bytes += static_cast<double>(std::filesystem::file_size(file));
     }
     benchmark::RegisterBenchmark(

@@ -23,7 +23,7 @@ endif()
 install(CODE "
     set(dll \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/morvel.dll\")
     execute_process(COMMAND_ERROR_IS_FATAL ANY
-        COMMAND ${CMAKE_OBJCOPY} --only-keep-debug $<TARGET_FILE:morvel> \${dll}.debug)
+        COMMAND ${CMAKE_OBJCOPY} --only-keep-debug \"$<TARGET_FILE:morvel>\" \${dll}.debug)
     execute_process(COMMAND_ERROR_IS_FATAL ANY
         COMMAND ${CMAKE_OBJCOPY} --add-gnu-debuglink=\${dll}.debug \${dll})")
 
