@@ -33,7 +33,7 @@ extern const std::string IdentifierAlphabet;
 extern IdentifierGenerator _identifierGenerator;
 
 /// nanoid::generate into storage that is there already. What it throws leaves `*result` as it was,
-/// but for what the source throws.
+/// but for what the source throws at a later draw than the first.
 void GenerateInto(std::string* result, nanoid::crypto_random_base& source,
                   const std::string& alphabet, unsigned long long size);
 
