@@ -4,6 +4,7 @@
 
 #include <morvel/files/ThrowTranslated.h>
 #include <morvel/platform/platform.h>
+#include <morvel/text/Conversion.h>
 
 // POCO's headers may have brought windows.h in.
 #undef CreateDirectory
@@ -11,9 +12,9 @@
 
 namespace {
 
-Poco::File _pocoFile(NString path) {  // by value: the copy is what gets converted
-    path.ConvertTo(EncodingUTF8);
-    return Poco::File(path.Data());
+Poco::File _pocoFile(const NString& path) {
+    return morvel::WithBytesIn(EncodingUTF8, path,
+                               [](const std::string& bytes) { return Poco::File(bytes); });
 }
 
 }  // namespace

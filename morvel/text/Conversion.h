@@ -34,6 +34,15 @@ bool Transcode(std::string_view text, NStringEncoding from, NStringEncoding to, 
 /// that is refused aside.
 bool KeepsBytes(std::string_view text, NStringEncoding from, NStringEncoding to);
 
+/// Calls `use` with the bytes of `text` as ConvertTo(encoding) would leave them.
+template <class Use>
+auto WithBytesIn(NStringEncoding encoding, const NString& text, Use use) {
+    if (KeepsBytes(text.Data(), text.Encoding(), encoding)) return use(text.Data());
+    NString converted(text);
+    converted.ConvertTo(encoding);
+    return use(converted.Data());
+}
+
 /// Bytes, at any address, as wide units; an odd last byte is left out.
 inline NWideString WideFromBytes(std::string_view bytes) {
     NWideString wide(bytes.size() / sizeof(NWideChar), NWideChar());

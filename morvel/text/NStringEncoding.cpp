@@ -171,9 +171,8 @@ NWideString NString::Wide() const {
 }
 
 std::ostream& operator<<(std::ostream& stream, const NString& text) {
-    NString copy(text);
-    copy.ConvertTo(EncodingUTF8);
-    return stream << copy.Data();
+    morvel::WithBytesIn(EncodingUTF8, text, [&](const std::string& bytes) { stream << bytes; });
+    return stream;
 }
 
 NWideString NString::StringToWide(const std::string& text, std::int32_t codePage) {

@@ -18,20 +18,11 @@ namespace {
 
 constexpr std::size_t NotFound = std::string::npos;
 
-/// Calls `use` with the bytes of `text` as ConvertTo(encoding) would leave them.
-template <class Use>
-auto _withBytesIn(NStringEncoding encoding, const NString& text, Use use) {
-    if (morvel::KeepsBytes(text.Data(), text.Encoding(), encoding)) return use(text.Data());
-    NString converted(text);
-    converted.ConvertTo(encoding);
-    return use(converted.Data());
-}
-
 // Apart from its callers, so that those which can do without are as short as what they call.
 template <class Primitive>
 [[gnu::noinline]] int _compareConverted(const NString& text, const NString& other,
                                         Primitive primitive) {
-    return _withBytesIn(text.Encoding(), other, [&](const std::string& bytes) {
+    return morvel::WithBytesIn(text.Encoding(), other, [&](const std::string& bytes) {
         return primitive(text.CStr(), bytes.c_str());
     });
 }
@@ -136,8 +127,8 @@ std::string _replaceBytes(std::string& data, std::size_t pos, std::size_t count,
 }  // namespace
 
 bool NString::operator==(const NString& other) const {
-    return _withBytesIn(_encoding, other,
-                        [this](const std::string& bytes) { return _data == bytes; });
+    return morvel::WithBytesIn(_encoding, other,
+                               [this](const std::string& bytes) { return _data == bytes; });
 }
 
 bool NString::operator==(const std::string& other) const {
@@ -156,7 +147,7 @@ NString& NString::operator+=(const NString& other) {
     if (other._encoding == _encoding) {
         _data += other._data;  // as it stands: only a conversion brings text to NFC
     } else {
-        _withBytesIn(_encoding, other, [this](const std::string& bytes) { _data += bytes; });
+        morvel::WithBytesIn(_encoding, other, [this](const std::string& bytes) { _data += bytes; });
     }
     return *this;
 }
