@@ -5,6 +5,7 @@
 #include <string>
 
 #include <morvel/documents/NXML.h>
+#include <morvel/logging/LogTools.h>
 #include <morvel/logging/NLog.h>
 #include <morvel/logging/NLogMessage.h>
 
@@ -38,12 +39,13 @@ void _addLog() {
                 auto* const log = new NLog;
                 log->SetName("bench");
                 NLog::Set(log);
-                const int written = bench::InThreads(static_cast<std::size_t>(threads), [threads] {
+                const int logged = bench::InThreads(static_cast<std::size_t>(threads), [threads] {
                     for (int i = 0; i < Lines / threads; ++i) NLOG("NOTICE", "morvel - line %d", i);
                     return Lines / threads;
                 });
+                const bool written = morvel::FlushLog(60);
                 delete log;
-                return written;
+                return written ? logged : 0;
             },
             Lines, bench::Clock::Wall);
     }

@@ -101,8 +101,6 @@ void _addCompare(std::size_t bytes) {
     const NString a(text, EncodingUTF8), b(text, EncodingUTF8);
     bench::AddEqual(
         name + "/Morvel", size, [a, b] { return a.Compare(b); }, 0);
-    bench::AddEqual(
-        name + "/Morvel ==", size, [a, b] { return a == b; }, true);
     const std::string c = text, d = text;
     bench::AddEqual(
         name + "/std::string", size, [c, d] { return c.compare(d); }, 0);
@@ -112,6 +110,23 @@ void _addCompare(std::size_t bytes) {
         name + "/QByteArray", size, [e, f] { return e.compare(f); }, 0);
 }
 
+// Of two texts that are the same, so that every byte counts.
+void _addEqual(const std::string& script, std::size_t bytes) {
+    const std::string text = bench::Text(script, bytes);
+    const std::string name = "equal, " + script + " " + bench::SizeName(bytes);
+    const bench::Size size = bench::Bytes(text.size());
+    const NString a(text, EncodingUTF8), b(text, EncodingUTF8);
+    bench::AddEqual(
+        name + "/Morvel", size, [a, b] { return a == b; }, true);
+    const std::string c = text, d = text;
+    bench::AddEqual(
+        name + "/std::string", size, [c, d] { return c == d; }, true);
+    const QByteArray e = QByteArray::fromStdString(text);
+    const QByteArray f(e.constData(), e.size());
+    bench::AddEqual(
+        name + "/QByteArray", size, [e, f] { return e == f; }, true);
+}
+
 }  // namespace
 
 void AddSubjects() {
@@ -119,4 +134,7 @@ void AddSubjects() {
     _addFind();
     _addCompare(64);
     _addCompare(64 << 10);
+    _addEqual("ascii", 64);
+    _addEqual("ascii", 64 << 10);
+    _addEqual("latin", 64 << 10);
 }

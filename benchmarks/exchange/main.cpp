@@ -46,11 +46,14 @@ std::vector<fs::path> _logs(const fs::path& folder) {
     return found;
 }
 
-// Some peers write their lines in a thread of its own.
+// Some peers write their lines in a thread of its own, and lines of theirs ahead of the first.
 void _waitForFirstLine(const fs::path& folder) {
     for (;;) {
         for (const fs::path& log : _logs(folder)) {
-            if (fs::file_size(log) != 0) return;
+            std::ifstream in(log);
+            for (std::string line; std::getline(in, line);) {
+                if (line.find("the order desk opens") != line.npos) return;
+            }
         }
         std::this_thread::sleep_for(std::chrono::microseconds(20));
     }
