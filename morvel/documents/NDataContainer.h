@@ -154,9 +154,18 @@ public:
     virtual bool SetAttribute(const std::string& path, const std::string& name,
                               const std::string& value) = 0;
 
+    /// A number doesn't compile: 0 would be taken for a null pointer.
+    template <class Number, class = std::enable_if_t<std::is_arithmetic_v<Number>>>
+    bool SetAttribute(const std::string& path, const std::string& name, Number value) = delete;
+
     /// False if the element has no attribute of exactly this name: here, and only here, case
     /// counts.
     virtual bool RemoveAttribute(const std::string& path, const std::string& name) = 0;
+
+    /// An index doesn't compile: attributes have names alone, and 0 would be taken for a null
+    /// pointer.
+    template <class Number, class = std::enable_if_t<std::is_arithmetic_v<Number>>>
+    bool RemoveAttribute(const std::string& path, Number index) = delete;
 
     /// Removes all. True if there are none too.
     virtual bool RemoveAttributes(const std::string& path) = 0;

@@ -4,6 +4,7 @@
 #include <iosfwd>
 #include <memory>
 #include <string>
+#include <type_traits>
 
 #include <morvel/base/NBaseObject.h>
 #include <morvel/documents/NDataContainer.h>
@@ -94,8 +95,10 @@ public:
     bool SetValue(const std::string& path, const std::string& value) override;
     bool SetAttributes(const std::string& path, const NAttributeList& list) override;
     bool GetAttributes(const std::string& path, NAttributeList& list) const override;
+    using NDataContainer::SetAttribute;
     bool SetAttribute(const std::string& path, const std::string& name,
                       const std::string& value) override;
+    using NDataContainer::RemoveAttribute;
     bool RemoveAttribute(const std::string& path, const std::string& name) override;
     bool RemoveAttributes(const std::string& path) override;
     bool RemoveElementsByName(const std::string& path, NNameList names) override;
@@ -132,9 +135,13 @@ public:
     /// there already gets plain text.
     virtual bool SetValueCData(const std::string& path, const std::string& value);
 
+    /// A number doesn't compile: 0 would be taken for a null pointer.
+    template <class Number, class = std::enable_if_t<std::is_arithmetic_v<Number>>>
+    bool SetValueCData(const std::string& path, Number value) = delete;
+
     /// Null if the document has no root element, else the document itself, which lives until the
     /// next call that is not const. Meant as a truth value.
-    const pugi::xml_document* HasRoot() const;
+    const pugi::xml_document* HasRoot() const MORVEL_LIFETIMEBOUND;
 
 private:
     MORVEL_LOCAL static const NClassRecord _record;

@@ -36,10 +36,14 @@ guides() {  # <compiler> <part of the message> <line>
         { echo "$1 does not say '$2' to: $3"; exit 1; }
 }
 guides "$compiler" deleted 'x.SetValue("a.b", 0);'
+guides "$compiler" deleted 'x.SetValueCData("a.b", 0);'
+guides "$compiler" deleted 'x.SetAttribute("a.b", "id", 0);'
+guides "$compiler" deleted 'x.RemoveAttribute("a.b", 0);'
 guides "$compiler" nodiscard 'x.LoadFile("a", true);'
 guides "$compiler" nodiscard 'u.Get("http://localhost", 1, nullptr, nullptr, nullptr, nullptr);'
 if command -v clang++ >"$work/clang"; then
     guides clang++ Wdangling 'const std::string& s = NString("a").Converted(EncodingUTF16); t = s;'
+    guides clang++ Wdangling 'const std::string& s = KelFileException("a", 0).Message(); t = s;'
     guides clang++ Wdangling 'const NAttributeList& a = NXML().RootAttributes(); t = a[0].first;'
 fi
 
