@@ -32,7 +32,8 @@ public:
     /// factory throws, whatever it throws.
     [[nodiscard]] NBaseObject* CreateInstance() const;
 
-    const std::string& Name() const { return _name; }         ///< Name of the class.
+    /// Name of the class.
+    const std::string& Name() const MORVEL_LIFETIMEBOUND { return _name; }
     std::uint32_t ObjectSize() const { return _objectSize; }  ///< Size of an object, in bytes.
     std::uint32_t Schema() const { return _schema; }          ///< 0xFFFF in every record.
 

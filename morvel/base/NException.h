@@ -42,9 +42,11 @@ public:
     virtual void Reserved();                    ///< Does nothing.
 
     /// The particulars, the name of a file say; can be empty.
-    const std::string& Message() const { return _message; }
-    std::int32_t Code() const { return _code; }           ///< 0 in all that the library throws.
-    const NException* Nested() const { return _nested; }  ///< Null if there is none.
+    const std::string& Message() const MORVEL_LIFETIMEBOUND { return _message; }
+    std::int32_t Code() const { return _code; }  ///< 0 in all that the library throws.
+
+    /// Null if there is none.
+    const NException* Nested() const MORVEL_LIFETIMEBOUND { return _nested; }
 
 private:
     std::string _message;

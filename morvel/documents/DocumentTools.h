@@ -76,8 +76,8 @@ struct ChildElement {
 
     /// The element itself, to call an operation of.
     ///@{
-    const NXML* operator->() const { return element.get(); }
-    NXML* operator->() { return element.get(); }
+    const NXML* operator->() const MORVEL_LIFETIMEBOUND { return element.get(); }
+    NXML* operator->() MORVEL_LIFETIMEBOUND { return element.get(); }
     ///@}
 };
 

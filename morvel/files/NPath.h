@@ -47,9 +47,9 @@ public:
     /// relative. The encoding becomes the higher of the two by number. Narrow text counts as
     /// EncodingSystem unless it begins with a byte-order mark.
     ///@{
-    NPath& Append(const NString& other);
-    NPath& Append(const std::string& other);
-    NPath& Append(const char* other);
+    NPath& Append(const NString& other) MORVEL_LIFETIMEBOUND;
+    NPath& Append(const std::string& other) MORVEL_LIFETIMEBOUND;
+    NPath& Append(const char* other) MORVEL_LIFETIMEBOUND;
     ///@}
 
     /// The file name up to its last dot; empty for a folder.
@@ -59,8 +59,12 @@ public:
     /// under that name isn't asked.
     bool IsFile() const;
 
-    NPath& MakeDirectory();              ///< In place: the file name becomes the last folder.
-    NPath& MakeFile();                   ///< In place: the last folder becomes the file name.
+    /// In place: the file name becomes the last folder, the last folder the file name.
+    ///@{
+    NPath& MakeDirectory() MORVEL_LIFETIMEBOUND;
+    NPath& MakeFile() MORVEL_LIFETIMEBOUND;
+    ///@}
+
     [[nodiscard]] NPath Parent() const;  ///< The folder that holds the file or folder.
 
     /// In place: replaces the extension or adds one, without the dot; an empty one takes it away.
