@@ -14,8 +14,9 @@ int main() {
         if (name == ship) std::cout << name << " is " << morvel::ReadFile(file);
     }
 #if defined(__cpp_lib_format)
-    std::cout << std::format("[{:>8}]\n", ship);
+    std::cout << std::format("[{:>8}] in {}\n", ship, file);
 #else
-    std::cout << '[' << std::string(8 - morvel::CountCharacters(ship), ' ') << ship << "]\n";
+    std::cout << '[' << std::string(8 - morvel::CountCharacters(ship), ' ') << ship << "] in "
+              << file << '\n';
 #endif
 }

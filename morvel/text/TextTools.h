@@ -14,13 +14,14 @@
 #endif
 #endif
 #if defined(__cpp_lib_format)
+#include <concepts>
 #include <format>
 #endif
 
 /// @file
 /// Companions of NString: what programs do with texts all the time, on its public operations alone.
-/// With C++20's std::format, or where the header of fmt was included before this one, a text can be
-/// an argument of both: `std::format("{:>20}", text)`.
+/// Where the compiler has C++20's std::format, a text or a path can be an argument of it:
+/// `std::format("{:>20}", text)`. For fmt there is FmtTools.h.
 ///
 /// @failure Nothing but std::bad_alloc is thrown.
 /// @threads Each works on copies and only reads its arguments: any number of threads may pass the
@@ -106,24 +107,12 @@ struct NStringLess {
 
 #if defined(__cpp_lib_format)
 /// std::format("{:>20}", text): the text as UTF-8, by the rules for std::string.
-template <>
-struct std::formatter<NString> : std::formatter<std::string> {
+template <std::derived_from<NString> Text>
+struct std::formatter<Text, char> : std::formatter<std::string> {
     /// Writes the text as UTF-8.
     template <class Context>
     auto format(const NString& text, Context& context) const {
         return std::formatter<std::string>::format(morvel::Utf8(text), context);
-    }
-};
-#endif
-
-#if defined(FMT_VERSION)
-/// The same for fmt, where its header was included before this one.
-template <>
-struct fmt::formatter<NString> : fmt::formatter<std::string> {
-    /// Writes the text as UTF-8.
-    template <class Context>
-    auto format(const NString& text, Context& context) const {
-        return fmt::formatter<std::string>::format(morvel::Utf8(text), context);
     }
 };
 #endif
