@@ -9,7 +9,7 @@
 #include <morvel/text/NString.h>
 
 namespace morvel {
-struct LogAccess;
+struct LogAccess;  // what LogTools.h needs to know of a log; no part of the interface
 }
 
 /// The process-wide log: off, unless `morvel.log` stood in the folder `Tarnwick Software` under the
@@ -19,8 +19,8 @@ struct LogAccess;
 ///
 /// The first line builds the log's chain and its thread, which alone touches the file. Lines stand
 /// in the file in the order in which one thread wrote them; a line feed in a text begins a new line
-/// there. At 10 megabytes the file becomes `morvel.log.0`, that
-/// one `morvel.log.1` and so on; archives older than 24 hours are removed at the next such moment.
+/// there. At 10 megabytes the file becomes `morvel.log.0`, that one `morvel.log.1` and so on;
+/// archives older than 24 hours are removed at the next such moment.
 ///
 /// Unloading the library and ending the process by `exit` or a return from main write what is
 /// queued; a violent end (`abort`, `std::terminate`, `_exit`, `quick_exit`, a signal) or an `exec`
