@@ -20,10 +20,8 @@ struct Refusal {
 };
 
 void _load(NXML& stock, const NPath& file) {
-    if (!NFile(file).Exists()) {
-        stock.CreateRoot("inventory");
-        return;
-    }
+    stock.CreateRoot("inventory");
+    if (!NFile(file).Exists()) return;
     const morvel::XmlFault fault = morvel::LoadFrom(stock, file);
     if (fault || stock.RootName() != "inventory") {
         std::string reason = fault ? fault.message : "its root is <" + stock.RootName() + ">";
@@ -37,11 +35,10 @@ void _load(NXML& stock, const NPath& file) {
 int _change(NXML& stock, const NString& name, int difference) {
     int count = difference;
     for (const morvel::ChildElement& part : morvel::Children(stock, "inventory", "part")) {
-        if (morvel::NStringEqual()(morvel::TextOf(*part.element, "part.name"), name)) {
-            count += morvel::TextOf(*part.element, "part.count").ToInt();
-            stock.RemoveElement("inventory", part.index);
-            break;
-        }
+        if (!morvel::NStringEqual()(morvel::TextOf(*part.element, "part.name"), name)) continue;
+        count += morvel::TextOf(*part.element, "part.count").ToInt();
+        stock.RemoveElement("inventory", part.index);
+        break;
     }
     if (count < 0) {
         throw Refusal{"There are " + std::to_string(count - difference) + " of " +
