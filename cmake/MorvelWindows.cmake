@@ -15,7 +15,7 @@ install(FILES ${PROJECT_SOURCE_DIR}/LICENSE ${PROJECT_SOURCE_DIR}/packaging/wind
     DESTINATION .)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/build/docs DESTINATION . OPTIONAL)  # of script/docs
 if(MORVEL_EXAMPLES)
-    install(TARGETS exchange fetch notebook RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    install(TARGETS exchange feed fetch inventory notebook recode RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()
 
 # The package: a ZIP with all of that. The library's debug information goes into a file of its own

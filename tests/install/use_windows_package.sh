@@ -1,7 +1,7 @@
 #!/bin/sh
 # usage: use_windows_package.sh PACKAGE.zip
 # Unpacks the package into an empty folder, builds a program against it with the cross compiler and
-# runs that and the packaged demo with nothing else on the path; looks at checksums, version resource,
+# runs that and the packaged examples with nothing else on the path; looks at checksums, version resource,
 # debug information and bill of materials. REQUIRES: the environment of script/windows, which runs it.
 set -eu
 package=$(readlink -f "$1")
@@ -32,7 +32,11 @@ XDG_DATA_HOME="Z:$work/data"
 export XDG_DATA_HOME
 (cd consumer && WINEPATH="Z:$root/bin" wine consumer.exe)
 
+for example in exchange feed fetch inventory notebook recode; do
+    wine "$root/bin/$example.exe" --help >help.log || { cat help.log; exit 1; }
+    grep -q "Usage: .*$example" help.log || { echo "$example --help shows no usage"; exit 1; }
+done
 wine "$root/bin/exchange.exe" >demo.log || { cat demo.log; exit 1; }
 cat demo.log
 grep -q 'order number A-2041' demo.log
-echo "$(basename "$package"): a program builds and runs against it, and the demo runs"
+echo "$(basename "$package"): a program builds and runs against it, and the examples run"
