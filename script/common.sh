@@ -1,11 +1,13 @@
 # shellcheck shell=bash
-# Sourced by the commands of this folder: where the project is, and one way to give up.
+# Sourced by the project's commands: where it is, what the command is called, and one way to give up.
 set -euo pipefail
+this=$(cd "$(dirname "$0")" && pwd)/$(basename "$0")
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
+this=${this#"$PWD"/}
 
 # die SENTENCE...: says what is wrong and what to do, and ends the command.
 die() {
-    printf '%s: %s\n' "script/$(basename "$0")" "$*" >&2
+    printf '%s: %s\n' "$this" "$*" >&2
     exit 1
 }
 
@@ -13,7 +15,7 @@ die() {
 say() { printf '\n== %s\n' "$*"; }
 
 # usage: what stands at the top of the command's file.
-usage() { sed -n '2,/^[^#]/s/^# //p' "script/$(basename "$0")"; }
+usage() { sed -n '2,/^[^#]/s/^# //p' "$this"; }
 
 # refuse WORD [SENTENCE...]: ends the command at a word that it does not know, and shows those it does.
 refuse() {
