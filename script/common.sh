@@ -56,6 +56,9 @@ test_option() {
     esac
 }
 
+# warnings: of a log, the lines in which a compiler warns, and what CMake warns of, whole.
+warnings() { awk '/^CMake.*Warning/ { on = 1 } on && /^[^C ]/ { on = 0 } on || tolower($0) ~ /warning: /'; }
+
 # build PRESET [TARGET...]: configures and builds; quick when nothing has changed. With
 # MORVEL_TOLERATE_WARNINGS the compiler's warnings are no errors, as where it is newer than the code.
 build() {
@@ -72,6 +75,7 @@ build() {
         rm -f "$log"
         die "CMake could not configure preset '$preset'; the lines above say what it misses. script/bootstrap installs all that the project needs."
     fi
+    warnings <"$log" >&2
     rm -f "$log"
     cmake --build "build/$preset" -j "${MORVEL_JOBS:-$(nproc)}" ${1:+--target "$@"}
 }
