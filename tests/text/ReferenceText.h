@@ -46,10 +46,13 @@ inline std::string ByPoco(std::string bytes, NStringEncoding from, NStringEncodi
         if (lead == 0xDC) bytes.replace(i, 2, "?\0", 2);
         if (lead == 0xD8) i += 2;  // takes the next unit with it
     }
-    const char* const names[] = {"UTF-16", "ASCII", "Latin1", "Latin9", "UTF-8", "UTF-16"};
+    // Once: each look-up takes a lock, which is slow under Wine.
     using Poco::TextEncoding;
-    Poco::TextConverter converter(TextEncoding::byName(names[from]),
-                                  TextEncoding::byName(names[to]), '?');
+    static TextEncoding* const encodings[] = {
+        &TextEncoding::byName("UTF-16"), &TextEncoding::byName("ASCII"),
+        &TextEncoding::byName("Latin1"), &TextEncoding::byName("Latin9"),
+        &TextEncoding::byName("UTF-8"),  &TextEncoding::byName("UTF-16")};
+    Poco::TextConverter converter(*encodings[from], *encodings[to], '?');
     std::string result;
     converter.convert(bytes, result);
     return result;
