@@ -19,8 +19,7 @@ int main(int argc, char** argv) {
     app.add_option("--timeout", timeout, "seconds to wait for the reply")
         ->capture_default_str()
         ->check(CLI::Range(1, 86400));
-    const CommandLine line(argc, argv);
-    CLI11_PARSE(app, line.Count(), line.Arguments());
+    if (const auto status = CommandLine(argc, argv).Parse(app)) return *status;
 
     int result = 0;
     try {

@@ -63,8 +63,7 @@ int main(int argc, char** argv) {
     app.footer(
         "Ends with 0, with 1 if the feed can't be got, with 2 if it is none, above 100 for a wrong "
         "command line.");
-    const CommandLine line(argc, argv);
-    CLI11_PARSE(app, line.Count(), line.Arguments());
+    if (const auto status = CommandLine(argc, argv).Parse(app)) return *status;
 
     std::string bytes;
     if (source.find("://") != source.npos) {

@@ -107,8 +107,7 @@ int main(int argc, char** argv) {
                  "Ctrl-C ends the program")
         ->needs(outputOption);
     app.add_flag("--keep-errors", keepErrors, "take the page of an HTTP error as a result");
-    const CommandLine line(argc, argv);
-    CLI11_PARSE(app, line.Count(), line.Arguments());
+    if (const auto status = CommandLine(argc, argv).Parse(app)) return *status;
 
     const NPath file(output, EncodingUTF8);
     std::uint32_t flags = 0;

@@ -71,8 +71,7 @@ int main(int argc, char** argv) {
     app.footer(
         "Ends with 0, with 1 for a refusal, with 2 if the file can't be read or written, above 100 "
         "for a wrong command line.");
-    const CommandLine line(argc, argv);
-    CLI11_PARSE(app, line.Count(), line.Arguments());
+    if (const auto status = CommandLine(argc, argv).Parse(app)) return *status;
 
     const NPath file(fileName, EncodingUTF8);
     try {

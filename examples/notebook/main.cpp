@@ -42,8 +42,7 @@ int main(int argc, char** argv) {
         command->add_option("--mail", mail);
         command->add_option("--town", town);
     }
-    const CommandLine line(argc, argv);
-    CLI11_PARSE(app, line.Count(), line.Arguments());
+    if (const auto status = CommandLine(argc, argv).Parse(app)) return *status;
 
     try {
         AddressBook book;

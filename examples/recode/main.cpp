@@ -15,7 +15,6 @@ namespace {
 
 enum Exit { Done = 0, Refused = 1, Failed = 2 };
 
-const char names[] = "ascii, latin1, latin9, utf8 or utf16";
 const std::map<std::string, NStringEncoding> encodings = {
     {"ascii", EncodingASCII}, {"latin1", EncodingLatin1}, {"latin9", EncodingLatin9},
     {"utf8", EncodingUTF8},   {"utf16", EncodingUTF16},
@@ -45,26 +44,22 @@ std::string _bytes(NString text, NStringEncoding encoding) {
 
 int main(int argc, char** argv) {
     CLI::App app(
-        "Converts text files in their place. A byte-order mark tells UTF-8 and UTF-16 whatever "
-        "--from "
-        "says; UTF-16 is written with one. Texts come out in Unicode's composed form (NFC).");
-    NStringEncoding from = EncodingUTF8;
-    NStringEncoding to = EncodingUTF8;
+        "Converts text files in their place, from UTF-8 and to UTF-8 unless told otherwise. A "
+        "byte-order mark tells UTF-8 and UTF-16 whatever --from says; UTF-16 is written with one. "
+        "Texts come out in Unicode's composed form (NFC).");
+    std::string fromName = "utf8", toName = "utf8";
     bool lossy = false;
     std::vector<std::string> files;
-    app.add_option("--from", from, "what the files are in")
-        ->transform(CLI::CheckedTransformer(encodings, CLI::ignore_case))
-        ->option_text(names);
-    app.add_option("--to", to, "what they are to be in")
-        ->transform(CLI::CheckedTransformer(encodings, CLI::ignore_case))
-        ->option_text(names);
+    const CLI::IsMember known(encodings, CLI::ignore_case);
+    app.add_option("--from", fromName, "what the files are in")->transform(known);
+    app.add_option("--to", toName, "what they are to be in")->transform(known);
     app.add_flag("--lossy", lossy, "write '?' for what the encoding lacks, and tell where");
     app.add_option("files", files, "what to convert, each in its place")->required();
     app.footer(
         "Ends with 0, with 1 if a file was refused, with 2 if one can't be read or written, above "
         "100 for a wrong command line.");
-    const CommandLine line(argc, argv);
-    CLI11_PARSE(app, line.Count(), line.Arguments());
+    if (const auto status = CommandLine(argc, argv).Parse(app)) return *status;
+    const NStringEncoding from = encodings.at(fromName), to = encodings.at(toName);
 
     int result = Done;
     std::size_t number = 0;
