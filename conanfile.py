@@ -16,7 +16,7 @@ class Morvel(ConanFile):
     package_type = "shared-library"
     settings = "os", "arch", "compiler", "build_type"
     requires = "poco/[>=1.11 <2]", "libcurl/[>=7.88 <9]", "pugixml/[>=1.13 <2]", "utf8proc/[>=2.8 <3]"
-    exports_sources = "CMakeLists.txt", "LICENSE", "cmake/*", "morvel/*", "packaging/*"
+    exports_sources = "CMakeLists.txt", "LICENSE", "cmake/*", "debugger/*", "morvel/*", "packaging/*"
 
     def set_version(self):
         header = load(self, f"{self.recipe_folder}/morvel/version.h")

@@ -17,6 +17,10 @@ dpkg-deb -c "$packages"/libmorvel-doc_*.deb >"$work/found"
 for page in index changelog classNString search/search; do
     grep -q "/html/$page\.[hj][^.]*$" "$work/found" || { echo "libmorvel-doc lacks $page"; exit 1; }
 done
+dpkg-deb -x "$packages"/libmorvel-doc_*.deb "$work/doc"
+grep -rHoE '\]\([^):#]+\.md' "$work/doc" | while IFS= read -r link; do
+    [ -e "$(dirname "${link%%:*}")/${link##*(}" ] || { echo "a page leads nowhere: ${link#"$work/doc"})"; exit 1; }
+done
 for name in libmorvel1 libmorvel-dev; do
     dpkg-deb -x "$packages/${name}"_*.deb "$work/root"
     dpkg-deb -e "$packages/${name}"_*.deb "$work/control"
