@@ -1,13 +1,8 @@
 #include <morvel/base/NErrorHandler.h>
 
-#include <iomanip>
-#include <iostream>
-
 #include <tests/support/Test.h>
 
 namespace {
-
-using namespace std::string_literals;
 
 // What the handler in force writes about one of each, where the host had set a width.
 std::string _reports() {

@@ -6,8 +6,6 @@
 
 namespace {
 
-using namespace std::string_literals;
-
 // No operation of the library fills the chain of nested exceptions yet. An explicit instantiation
 // may name what is private.
 NException*& _nestedOf(NException& exception);

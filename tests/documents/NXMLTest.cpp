@@ -1,24 +1,14 @@
 #include <morvel/documents/NXML.h>
 
 #include <deque>
-#include <iomanip>
-#include <optional>
 
 #include <Poco/String.h>
-#include <Poco/URI.h>
 
 #include <morvel/base/NErrorHandler.h>
 #include <morvel/base/NException.h>
-#include <tests/support/Table.h>
-#include <tests/support/TemporaryFolder.h>
-#include <tests/support/Test.h>
 #include <tests/support/Text.h>
 
 namespace {
-
-using namespace std::string_literals;
-using namespace morvel::test;
-using namespace testing;
 
 struct Document : NXML {
     using NXML::operator=;
@@ -170,8 +160,7 @@ std::string _meaning(const std::string& written) {
         {"{full}", std::filesystem::exists("/dev/full") ? "/dev/full" : folder},
         {"{xml}", "<?xml version='1.0' encoding='UTF-8'?>"},
         {"{deep}", "<deep>" + Repeated("<d>"s, 200000) + Repeated("</d>"s, 200000) + "</deep>"}};
-    std::string text;
-    Poco::URI::decode(written, text);
+    std::string text = Decoded(written);
     for (const auto& [name, value] : names) Poco::replaceInPlace(text, name, value.c_str());
     return text;
 }

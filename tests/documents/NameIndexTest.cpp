@@ -9,9 +9,6 @@
 
 namespace {
 
-using namespace morvel::test;
-using namespace std::string_literals;
-
 // The first of a name whatever its case, the first bar in it being a dot; after a name that isn't
 // found the next one is looked for at the top.
 pugi::xml_node _walk(const pugi::xml_document& document, const std::string& path) {
@@ -70,7 +67,7 @@ TEST(NameIndex, FindsWhatAWalkFindsAfterEveryEdit) {
                 [&] { document.RemoveElement(edited, -1); },
                 [&] { document.RemoveElement("list", static_cast<std::int32_t>(turn % 30)); },
                 [&] {
-                    document.RemoveElementsByName("list", {name(), name()});
+                    document.RemoveElementsByName("list", NNameList{name(), name()});
                 },
                 [&] { document.ReplaceElement(edited, &other); },
                 [&] { document.AppendElements("list", array); },
@@ -91,7 +88,7 @@ TEST(NameIndex, FindsWhatAWalkFindsAfterEveryEdit) {
                 }
                 const pugi::xml_node expected = _walk(*document.HasRoot(), sought);
                 ASSERT_EQ(document.GetElement(sought, &copy, -1), !expected.empty())
-                    << testing::PrintToString(sought) << ", turn " << turn;
+                    << PrintToString(sought) << ", turn " << turn;
                 ASSERT_EQ(expected ? copy.ToText(0) : "", _text(expected)) << sought;
             }
         }

@@ -8,30 +8,23 @@
 //     # and empty lines              mean nothing
 //     anything else                  is in the output, behind the line before
 
-#include <iomanip>
-
 #include <Poco/String.h>
 
 #include <morvel/morvel.h>
 #include <tests/support/Process.h>
-#include <tests/support/TemporaryFolder.h>
-#include <tests/support/Test.h>
 #include <tests/support/TestServer.h>
-
-using namespace morvel::test;
 
 namespace {
 
-class User {
-public:
+struct User {
     ProcessResult Run(const std::string& name, const std::vector<std::string>& arguments) const {
         return RunProcess(PROGRAMS "/" + name + SUFFIX, arguments,
                           {{"no_proxy", "*"}, {"XDG_DATA_HOME", data.File("")}});
     }
 
     void Follow(std::string line) {
-        Poco::replaceInPlace(line, std::string("{server}"), _server.Url(""));
-        Poco::replaceInPlace(line, std::string("{nobody}"), _nobody);
+        Poco::replaceInPlace(line, std::string("{server}"), server.Url(""));
+        Poco::replaceInPlace(line, std::string("{nobody}"), nobody);
         Poco::replaceInPlace(line, std::string("{data}"), data.Path().u8string());
         std::istringstream in(line);
         std::string sign, word;
@@ -41,27 +34,25 @@ public:
         if (sign == "" || sign[0] == '#') return;
         if (sign.back() == '$') {
             const auto result = Run(words.at(0), {words.begin() + 1, words.end()});
-            _text = Poco::replace(result.output, "\r\n", "\n");
-            EXPECT_EQ(result.exitCode, std::atoi(sign.c_str())) << _text;
+            text = Poco::replace(result.output, "\r\n", "\n");
+            EXPECT_EQ(result.exitCode, std::atoi(sign.c_str())) << text;
         } else if (sign == ">") {
             std::filesystem::create_directories(
                 std::filesystem::u8path(data.File(words.at(0))).parent_path());
             data.Write(words[0], words.at(1));
         } else if (sign == "<") {
-            _text = data.Read(words.at(0));
+            text = data.Read(words.at(0));
         } else {
-            const std::size_t place = _text.find(line);
-            EXPECT_NE(place, std::string::npos) << _text;
-            _text.erase(0, place == std::string::npos ? 0 : place + line.size());
+            const std::size_t place = text.find(line);
+            EXPECT_NE(place, std::string::npos) << text;
+            text.erase(0, place == std::string::npos ? 0 : place + line.size());
         }
     }
 
     const TemporaryFolder data;
-
-private:
-    const TestServer _server;
-    const std::string _nobody = TestServer().Url("");
-    std::string _text;
+    const TestServer server;
+    const std::string nobody = TestServer().Url("");
+    std::string text;
 };
 
 }  // namespace
@@ -80,15 +71,11 @@ TEST(Examples, DoWhatTheirSessionsShow) {
 
 TEST(Notebook, LosesNothingToASecondProcess) {
     const User user;
-    std::vector<std::thread> processes;
-    for (int number = 0; number < 4; ++number) {
-        processes.emplace_back([&, number] {
-            for (int entry = 0; entry < 10; ++entry) {
-                user.Run("notebook", {"add", std::to_string(10 * number + entry)});
-            }
-        });
-    }
-    for (std::thread& process : processes) process.join();
+    InThreads(4, [&](int number) {
+        for (int entry = 0; entry < 10; ++entry) {
+            user.Run("notebook", {"add", std::to_string(10 * number + entry)});
+        }
+    });
     const std::string list = user.Run("notebook", {"list"}).output;
     EXPECT_EQ(std::count(list.begin(), list.end(), '\n'), 40) << list;
 }

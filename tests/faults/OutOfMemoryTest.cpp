@@ -1,11 +1,7 @@
 // Lets the n-th allocation of an operation fail, for n = 1, 2, ... until none does: for operations
 // that promise what is left behind a failure. None may leak.
 
-#include <limits>
-#include <optional>
-
 #include <morvel/morvel.h>
-#include <tests/support/Test.h>
 #include <tests/support/Text.h>
 
 namespace {
@@ -15,35 +11,7 @@ thread_local bool allFail = false;
 thread_local bool hasFailed = false;
 thread_local long alive = 0;
 
-}  // namespace
-
-// The program's definitions stand in front of the C library's for all shared libraries.
-extern "C" {
-void* __libc_malloc(std::size_t size);
-void __libc_free(void* memory);
-
-void* malloc(std::size_t size) {
-    if (untilFailure != 0) {
-        untilFailure -= untilFailure > 0;
-        ++alive;
-        return __libc_malloc(size);
-    }
-    hasFailed = true;
-    untilFailure = allFail ? 0 : -1;
-    return nullptr;
-}
-void free(void* memory) {
-    alive -= memory != nullptr;
-    __libc_free(memory);
-}
-}
-
-namespace {
-
-using namespace morvel::test;
-using namespace std::string_literals;
-using testing::AnyOf;
-using Text = testing::Matcher<const std::string&>;
+using Text = Matcher<const std::string&>;
 
 // All texts are too long for any place but the heap.
 const std::string digits = Repeated("123"s, 20), noMemory = "std::bad_alloc";
@@ -77,7 +45,7 @@ void _expect(const char* what, const std::string& done, const Text& failed,
     outcome({std::numeric_limits<long>::max()});  // makes what is made once in a process
     for (const bool all : {false, true}) {
         hasFailed = true;
-        for (long count = 0; hasFailed && !testing::Test::HasFailure(); ++count) {
+        for (long count = 0; hasFailed && !Test::HasFailure(); ++count) {
             const long before = alive;
             {
                 const std::string is = outcome({count, all});
@@ -132,9 +100,7 @@ TEST(OutOfMemory, OperationsOnText) {
         {"a run of marks", marks, [](NString& text) { text.Normalize(FormNFC); }},
     };
     for (const auto& row : rows) {
-        const auto state = [](const NString& text) {
-            return std::to_string(text.Encoding()) + text.Data();
-        };
+        const auto state = [](auto& t) { return std::to_string(t.Encoding()) + t.Data(); };
         NString done(row.before), inNfc(row.before);
         row.operation(done);
         inNfc.Normalize(FormNFC);
@@ -208,10 +174,31 @@ TEST(OutOfMemory, LocksThrowMinusOne) {
     std::optional<NNamedMutex> named;
     Attempt{0}([&] { return mutex.emplace(), ""; });
     Attempt{0}([&] { return named.emplace(nullptr), ""; });
-    EXPECT_THAT([&] { mutex->Lock(); }, testing::Throws<int>(-1));
-    EXPECT_THAT([&] { mutex->Unlock(); }, testing::Throws<int>(-1));
-    EXPECT_THAT([&] { named->Lock(); }, testing::Throws<int>(-1));
-    EXPECT_THAT([&] { named->Unlock(); }, testing::Throws<int>(-1));
+    EXPECT_THAT([&] { mutex->Lock(); }, Throws<int>(-1));
+    EXPECT_THAT([&] { mutex->Unlock(); }, Throws<int>(-1));
+    EXPECT_THAT([&] { named->Lock(); }, Throws<int>(-1));
+    EXPECT_THAT([&] { named->Unlock(); }, Throws<int>(-1));
 }
 
 }  // namespace
+
+// The program's definitions stand in front of the C library's for all shared libraries.
+extern "C" {
+void* __libc_malloc(std::size_t size);
+void __libc_free(void* memory);
+
+void* malloc(std::size_t size) {
+    if (untilFailure != 0) {
+        untilFailure -= untilFailure > 0;
+        ++alive;
+        return __libc_malloc(size);
+    }
+    hasFailed = true;
+    untilFailure = allFail ? 0 : -1;
+    return nullptr;
+}
+void free(void* memory) {
+    alive -= memory != nullptr;
+    __libc_free(memory);
+}
+}

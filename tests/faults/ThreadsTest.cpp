@@ -1,25 +1,10 @@
 // What several threads may do at once. The thread sanitizer looks on; without it these are tests of
 // the results alone.
 
-#include <atomic>
-
 #include <morvel/morvel.h>
 #include <tests/support/Test.h>
 
 namespace {
-
-// Runs `work(number)` in four threads that begin as close together as they can.
-void _inThreads(const std::function<void(int)>& work) {
-    std::vector<std::thread> threads;
-    std::atomic<int> missing{4};
-    for (int number = 0; number < 4; ++number) {
-        threads.emplace_back([&, number] {
-            for (--missing; missing > 0;) std::this_thread::yield();
-            work(number);
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
-}
 
 // Counts without a lock: the error handler runs one report at a time.
 struct Counter : NErrorHandler {
@@ -36,7 +21,7 @@ struct Counter : NErrorHandler {
 TEST(Threads, ReportWhileTheHandlerIsExchanged) {
     Counter counter;
     NErrorHandler::Set(&counter);
-    _inThreads([&](int) {
+    InThreads(4, [&](int) {
         for (int i = 0; i < 500; ++i) {
             NErrorHandler::Handle(KelInvalidArgumentException("text", 0));
             NErrorHandler::Handle(std::out_of_range("text"));
@@ -64,7 +49,7 @@ TEST(Threads, ReadOneDocument) {
         NXML document;
         document.Assign(book, 0);
         const NXML& shared = document;
-        _inThreads([&](int number) {
+        InThreads(4, [&](int number) {
             NXML section;
             NDataContainerArray array;
             for (std::size_t i = 0; i < 3 * paths.size(); ++i) {
@@ -85,7 +70,7 @@ TEST(Threads, ReadAndUseTheRest) {
     const NString text(std::string("caf\xE9"), EncodingLatin1), number("1,234");
     NErrorHandler* handlers[4] = {};
     NLog* logs[4] = {};
-    _inThreads([&](int thread) {
+    InThreads(4, [&](int thread) {
         handlers[thread] = NErrorHandler::DefaultHandler();
         logs[thread] = NLog::DefaultLog();
         for (int i = 0; i < 100; ++i) {
@@ -105,8 +90,8 @@ TEST(Threads, ReadAndUseTheRest) {
             EXPECT_EQ(NStringTokenizer(own, NString(","), 0).Count(), 1u);
         }
     });
-    EXPECT_THAT(handlers, testing::Each(handlers[0]));
-    EXPECT_THAT(logs, testing::Each(logs[0]));
+    EXPECT_THAT(handlers, Each(handlers[0]));
+    EXPECT_THAT(logs, Each(logs[0]));
 }
 
 }  // namespace

@@ -1,9 +1,6 @@
 #include <morvel/files/NFileStream.h>
 
-#include <tests/support/TemporaryFolder.h>
 #include <tests/support/Test.h>
-
-using namespace morvel::test;
 
 namespace {
 
@@ -26,7 +23,7 @@ struct Stream : NFileStream {
     }
 };
 
-struct NFileStreamTest : testing::Test {
+struct NFileStreamTest : Test {
     NFile At(const std::string& name) const {
         return NFile(NString(folder.File(name), EncodingUTF8));
     }

@@ -1,27 +1,21 @@
 #include <morvel/files/NFile.h>
 
-#include <ctime>
-
 #include <Poco/Exception.h>
 
 #include <morvel/base/NException.h>
 #include <morvel/files/NFileStream.h>
 #include <morvel/files/ThrowTranslated.h>
-#include <tests/support/TemporaryFolder.h>
 #include <tests/support/Test.h>
-
-using namespace morvel::test;
 
 namespace {
 
-struct NFileTest : testing::Test {
+struct NFileTest : Test {
     NFile At(const std::string& name) const {
         return NFile(NString(folder.File(name), EncodingUTF8));
     }
 
     // The failure of an operation as its reader would report it, the class by its fixed text.
-    template <class Operation>
-    static std::string FailureOf(Operation operation) {
+    static std::string FailureOf(const std::function<void()>& operation) {
         try {
             operation();
         } catch (const NException& e) {
@@ -84,9 +78,9 @@ TEST_F(NFileTest, AnswersNoWhateverTheReason) {
     }
     EXPECT_EQ(Removing(nowhere, true), "none");
     EXPECT_EQ(Creating(nowhere), "Runtime exception: Assertion violation");
-    EXPECT_THAT(Creating(At(OnWindows ? "a*b" : "file/x")),
-                testing::StartsWith(OnWindows ? "Bad path syntax: "
-                                              : "Cannot open file: not a directory: "));
+    EXPECT_THAT(
+        Creating(At(OnWindows ? "a*b" : "file/x")),
+        StartsWith(OnWindows ? "Bad path syntax: " : "Cannot open file: not a directory: "));
 }
 
 TEST_F(NFileTest, KeepsItsPathAndConvertsTheNameOnTheWay) {

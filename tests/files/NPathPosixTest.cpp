@@ -3,7 +3,6 @@
 #include <pwd.h>
 #include <sys/stat.h>
 
-#include <tests/support/TemporaryFolder.h>
 #include <tests/support/Test.h>
 
 namespace {
@@ -27,7 +26,7 @@ extern "C" char* secure_getenv(const char* name) {
 #pragma GCC visibility pop
 
 TEST(NPathPosix, AppDataFolderFollowsTheEnvironmentIfThatIsToBeBelieved) {
-    const morvel::test::TemporaryFolder folder;
+    const TemporaryFolder folder;
     const std::string home = folder.File("home"), data = folder.File("a/b/\xC3\xA9");
     homeOfUser = folder.File("entry");
     const std::string inHome = home + "/.local/share", inEntry = homeOfUser + "/.local/share";

@@ -1,28 +1,24 @@
 #include <morvel/ids/nanoid.h>
 
 #include <new>
-#include <numeric>
 
 #include <tests/support/Test.h>
 
 namespace {
 
 // A seeded source that notes the request, or one that leaves the bytes as they come: at 0.
-class Source : public nanoid::crypto_random<std::mt19937> {
-public:
-    explicit Source(bool isSilent) : crypto_random(std::mt19937(0xFFFFFFFF)), _isSilent(isSilent) {}
+struct Source : nanoid::crypto_random<std::mt19937> {
+    explicit Source(bool silent) : crypto_random(std::mt19937(0xFFFFFFFF)), isSilent(silent) {}
     void next_bytes(unsigned char* buffer, unsigned long long length) override {
         request = length;
-        if (_isSilent) return;
+        if (isSilent) return;
         std::string bytes(length + 1, '\0');
         crypto_random::next_bytes(reinterpret_cast<unsigned char*>(bytes.data()), length);
         EXPECT_EQ(bytes.back(), '\0') << "beyond " << length;
         bytes.copy(reinterpret_cast<char*>(buffer), length);
     }
+    const bool isSilent;
     unsigned long long request = 0;
-
-private:
-    const bool _isSilent;
 };
 
 // The rejection scheme with the size of a request given, byte for byte and with nothing clever. A
@@ -54,7 +50,7 @@ TEST(nanoid, DrawsTheIdentifiersThatFollowFromTheSeed) {
     Source source(false), silent(true);
     std::mt19937 engine(0xFFFFFFFF);
     for (const auto& row : rows) {
-        SCOPED_TRACE(testing::Message() << row.size << " of " << row.symbols);
+        SCOPED_TRACE(Message() << row.size << " of " << row.symbols);
         std::string alphabet(row.symbols, '\0');
         std::iota(alphabet.begin(), alphabet.end(), '\1');
         for (int i = 0; i < 100; ++i) {  // over several generations of the engine's state
@@ -71,7 +67,7 @@ TEST(nanoid, RefusesAlphabetFirstThenSize) {
         const bool legal = symbols % 256 != 0;
         for (const unsigned long long size : {0, legal ? 0 : 5}) {
             EXPECT_THAT([&] { nanoid::generate(std::string(symbols, 'x'), size); },
-                        testing::ThrowsMessage<std::invalid_argument>(
+                        ThrowsMessage<std::invalid_argument>(
                             legal ? "size must be greater than zero."
                                   : "alphabet must contain between 1 and 255 symbols."));
         }

@@ -1,16 +1,8 @@
 // Loading, using and unloading the library, in processes that, where nothing else is said, are
 // linked neither to it nor to POCO.
 
-#include <cstdlib>
-
 #include <tests/logging/Log.h>
 #include <tests/support/Process.h>
-#include <tests/support/Table.h>
-#include <tests/support/TemporaryFolder.h>
-#include <tests/support/Test.h>
-
-using namespace morvel::test;
-using namespace testing;
 
 namespace {
 struct Load : Test {

@@ -1,8 +1,5 @@
 #pragma once
 
-#include <cstdio>
-#include <numeric>
-
 #include <morvel/files/NPath.h>
 #include <morvel/logging/NLog.h>
 #include <morvel/logging/NLogMessage.h>
@@ -52,9 +49,7 @@ inline std::vector<int> Numbers(std::size_t count) {
 }
 
 inline void WriteLines(int writer, int first, int count) {
-    for (int i = first; i < first + count; ++i) {
-        NLOG("NOTICE", "writer %d line %d", writer, i);
-    }
+    for (int i = first; i < first + count; ++i) NLOG("NOTICE", "writer %d line %d", writer, i);
 }
 
 /// A name in the log folder, which is the test's own.
@@ -73,8 +68,7 @@ struct LogInForce {
 };
 
 /// What `log` leaves in the file of a log in force, if the file isn't there before.
-template <class Function>
-std::string WholeLogOf(Function log) {
+inline std::string WholeLogOf(const std::function<void()>& log) {
     std::filesystem::remove(InLogFolder("LogInForce.log"));
     {
         const LogInForce inForce;
@@ -84,8 +78,7 @@ std::string WholeLogOf(Function log) {
 }
 
 /// The same behind the banner's last line, the date and the time of day of the line there.
-template <class Function>
-std::string LineOf(Function log) {
+inline std::string LineOf(const std::function<void()>& log) {
     const std::string text = WholeLogOf(log), time = "] - 00:00:00 - ";
     return text.substr(text.find("] - ", text.rfind(std::string(53, '*'))) + time.size());
 }

@@ -1,16 +1,9 @@
 #include <morvel/logging/NLogMessage.h>
 
-#include <climits>
 #include <cstddef>
-#include <cstdio>
 
 #include <morvel/base/NErrorHandler.h>
 #include <tests/logging/Log.h>
-#include <tests/support/Test.h>
-
-using namespace morvel::test;
-using namespace std::string_literals;
-using namespace testing;
 
 namespace {
 const std::string Head = "INFO [File: f Line: 1]\t\"";
@@ -30,24 +23,12 @@ void ExpectAsPrinted(const char* format, Arguments... arguments) {
 }  // namespace
 
 TEST(NLogMessage, ComposesFileLineFunctionAndLevel) {
-    const struct {
-        const char* file;
-        std::int32_t line;
-        const char* level;
-        const char* expected;
-    } rows[] = {
-        {"/home/a/Foo.cpp", 42, "NOTICE", "NOTICE [File: Foo.cpp Line: 42]"},
-        {"c:\\src/a\\b", 7, "INFO", "INFO [File: b Line: 7]"},
-        {"Foo.cpp", 1234567, "INFORMATION", "INFORMATION [File: Foo.cpp Line: 1234567]"},
-        {"/a/b/", 1, "TRACE", "TRACE [File:  Line: 1]"},
-        {"", -5, "CRITICAL", "CRITICAL [File:  Line: -5]"},
-        {"/a/b.cpp(inner)", 1, "WARNING", "WARNING [File: inner) Line: 1]"},
-        {"/a/b.cpp", 3, "FATAL", "FATAL [File: b.cpp at: run Line: 3]"},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(
-            LineOf([&] { NLogMessage(row.file, row.line, "run", row.level).Format("%c", 'x'); }),
-            row.expected + std::string("\t\"x\"\n"));
+    for (const auto& row : ReadTable(HEADS, 4)) {
+        const std::int32_t line = std::stoi(row[1]);
+        EXPECT_EQ(LineOf([&] {
+                      NLogMessage(row[0].c_str(), line, "run", row[2].c_str()).Format("%c", 'x');
+                  }),
+                  Decoded(row[3]) + "\t\"x\"\n");
     }
 }
 

@@ -6,45 +6,19 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <atomic>
-#include <chrono>
-#include <ctime>
-
 #include <morvel/files/NFileStream.h>
 #include <morvel/logging/LogTools.h>
 #include <tests/logging/Log.h>
-#include <tests/support/Test.h>
-
-using namespace std::chrono_literals;
-using namespace morvel::test;
-using namespace testing;
 
 namespace {
 std::atomic<std::time_t> clockReads{0};  // 0: what the system's clock reads
 std::atomic<bool> writesHang{false};     // behind what they have written
-}  // namespace
 
-// In place of the C library's: the library and POCO read the clock and write through them.
-#pragma GCC visibility push(default)
-extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept {
-    const int result = static_cast<int>(syscall(SYS_clock_gettime, clock, time));
-    if (clock == CLOCK_REALTIME && clockReads != 0) time->tv_sec = clockReads;
-    return result;
-}
-extern "C" ssize_t write(int file, const void* bytes, std::size_t count) {
-    const ssize_t written = syscall(SYS_write, file, bytes, count);
-    while (writesHang) std::this_thread::sleep_for(1ms);
-    return written;
-}
-#pragma GCC visibility pop
-
-namespace {
 using Written = std::map<int, std::vector<int>>;
 const std::filesystem::path File = InLogFolder("LogInForce.log");
 
 // Runs `body` in a child process and gives its exit status, or minus the signal that ended it.
-template <class Body>
-int InChild(Body body) {
+int InChild(const std::function<void()>& body) {
     const pid_t child = fork();
     if (child == 0) {
         alarm(60);  // rather than wait for ever
@@ -56,8 +30,7 @@ int InChild(Body body) {
     return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
 }
 
-template <class Body>
-void ExpectInChild(Body body) {
+void ExpectInChild(const std::function<void()>& body) {
     EXPECT_EQ(InChild(body), 0);
 }
 
@@ -67,9 +40,7 @@ void Drain() {
 }
 
 void ExpectSoon(const Written& lines) {
-    for (int turn = 0; turn < 5000 && WrittenLines(File) != lines; ++turn) {
-        std::this_thread::sleep_for(1ms);
-    }
+    Becomes([&] { return WrittenLines(File) == lines; });
     EXPECT_EQ(WrittenLines(File), lines);
 }
 
@@ -96,15 +67,7 @@ void LimitFileSize(rlim_t bytes) {
     setrlimit(RLIMIT_FSIZE, &limit);
 }
 
-template <class Function>
-auto SecondsOf(Function function) {
-    const auto begin = std::chrono::steady_clock::now();
-    function();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-}
-
-class NLogPosix : public Test {
-protected:
+struct NLogPosix : Test {
     void SetUp() override {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
         GTEST_SKIP() << "the sanitizers' own allocators don't survive a fork beside busy threads";
@@ -161,23 +124,19 @@ TEST_F(NLogPosix, ChildrenOfABusyParentLogAndEnd) {
     constexpr int Children = 20, Lines = 6000;
     ExpectInChild([] {
         NLog::Set(NLog::DefaultLog());
-        std::vector<std::thread> threads;
-        for (int writer = 0; writer < 3; ++writer) {
-            threads.emplace_back([writer] {
-                for (int line = 0; line < Lines; line += 50) {
-                    WriteLines(writer, line, 50);
-                    std::this_thread::sleep_for(1ms);
-                }
-            });
-        }
-        for (int child = 100; child < 100 + Children; ++child) {
-            ExpectInChild([child] {
-                WriteLines(child, 0, child % 2 * 50);
-                ExpectInChild([child] { WriteLines(child + 100, 0, 1), std::exit(0); });
-                std::exit(HasFailure());
-            });
-        }
-        for (std::thread& thread : threads) thread.join();
+        InThreads(4, [](int writer) {
+            for (int line = 0; writer < 3 && line < Lines; line += 50) {
+                WriteLines(writer, line, 50);
+                std::this_thread::sleep_for(1ms);
+            }
+            for (int child = 100; writer == 3 && child < 100 + Children; ++child) {
+                ExpectInChild([child] {
+                    WriteLines(child, 0, child % 2 * 50);
+                    ExpectInChild([child] { WriteLines(child + 100, 0, 1), std::exit(0); });
+                    std::exit(HasFailure());
+                });
+            }
+        });
         std::exit(HasFailure());
     });
     Written expected;
@@ -292,3 +251,17 @@ TEST_F(NLogPosix, DescriptorsAreFewAndPrivate) {
         }
     });
 }
+
+// In place of the C library's: the library and POCO read the clock and write through them.
+#pragma GCC visibility push(default)
+extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept {
+    const int result = static_cast<int>(syscall(SYS_clock_gettime, clock, time));
+    if (clock == CLOCK_REALTIME && clockReads != 0) time->tv_sec = clockReads;
+    return result;
+}
+extern "C" ssize_t write(int file, const void* bytes, std::size_t count) {
+    const ssize_t written = syscall(SYS_write, file, bytes, count);
+    while (writesHang) std::this_thread::sleep_for(1ms);
+    return written;
+}
+#pragma GCC visibility pop

@@ -1,17 +1,15 @@
 #include <morvel/platform/platform.h>
 
-#include <cstdio>
-
 #include <windows.h>
 
-#include <tests/support/TemporaryFolder.h>
+#include <tests/support/Test.h>
 
 using namespace morvel::platform;
 
 namespace {
 
 TEST(PlatformWindows, WhatIsWrittenMayBeReadAndNothingElse) {
-    const morvel::test::TemporaryFolder folder;
+    const TemporaryFolder folder;
     const NWideString name = WideFromNarrow(folder.File("\u0416\u4E2D").c_str(), CodePageUtf8);
     std::FILE* const writer = OpenForWriting(name);
     ASSERT_NE(writer, nullptr);
@@ -51,7 +49,7 @@ TEST(PlatformWindowsDeathTest, AtUnloadRunsTheLastComerFirstInOneListWithStaticO
             AtUnload(say, third);
             std::exit(0);
         },
-        testing::ExitedWithCode(0), "third, second, late comer, static object, first");
+        ExitedWithCode(0), "third, second, late comer, static object, first");
 }
 
 }  // namespace

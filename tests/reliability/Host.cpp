@@ -22,18 +22,6 @@
 
 namespace {
 std::atomic<std::time_t> clockReads{0};  // 0: what the system's clock reads
-}
-
-// In place of the C library's: the library and POCO read the clock through it.
-#pragma GCC visibility push(default)
-extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept {
-    const int result = static_cast<int>(syscall(SYS_clock_gettime, clock, time));
-    if (clock == CLOCK_REALTIME && clockReads != 0) *time = {clockReads, 0};
-    return result;
-}
-#pragma GCC visibility pop
-
-namespace {
 
 thread_local NXML document;
 
@@ -210,6 +198,15 @@ void _work() {
 }
 
 }  // namespace
+
+// In place of the C library's: the library and POCO read the clock through it.
+#pragma GCC visibility push(default)
+extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept {
+    const int result = static_cast<int>(syscall(SYS_clock_gettime, clock, time));
+    if (clock == CLOCK_REALTIME && clockReads != 0) *time = {clockReads, 0};
+    return result;
+}
+#pragma GCC visibility pop
 
 int main(int argc, char** argv) {
     std::vector<std::thread> others(argc > 1 ? std::stoul(argv[1]) - 1 : 0);

@@ -47,7 +47,7 @@ std::string Outcome(Function function) {
         } else if constexpr (std::is_convertible_v<Result, std::string>) {
             return function();
         } else {
-            return testing::PrintToString(function());
+            return PrintToString(function());
         }
     } catch (const std::exception& e) {
         return std::string("throws: ") + e.what();
@@ -55,12 +55,11 @@ std::string Outcome(Function function) {
 }
 
 /// Calls `check` with a Draw for each of `count` cases; the first that fails is the last.
-template <class Check>
-void ForEachDraw(unsigned count, Check check) {
-    for (unsigned number = 0; number < count && !testing::Test::HasFailure(); ++number) {
+inline void ForEachDraw(unsigned count, const std::function<void(Draw&)>& check) {
+    for (unsigned number = 0; number < count && !Test::HasFailure(); ++number) {
         Draw draw(number);
         check(draw);
-        if (testing::Test::HasFailure()) ADD_FAILURE() << "in case " << number;
+        if (Test::HasFailure()) ADD_FAILURE() << "in case " << number;
     }
 }
 

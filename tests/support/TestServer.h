@@ -47,11 +47,8 @@ public:
     /// The start of the one sequence of bytes that every generated body is taken from.
     static std::string Bytes(std::size_t count) {
         std::string bytes(count, '\0');
-        std::uint32_t state = 1;
-        for (char& byte : bytes) {
-            state = state * 1664525u + 1013904223u;  // Numerical Recipes, section 7.1
-            byte = static_cast<char>(state >> 24);
-        }
+        std::mt19937 engine;
+        for (char& byte : bytes) byte = static_cast<char>(engine());
         return bytes;
     }
 

@@ -1,10 +1,6 @@
 #include <morvel/sync/NMutex.h>
 
-#include <atomic>
-#include <chrono>
-
 #include <morvel/sync/NNamedMutex.h>
-#include <tests/support/TemporaryFolder.h>
 #include <tests/support/Test.h>
 
 TEST(NMutex, IsHeldUntilUnlockedAsOftenAsLocked) {
@@ -17,9 +13,8 @@ TEST(NMutex, IsHeldUntilUnlockedAsOftenAsLocked) {
         through = true;
     });
     mutex.Unlock();
-    const auto before = std::chrono::steady_clock::now();
-    NMutex::Sleep(30);  // time enough to come through, were it open
-    EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(29));
+    // Time enough to come through, were it open.
+    EXPECT_GE(SecondsOf([] { NMutex::Sleep(30); }), 0.029);
     EXPECT_FALSE(through);
     mutex.Unlock();
     other.join();
@@ -34,7 +29,7 @@ TEST(NMutexDeathTest, GuardUnlocksHoweverItsScopeIsLeftAndElseEndsTheProcess) {
     } catch (const std::runtime_error&) {
     }
     std::thread([&] { const NAutoMutexLock lock(&mutex); }).join();  // else waits for ever
-    if (morvel::test::OnWindows) GTEST_SKIP() << "the system lets anybody unlock";
+    if (OnWindows) GTEST_SKIP() << "the system lets anybody unlock";
     const auto unlockTwice = [&] {
         const NAutoMutexLock lock(&mutex);
         mutex.Unlock();

@@ -8,12 +8,11 @@
 #include <Poco/Exception.h>
 
 #include <morvel/sync/NMutex.h>
-#include <tests/support/Test.h>
 #include <tests/sync/NamedMutexName.h>
 
 namespace {
 
-struct NNamedMutexPosix : testing::Test, NamedMutexName {
+struct NNamedMutexPosix : Test, NamedMutexName {
     int Semaphore(int flags) const { return semget(ftok(file.c_str(), 'p'), 1, flags); }
     void MakeAndLock() const {
         NNamedMutex mutex(name.c_str());
@@ -49,7 +48,7 @@ TEST_F(NNamedMutexPosix, RefusesAFileThatIsNoneOfALock) {
     for (const std::string& refused :
          {name, name + "/x", "../tmp/" + name, std::string(300, 'x')}) {
         EXPECT_THAT([&] { NNamedMutex(refused.c_str()); },
-                    testing::Throws<Poco::SystemException>(testing::Property(
+                    Throws<Poco::SystemException>(Property(
                         &Poco::Exception::message, "cannot create named mutex /tmp/" + refused +
                                                        ".mutex (lockfile): " + refused)));
     }

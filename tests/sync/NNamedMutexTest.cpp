@@ -5,21 +5,11 @@
 
 #include <morvel/sync/NMutex.h>
 #include <tests/support/Process.h>
-#include <tests/support/TemporaryFolder.h>
-#include <tests/support/Test.h>
 #include <tests/sync/NamedMutexName.h>
-
-using namespace morvel::test;
 
 namespace {
 
 std::string program;
-
-// Tries for a minute.
-bool Becomes(const std::function<bool()>& condition) {
-    for (int i = 0; i < 60000 && !condition(); ++i) NMutex::Sleep(1);
-    return condition();
-}
 
 // What a process of a test does: makes the lock of that name, takes it if it is to "hold" it, says
 // so, and then counts up `rounds` times, or with none waits for the word to end. The counter comes
@@ -37,7 +27,7 @@ int ChildMain(const std::string& role, const std::string& folder, const char* na
     return rounds > 0 || Becomes([&] { return std::ifstream(folder + "go").good(); }) ? 0 : 3;
 }
 
-struct NNamedMutexTest : testing::Test, NamedMutexName {
+struct NNamedMutexTest : Test, NamedMutexName {
     // One that nobody waits for ends by itself.
     Poco::ProcessHandle Start(const std::string& role, int rounds) {
         Poco::ProcessHandle process =
@@ -101,6 +91,6 @@ int main(int argc, char** argv) {
         return ChildMain(argv[1], argv[2], argv[3], std::stoi(argv[4]));
     }
     program = argv[0];
-    testing::InitGoogleTest(&argc, argv);
+    InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }

@@ -5,9 +5,7 @@
 #include <sys/sem.h>
 #endif
 
-#include <cstdio>
-#include <random>
-#include <string>
+#include <tests/support/Test.h>
 
 /// A name for a lock that nobody else uses. What the system keeps of the lock goes with the object.
 struct NamedMutexName {

@@ -1,12 +1,8 @@
 #include <morvel/text/Conversion.h>
 
-#include <tests/support/GuardedMemory.h>
 #include <tests/text/ReferenceText.h>
 
 namespace {
-
-using namespace morvel::test;
-using namespace std::string_literals;
 
 // With SIMD and without it comes out what POCO gives, from memory that ends with the text.
 void _expectAsByPoco(const std::string& bytes, NStringEncoding from, NStringEncoding to,
@@ -16,8 +12,8 @@ void _expectAsByPoco(const std::string& bytes, NStringEncoding from, NStringEnco
     std::string simd = "left from the last conversion", portable = simd;
     ASSERT_TRUE(morvel::Transcode(text, from, to, &simd));
     morvel::Transcode(text, morvel::PortableTranscoder(from, to), &portable);
-    ASSERT_EQ(simd, expected) << testing::PrintToString(bytes) << " from " << from;
-    ASSERT_EQ(portable, expected) << testing::PrintToString(bytes) << " from " << from;
+    ASSERT_EQ(simd, expected) << PrintToString(bytes) << " from " << from;
+    ASSERT_EQ(portable, expected) << PrintToString(bytes) << " from " << from;
 }
 
 // All that a table of 256 bytes could have wrong, and all that a target could lack. Many units

@@ -1,21 +1,13 @@
 #include <morvel/text/NString.h>
 
-#include <array>
-#include <climits>
 #include <clocale>
-#include <iomanip>
 
 #include <Poco/Environment.h>
 #include <Poco/NumberFormatter.h>
-#include <Poco/URI.h>
 
-#include <tests/support/TemporaryFolder.h>
 #include <tests/text/ReferenceText.h>
 
 namespace {
-
-using namespace morvel::test;
-using namespace std::string_literals;
 
 /// What texts are made of, by subject.
 using Pool = std::vector<std::string>;
@@ -76,8 +68,7 @@ struct Given {
     }
 
 /// Notes what arrives at the operations that a subclass overrides, and goes on as NString does.
-class Spy : public NString {
-public:
+struct Spy : NString {
     using NString::NString;
     using NString::operator=;
     using NString::operator+=;
@@ -108,7 +99,7 @@ Text _made(const Text&, const Arguments&... arguments) {
 
 template <class Text>
 std::string _printed(const Text& t) {
-    return testing::PrintToString(std::make_tuple(t.Data(), t.Encoding(), t.Form()));
+    return PrintToString(std::make_tuple(t.Data(), t.Encoding(), t.Form()));
 }
 
 /// An operation, as NString and as the reference have it, and its outcome.
@@ -139,7 +130,7 @@ const struct {
       DO(t += g.bytes[0]), DO(g.Any([&](const auto&... a) { t.SetData(a...); })),
       DO(t.SetBytes(g.pointer, g.bytes.size())), DO(t.SetBytes(g.wide.data(), g.wide.size())),
       DO(t.SetBytes(g.pointer, g.bytes.size(), g.tag)), ASK(_printed(t + g.Like(t))),
-      ASK(testing::PrintToString(t)), ASK(_printed(_made(t))), ASK(_printed(_made(t, t))),
+      ASK(PrintToString(t)), ASK(_printed(_made(t))), ASK(_printed(_made(t, t))),
       ASK(_printed(_made(t, g.tag))),
       ASK(g.Any([&](const auto&... a) { return _printed(_made(t, a...)); }))}},
     {{&Letters, &Units, &Bytes, &Unicode},
@@ -170,7 +161,7 @@ TEST(NString, DoesWhatTheReferenceDoes) {
             EXPECT_EQ(operation.ours(text, g), expected) << operation.name << " after " << before;
             EXPECT_EQ(std::forward_as_tuple(_printed(text), cache, text.calls),
                       std::forward_as_tuple(_printed(reference), reference.cache, reference.calls))
-                << operation.name << " after " << before << testing::PrintToString(g.bytes);
+                << operation.name << " after " << before << PrintToString(g.bytes);
         };
         const Operation bytes = DO(t.SetBytes(g.pointer, g.bytes.size(), g.tag));
         // Text that claims to be composed is believed from then on.
@@ -189,10 +180,7 @@ TEST(NString, DoesWhatTheReferenceDoes) {
     });
 }
 
-template <class Real>
-std::string _shown(Real real) {
-    return Poco::NumberFormatter::format(real);
-}
+using Poco::NumberFormatter;
 
 /// What an operation on bytes is given: a text, or the number that it says, and room for a result.
 struct Argument {
@@ -216,7 +204,7 @@ struct Argument {
         std::ostringstream out;
         for (const int byte : bytes) out << (byte == 99 ? "" : ' ' + std::to_string(byte));
         for (const int unit : units) out << (unit == 99 ? "" : ' ' + std::to_string(unit));
-        for (const float x : floats) out << (x == 99 ? "" : ' ' + _shown(x));
+        for (const float x : floats) out << (x == 99 ? "" : ' ' + NumberFormatter::format(x));
         return out.str() + (count == 99 ? "" : " of " + std::to_string(count));
     }
 };
@@ -240,7 +228,8 @@ const struct {
     {Latin1,
      {ASK(t.ToInt()), ASK(t.ParseInt(g.text)), ASK(t.ToUInt()), ASK(t.ToUInt64()),
       ASK(t.ToSize())}},
-    {Latin1, {ASK(_shown(t.ToDouble())), ASK(_shown(t.ToFloat()))}},
+    {Latin1,
+     {ASK(NumberFormatter::format(t.ToDouble())), ASK(NumberFormatter::format(t.ToFloat()))}},
     {Latin1,
      {ASK(t.HexValue()), ASK(t.HexByte(1)), ASK(t.HexBytes(g.bytes, 2)),
       ASK(t.HexString(g.data, g.size)), ASK(t.IntToString(g.whole))}},
@@ -268,15 +257,9 @@ const struct {
 // The rows of operations.txt, each of which has an operation, what it is given and what comes of
 // it, bytes as in a URL. Reading leaves the text, and all of them leave form and cache.
 TEST(NString, OperationsOnBytesGiveWhatTheirRowsTell) {
-    std::map<std::string, std::vector<std::array<std::string, 2>>> rows;
-    std::ifstream file(OPERATIONS);
-    for (std::string line, name, given, expected; std::getline(file, line);) {
-        if (line.empty() || line[0] == '#') continue;
-        std::istringstream(line) >> std::quoted(name) >> std::quoted(given) >>
-            std::quoted(expected);
-        auto& row = rows[name].emplace_back();
-        Poco::URI::decode(given, row[0]), Poco::URI::decode(expected, row[1]);
-    }
+    std::map<std::string, std::map<std::string, std::string>> rows;
+    for (const auto& row : ReadTable(OPERATIONS, 3))
+        rows[row[0]][Decoded(row[1])] = Decoded(row[2]);
     for (const auto& [tag, operations] : ByteOperations) {
         for (const auto& [name, run] : operations) {
             EXPECT_FALSE(rows[name].empty()) << name;
@@ -307,45 +290,27 @@ TEST(NString, ComparesInEveryLocale) {
         Poco::Environment::set("LOCPATH", folder.File(""));
         std::setlocale(LC_ALL, "tr_TR");  // as far as the system has what makes it
     }
-    const struct {
-        const char* why;
-        NString text;
-        std::string other;
-        NStringEncoding tag;
-        std::size_t count;
-        std::string signs;
-    } rows[] = {
-        {"the first bytes", "abc", "abd", Sys, 2, "<=<="},
-        {"none of them", "a", "b", Sys, 0, "<=<="},
-        {"a count of 64 bits, where it has them", "a", "b", Sys, 0x100000000, "<=<<"},
-        {"the shorter", "ab", "abc", Sys, 9, "<<<<"},
-        {"up to a NUL", Raw("a\0b"s, Latin1), "a\0c"s, Latin1, 9, "===="},
-        {"letters", "aBzI", "AbZi", Sys, 9, ">>=="},
-        {"letters become small ones", "_", "A", Sys, 9, ">><<"},
-        {"letters alone", "@[", "`{", Sys, 9, "<<<<"},
-        // The C library of Wine, unlike that of Windows, takes them for signed where it folds.
-        {"bytes have no sign", Raw("\x80", Latin1), "a", Latin1, 9, OnWindows ? ">>" : ">>>>"},
-        {"ASCII alone", Raw("\xC9", Latin1), "\xE9", Latin1, 9, "<<<<"},
-        {"converts", Raw("\xE9", Latin1), Composed, Utf8, 9, "===="},
-        {"or the other way", Raw(Composed, Utf8), "\xE9", Latin1, 9, "===="},
-        {"what the text can't have", Raw("?", Latin1), "\u20AC", Utf8, 9, "===="},
-        {"equal tags are not even composed, at times", Raw(Decomposed, Utf8), Decomposed, Utf8, 9,
-         OnWindows ? "=<=" : "=<=<"},
-    };
-    for (const auto& row : rows) {
-        const auto expectSigns = [&](const auto&... other) {
-            const auto few = static_cast<std::uint32_t>(row.count);
-            const int all[] = {row.text.Compare(other...), row.text.CompareN(other..., few),
-                               row.text.CompareNoCase(other...),
-                               row.text.CompareNoCaseN(other..., row.count)};
-            for (std::size_t i = 0; i < row.signs.size(); ++i) {
-                EXPECT_EQ("<=>"[(all[i] > 0) - (all[i] < 0) + 1], row.signs[i]) << row.why << i;
+    const std::map<std::string, NStringEncoding> tags = {
+        {"System", Sys}, {"Latin1", Latin1}, {"UTF-8", Utf8}};
+    for (const auto& row : ReadTable(COMPARISONS, 7)) {
+        const NString text = Raw(Decoded(row[2]), tags.at(row[1]));
+        const std::string other = Decoded(row[4]);
+        const NStringEncoding tag = tags.at(row[3]);
+        const std::size_t count = std::stoull(row[5]);
+        std::string signs = row[6].substr(0, OnWindows ? row[6].find('!') : row[6].npos);
+        signs.erase(std::remove(signs.begin(), signs.end(), '!'), signs.end());
+        const auto expectSigns = [&](const auto&... given) {
+            const int all[] = {text.Compare(given...),
+                               text.CompareN(given..., static_cast<std::uint32_t>(count)),
+                               text.CompareNoCase(given...), text.CompareNoCaseN(given..., count)};
+            for (std::size_t i = 0; i < signs.size(); ++i) {
+                EXPECT_EQ("<=>"[(all[i] > 0) - (all[i] < 0) + 1], signs[i]) << row[0] << i;
             }
         };
-        expectSigns(Raw(row.other, row.tag));
-        expectSigns(row.other, row.tag);
-        expectSigns(row.other.c_str(), row.tag);
-        if (row.tag == Sys) expectSigns(row.other), expectSigns(row.other.c_str());
+        expectSigns(Raw(other, tag));
+        expectSigns(other, tag);
+        expectSigns(other.c_str(), tag);
+        if (tag == Sys) expectSigns(other), expectSigns(other.c_str());
     }
     std::setlocale(LC_ALL, "C");
 }

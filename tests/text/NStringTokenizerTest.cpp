@@ -1,13 +1,10 @@
 #include <Poco/Exception.h>
 
 #include <morvel/text/NStringTokenizer.h>
-#include <tests/support/Test.h>
 #include <tests/support/Text.h>
 
 namespace {
 
-using namespace morvel::test;
-using namespace std::string_literals;
 using Tokens = std::vector<std::string>;
 
 Tokens _tokens(const NStringTokenizer& tokenizer) {

@@ -1,12 +1,8 @@
 #include <morvel/text/NfcQuickCheck.h>
 
-#include <tests/support/GuardedMemory.h>
 #include <tests/text/ReferenceText.h>
 
 namespace {
-
-using namespace morvel::test;
-using namespace std::string_literals;
 
 const NStringForm allForms[] = {FormNFC, FormNFD, FormNFKD, FormNFKC};
 
@@ -81,7 +77,7 @@ TEST(Normalization, QuickCheckIsTheSameWithSimdAndWithout) {
         const std::string_view guarded = Guarded(text, ++turn % 4 == 0);
         const bool answer = morvel::NfcQuickCheckPortable(guarded);
         plain += answer ? 1 : 0;
-        ASSERT_EQ(morvel::NfcQuickCheck(guarded), answer) << testing::PrintToString(text);
+        ASSERT_EQ(morvel::NfcQuickCheck(guarded), answer) << PrintToString(text);
     };
     for (unsigned pair = 0; pair < 0x10000 && !HasFailure(); ++pair) {
         const std::string bytes = {static_cast<char>(pair >> 8), static_cast<char>(pair)};

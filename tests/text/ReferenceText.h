@@ -1,7 +1,10 @@
 #pragma once
 
 #include <cstring>
-#include <optional>
+
+#if __has_include(<sys/mman.h>)
+#include <sys/mman.h>
+#endif
 
 #include <Poco/TextConverter.h>
 #include <Poco/TextEncoding.h>
@@ -11,8 +14,6 @@
 #include <tests/support/Text.h>
 
 namespace morvel::test {
-
-using namespace std::string_literals;
 
 inline std::string BytesOf(const NWideString& wide) {
     return std::string(reinterpret_cast<const char*>(wide.data()), 2 * wide.size());
@@ -69,6 +70,26 @@ inline std::optional<std::string> ByUtf8proc(const std::string& text, NStringFor
                                                                          &std::free);
     if (!result) return std::nullopt;
     return std::string(reinterpret_cast<const char*>(result.get()));
+}
+
+/// A copy of `text` at the front or at the end of memory between two pages without access, so that
+/// whoever reads beyond an end crashes. Kept until the next call. On Windows, where the same code
+/// reads, the memory is any.
+inline std::string_view Guarded(std::string_view text, bool atFront) {
+    constexpr std::size_t Size = 0x40000;
+#if __has_include(<sys/mman.h>)
+    static char* const memory = [] {
+        constexpr std::size_t Page = 0x10000;  // the largest of any system
+        void* const whole =
+            mmap(nullptr, Size + 2 * Page, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        mprotect(static_cast<char*>(whole) + Page, Size, PROT_READ | PROT_WRITE);
+        return static_cast<char*>(whole) + Page;
+    }();
+#else
+    static char memory[Size];
+#endif
+    char* const copy = atFront ? memory : memory + Size - text.size();
+    return {copy, text.copy(copy, text.size())};
 }
 
 /// NString as its header tells it, by plain strings, POCO and utf8proc, without a short cut: what

@@ -5,14 +5,10 @@
 #include <curl/curl.h>
 
 #include <cstdarg>
-#include <cstdio>
-#include <numeric>
 
 #include <morvel/files/NPath.h>
 #include <morvel/transfer/NURL.h>
-#include <tests/support/Table.h>
-#include <tests/support/TemporaryFolder.h>
-#include <tests/support/Test.h>
+#include <tests/support/Generated.h>
 
 namespace {
 
@@ -32,6 +28,64 @@ struct FakeCurl {
 
 FakeCurl curl;
 std::size_t reallocsToFail = 0;
+
+// Which call of a callback stops the transfer, counted from 0, and whether by an exception.
+long long stopAt = -1;
+bool throws = false;
+
+bool _stopsNow() {
+    if (stopAt-- != 0) return false;
+    if (throws) throw std::runtime_error("callback");
+    return true;
+}
+
+bool _cancel(void* context) {
+    EXPECT_EQ(context, &stopAt);
+    calls += "? ";
+    return _stopsNow();
+}
+
+void _progress(std::uint64_t done, std::uint64_t whole, void* context) {
+    EXPECT_EQ(context, &calls);
+    calls += std::to_string(done) + '/' + std::to_string(whole) + ' ';
+    _stopsNow();
+}
+
+// Does what libcurl would, and gives all that was received whole.
+std::string _move(const std::string& written) {
+    std::istringstream moves(written);
+    std::string received;
+    std::size_t count = 0, size = 0;
+    for (char way = 0; moves >> way >> count;) {
+        if (moves.peek() != '*' || !(moves.ignore() >> size)) size = 1;
+        std::string bytes(std::max<std::size_t>(count * size, 1), '-');
+        if (way == '!') {
+            reallocsToFail = count;
+        } else if (way == '<') {
+            std::iota(bytes.begin(), bytes.end(), static_cast<char>(received.size()));
+            const auto taken = curl.receive(&bytes[0], size, count, curl.receiver);
+            calls += '=' + std::to_string(taken) + ' ';
+            if (taken == count) received += bytes.substr(0, taken);
+        } else {
+            const auto sent = curl.send(&bytes[0], size, count, curl.sender);
+            if (sent <= bytes.size()) bytes.resize(sent);
+            calls += '=' + std::to_string(sent) + ':' + bytes + ' ';
+        }
+    }
+    reallocsToFail = 0;
+    return received;
+}
+
+// The words of a request, each with what stands behind its =.
+std::map<std::string, std::string> _words(const std::string& text) {
+    std::map<std::string, std::string> words;
+    std::istringstream in("timeout=7 body=0 stop=-1 list=-1 " + text);
+    for (std::string word; in >> word;) {
+        const std::size_t end = std::min(word.find('='), word.size());
+        words[word.substr(0, end)] = word.substr(std::min(end + 1, word.size()));
+    }
+    return words;
+}
 
 }  // namespace
 
@@ -111,70 +165,6 @@ CURLcode curl_easy_setopt(CURL*, CURLoption option, ...) {
 
 }  // extern "C"
 
-namespace {
-
-using namespace morvel::test;
-
-// Which call of a callback stops the transfer, counted from 0, and whether by an exception.
-long long stopAt = -1;
-bool throws = false;
-
-bool _stopsNow() {
-    if (stopAt-- != 0) return false;
-    if (throws) throw std::runtime_error("callback");
-    return true;
-}
-
-bool _cancel(void* context) {
-    EXPECT_EQ(context, &stopAt);
-    calls += "? ";
-    return _stopsNow();
-}
-
-void _progress(std::uint64_t done, std::uint64_t whole, void* context) {
-    EXPECT_EQ(context, &calls);
-    calls += std::to_string(done) + '/' + std::to_string(whole) + ' ';
-    _stopsNow();
-}
-
-// Does what libcurl would, and gives all that was received whole.
-std::string _move(const std::string& written) {
-    std::istringstream moves(written);
-    std::string received;
-    std::size_t count = 0, size = 0;
-    for (char way = 0; moves >> way >> count;) {
-        if (moves.peek() != '*' || !(moves.ignore() >> size)) size = 1;
-        std::string bytes(std::max<std::size_t>(count * size, 1), '-');
-        if (way == '!') {
-            reallocsToFail = count;
-        } else if (way == '<') {
-            std::iota(bytes.begin(), bytes.end(), static_cast<char>(received.size()));
-            const auto taken = curl.receive(&bytes[0], size, count, curl.receiver);
-            calls += '=' + std::to_string(taken) + ' ';
-            if (taken == count) received += bytes.substr(0, taken);
-        } else {
-            const auto sent = curl.send(&bytes[0], size, count, curl.sender);
-            if (sent <= bytes.size()) bytes.resize(sent);
-            calls += '=' + std::to_string(sent) + ':' + bytes + ' ';
-        }
-    }
-    reallocsToFail = 0;
-    return received;
-}
-
-// The words of a request, each with what stands behind its =.
-std::map<std::string, std::string> _words(const std::string& text) {
-    std::map<std::string, std::string> words;
-    std::istringstream in("timeout=7 body=0 stop=-1 list=-1 " + text);
-    for (std::string word; in >> word;) {
-        const std::size_t end = std::min(word.find('='), word.size());
-        words[word.substr(0, end)] = word.substr(std::min(end + 1, word.size()));
-    }
-    return words;
-}
-
-}  // namespace
-
 TEST(NURLCalls, AreWhatTheTableTells) {
     const TemporaryFolder folder;
     const std::vector<std::string> lines = {"A: 1", "", "B: 2"};
@@ -195,29 +185,24 @@ TEST(NURLCalls, AreWhatTheTableTells) {
         throws = has("throw");
         calls.clear();
         curl = {has("init") ? CURLE_OUT_OF_MEMORY : CURLE_OK, !has("handle"), number("list")};
-        std::string moved, received, result;
+        std::string moved, received;
         curl.perform = [&] {
             if (row[1] == "-") return;
             calls.clear();
             received = _move(row[1]);
             moved = calls;
         };
-        try {
-            const auto timeout = static_cast<std::uint32_t>(number("timeout"));
-            result = std::to_string(
-                has("Get") ? url->Get("u", timeout, &_cancel, &stopAt, &_progress, &calls)
-                : has("Upload")
-                    ? url->Upload("u", "0123456", 7, timeout, &_cancel, &stopAt, &_progress, &calls)
-                    : url->Request("u", has("headers") ? &lines : nullptr, body,
-                                   static_cast<std::size_t>(number("body")), timeout, &_cancel,
-                                   &stopAt, &_progress, &calls, flags));
-        } catch (const std::runtime_error&) {
-            result = "thrown";
-        } catch (const std::bad_alloc&) {
-            result = "no memory";
-        }
+        const auto timeout = static_cast<std::uint32_t>(number("timeout"));
+        const std::string result = Outcome([&] {
+            return has("Get")      ? url->Get("u", timeout, &_cancel, &stopAt, &_progress, &calls)
+                   : has("Upload") ? url->Upload("u", "0123456", 7, timeout, &_cancel, &stopAt,
+                                                 &_progress, &calls)
+                                   : url->Request("u", has("headers") ? &lines : nullptr, body,
+                                                  static_cast<std::size_t>(number("body")), timeout,
+                                                  &_cancel, &stopAt, &_progress, &calls, flags);
+        });
         if (!moved.empty()) {
-            EXPECT_THAT(calls, testing::HasSubstr("easy_cleanup global_cleanup "));
+            EXPECT_THAT(calls, HasSubstr("easy_cleanup global_cleanup "));
             EXPECT_EQ(std::string(url->Data(), url->Size()), received);
             calls = moved;
         }

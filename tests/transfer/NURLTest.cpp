@@ -3,17 +3,11 @@
 #include <morvel/transfer/NURL.h>
 
 #include <morvel/files/NPath.h>
-#include <tests/support/TemporaryFolder.h>
-#include <tests/support/Test.h>
 #include <tests/support/TestServer.h>
-
-using namespace morvel::test;
-using namespace testing;
 
 namespace {
 
-class NURLTest : public Test {
-protected:
+struct NURLTest : Test {
     std::int32_t Get(const std::string& target) {
         return url.Get(server.Url(target), 20, nullptr, nullptr, nullptr, nullptr);
     }
