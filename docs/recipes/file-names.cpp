@@ -14,5 +14,7 @@ int main() {
             std::cout << morvel::Utf8(found) << ": " << morvel::ReadFile(found) << '\n';
         }
     }
-    std::cout << std::filesystem::file_size(morvel::ToStdPath(path)) << " bytes\n";
+    const NPath renamed(NString("Zo\xEB.old", EncodingLatin1));
+    morvel::Rename(path, renamed);
+    std::cout << std::filesystem::file_size(morvel::ToStdPath(renamed)) << " bytes\n";
 }

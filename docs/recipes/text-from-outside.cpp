@@ -6,7 +6,9 @@ int main() {
     using namespace std::string_literals;
 
     const NString text = morvel::Decode("\xFE\xFF\0Z\0o\0\xEB"s, EncodingUTF8);
-    std::cout << morvel::Utf8(text) << ", " << morvel::CountCharacters(text) << " characters\n";
+    if (morvel::IsWellFormed(text)) {
+        std::cout << morvel::Utf8(text) << ", " << morvel::CountCharacters(text) << " characters\n";
+    }
 
     const NString cut = morvel::Decode("caf\xC3", EncodingUTF8);
     if (const auto offset = morvel::FindMalformed(cut)) {
