@@ -28,8 +28,13 @@ for name in libmorvel1 libmorvel-dev; do
 done
 "$here/check_sbom.py" "$work"/root/usr/share/doc/libmorvel1/*.cdx.json
 libraries=$(dirname "$(find "$work/root" -name 'libmorvel.so.1')")
-cmake -G Ninja -S "$here/consumer" -B "$work/consumer" -DCMAKE_PREFIX_PATH="$work/root/usr" \
-    >"$work/configure.log" 2>&1 || { cat "$work/configure.log"; exit 1; }
+export LD_LIBRARY_PATH="$libraries" XDG_DATA_HOME="$work"
+for sources in "$here/consumer" "$work/root/usr/share/doc/libmorvel-dev/examples"; do
+    cmake -G Ninja -S "$sources" -B "$work/${sources##*/}" -DCMAKE_PREFIX_PATH="$work/root/usr" \
+        >"$work/configure.log" 2>&1 || { cat "$work/configure.log"; exit 1; }
+done
 cmake --build "$work/consumer"
-LD_LIBRARY_PATH="$libraries" XDG_DATA_HOME="$work" "$work/consumer/consumer"
-echo "the packages: no error or warning by lintian, and a program builds and runs against them"
+"$work/consumer/consumer"
+cmake --build "$work/examples" --target notebook
+"$work/examples/notebook/notebook" list
+echo "the packages: no error or warning by lintian; a program and an example build and run against them"
