@@ -1,8 +1,6 @@
 #include <morvel/platform/platform.h>
 
-#include <windows.h>
-
-#include <tests/support/Test.h>
+#include <tests/support/Test.h>  // with windows.h
 
 using namespace morvel::platform;
 

@@ -3,6 +3,8 @@
 /// What nearly every test stands on: GoogleTest with its matchers, what the tests share, and of the
 /// standard library what holds values, makes texts and files of them, draws them at random and runs
 /// beside.
+#include <Poco/URI.h>  // ahead of windows.h, which GoogleTest brings
+
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -35,8 +37,6 @@
 #include <type_traits>
 #include <utility>
 #include <vector>
-
-#include <Poco/URI.h>
 
 // GoogleTest brings windows.h, whose macros would take these names of NFile's.
 #undef CreateDirectory
