@@ -41,12 +41,14 @@ auto _firstNoCase(std::size_t count) {
     };
 }
 
+// The C library gets signed values, whether char is signed or not: in an application's 8-bit locale
+// that makes a difference for 0xFF, which then is EOF and stays.
 char _upper(char byte) {
-    return static_cast<char>(std::toupper(static_cast<unsigned char>(byte)));
+    return static_cast<char>(std::toupper(static_cast<signed char>(byte)));
 }
 
 char _lower(char byte) {
-    return static_cast<char>(std::tolower(static_cast<unsigned char>(byte)));
+    return static_cast<char>(std::tolower(static_cast<signed char>(byte)));
 }
 
 /// Applies `change` to each byte up to the first NUL, the terminator at the latest.
