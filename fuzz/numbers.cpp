@@ -121,9 +121,7 @@ void write(FuzzedDataProvider& input) {
     const int precision = input.ConsumeIntegralInRange(-2, 70);
     NString text;
     text.SetNumber(number, precision);
-    if (precision > 60 || std::fabs(number) >= 1e60) {
-        Expect(!std::isfinite(number) || text.IsEmpty(), "too long for a text");
-    } else if (std::isfinite(number)) {
+    if (std::isfinite(number)) {  // too many digits are no text, and how many those are, POCO says
         ExpectEqual(text.Data(), Poco::NumberFormatter::format(number, std::max(precision, 0)),
                     "fixed as POCO has it");
     }
