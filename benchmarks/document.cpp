@@ -85,14 +85,15 @@ void _addCases(std::size_t bytes) {
         });
 
     const std::string write = "to text " + bench::SizeName(bytes);
+    const auto addWrite = [&](const char* subject, auto work) {
+        bench::AddEqual(write + '/' + subject, size, work, book.xml);
+    };
     auto own = std::make_shared<NXML>();
     (void)own->FromText(book.xml);
-    bench::AddEqual(
-        write + "/Morvel", size, [own] { return own->ToText(0); }, book.xml);
+    addWrite("Morvel", [own] { return own->ToText(0); });
     auto raw = std::make_shared<pugi::xml_document>();
     raw->load_string(book.xml.c_str());
-    bench::AddEqual(
-        write + "/pugixml (raw)", size, [raw] { return _text(*raw); }, book.xml);
+    addWrite("pugixml (raw)", [raw] { return _text(*raw); });
 
     // The memory that the parsed document and its reading take at the most.
     const std::string memory = "memory of load " + bench::SizeName(bytes);

@@ -42,23 +42,21 @@ void _addCase(const std::string& script, std::size_t bytes) {
     const std::string name = script + ", " + bench::SizeName(bytes);
     const bench::Size size = bench::Bytes(text.size());
 
-    bench::AddEqual(
-        name + "/Morvel", size, [text] { return NString(text, EncodingUTF8); }, expected);
-    bench::AddEqual(
-        name + "/utf8proc (raw)", size, [text] { return _utf8proc(text); }, expected);
+    const auto add = [&](const char* subject, auto work) {
+        bench::AddEqual(name + '/' + subject, size, work, expected);
+    };
+    add("Morvel", [text] { return NString(text, EncodingUTF8); });
+    add("utf8proc (raw)", [text] { return _utf8proc(text); });
 
     UErrorCode status = U_ZERO_ERROR;
     const icu::Normalizer2* const nfc = icu::Normalizer2::getNFCInstance(status);
-    bench::AddEqual(
-        name + "/ICU", size,
-        [text, nfc] {
-            std::string result;
-            icu::StringByteSink<std::string> sink(&result, static_cast<int>(text.size()));
-            UErrorCode error = U_ZERO_ERROR;
-            nfc->normalizeUTF8(0, text, sink, nullptr, error);
-            return result;
-        },
-        expected);
+    add("ICU", [text, nfc] {
+        std::string result;
+        icu::StringByteSink<std::string> sink(&result, static_cast<int>(text.size()));
+        UErrorCode error = U_ZERO_ERROR;
+        nfc->normalizeUTF8(0, text, sink, nullptr, error);
+        return result;
+    });
 
     // From and to its own UTF-16: no conversion is counted.
     const QString wide = QString::fromStdString(text);
@@ -66,11 +64,7 @@ void _addCase(const std::string& script, std::size_t bytes) {
         name + "/Qt 6", size, [wide] { return wide.normalized(QString::NormalizationForm_C); },
         [expected](const QString& result) { return result.toStdString() == expected; });
 
-    if (script == "ascii") {
-        bench::AddEqual(
-            name + "/ceiling: check and copy", size, [text] { return _checkAndCopy(text); },
-            expected);
-    }
+    if (script == "ascii") add("ceiling: check and copy", [text] { return _checkAndCopy(text); });
 }
 
 }  // namespace

@@ -47,7 +47,8 @@ void _addReplace() {
     bench::AddEqual(
         name + "/Abseil", size,
         [=] {
-            return absl::StrReplaceAll(text, {{from, to}});
+            const std::pair<absl::string_view, absl::string_view> pair(from, to);
+            return absl::StrReplaceAll(text, {pair});
         },
         expected);
     const QByteArray bytes = QByteArray::fromStdString(text);
@@ -98,16 +99,16 @@ void _addCompare(std::size_t bytes) {
     const std::string text = bench::Text("ascii", bytes);
     const std::string name = "compare " + bench::SizeName(bytes);
     const bench::Size size = bench::Bytes(text.size());
+    const auto add = [&](const char* subject, auto work) {
+        bench::AddEqual(name + '/' + subject, size, work, 0);
+    };
     const NString a(text, EncodingUTF8), b(text, EncodingUTF8);
-    bench::AddEqual(
-        name + "/Morvel", size, [a, b] { return a.Compare(b); }, 0);
+    add("Morvel", [a, b] { return a.Compare(b); });
     const std::string c = text, d = text;
-    bench::AddEqual(
-        name + "/std::string", size, [c, d] { return c.compare(d); }, 0);
+    add("std::string", [c, d] { return c.compare(d); });
     const QByteArray e = QByteArray::fromStdString(text);
     const QByteArray f(e.constData(), e.size());
-    bench::AddEqual(
-        name + "/QByteArray", size, [e, f] { return e.compare(f); }, 0);
+    add("QByteArray", [e, f] { return e.compare(f); });
 }
 
 // Of two texts that are the same, so that every byte counts.
@@ -115,16 +116,16 @@ void _addEqual(const std::string& script, std::size_t bytes) {
     const std::string text = bench::Text(script, bytes);
     const std::string name = "equal, " + script + " " + bench::SizeName(bytes);
     const bench::Size size = bench::Bytes(text.size());
+    const auto add = [&](const char* subject, auto work) {
+        bench::AddEqual(name + '/' + subject, size, work, true);
+    };
     const NString a(text, EncodingUTF8), b(text, EncodingUTF8);
-    bench::AddEqual(
-        name + "/Morvel", size, [a, b] { return a == b; }, true);
+    add("Morvel", [a, b] { return a == b; });
     const std::string c = text, d = text;
-    bench::AddEqual(
-        name + "/std::string", size, [c, d] { return c == d; }, true);
+    add("std::string", [c, d] { return c == d; });
     const QByteArray e = QByteArray::fromStdString(text);
     const QByteArray f(e.constData(), e.size());
-    bench::AddEqual(
-        name + "/QByteArray", size, [e, f] { return e == f; }, true);
+    add("QByteArray", [e, f] { return e == f; });
 }
 
 }  // namespace

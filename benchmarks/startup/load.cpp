@@ -19,7 +19,7 @@ long long _now() {
 }
 
 long long _size(const char* file) {
-    struct stat found {};
+    struct stat found = {};
     return stat(file, &found) == 0 ? static_cast<long long>(found.st_size) : 0;
 }
 

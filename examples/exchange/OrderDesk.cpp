@@ -82,10 +82,9 @@ std::string _value(NXML& document, const std::string& path) {
 
 // A name from a server becomes part of a file name only where it can do no harm.
 std::string _fileNameFor(const std::string& number) {
-    const bool harmless = !number.empty() && number.size() < 40 &&
-                          std::all_of(number.begin(), number.end(), [](unsigned char c) {
-                              return std::isalnum(c) != 0 || c == '-';
-                          });
+    const auto isPlain = [](unsigned char c) { return std::isalnum(c) != 0 || c == '-'; };
+    const bool harmless =
+        !number.empty() && number.size() < 40 && std::all_of(number.begin(), number.end(), isPlain);
     return "order-" + (harmless ? number : "unnamed") + ".xml";
 }
 

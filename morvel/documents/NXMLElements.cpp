@@ -182,8 +182,9 @@ bool NXML::SetValue(const std::string& path, const std::string& value) {
 }
 
 bool NXML::SetAttributes(const std::string& path, const NAttributeList& list) {
-    pugi::xml_node node;
-    if (list.empty() || !(node = _findElement(_document, path))) return false;
+    if (list.empty()) return false;
+    pugi::xml_node node = _findElement(_document, path);
+    if (!node) return false;
     bool allSet = true;
     for (const auto& [name, value] : list) {
         pugi::xml_attribute attribute = _findAttribute(name, node);

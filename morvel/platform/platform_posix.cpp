@@ -137,7 +137,7 @@ std::FILE* _asStream(int file, const char* mode) {
 
 // POCO 1.11 keeps its descriptor to itself, but an explicit instantiation may name what is private.
 int& _descriptorOf(Poco::FileStreamBuf& file);
-template <int Poco::FileStreamBuf::*Member>
+template <auto Member>
 struct Descriptor {
     friend int& _descriptorOf(Poco::FileStreamBuf& file) { return file.*Member; }
 };
@@ -415,7 +415,8 @@ bool FailedNamedLockMayHold() {
 }
 
 void AtUnload(void (*cleanUp)(void*), void* object) {
-    if (__cxa_atexit(cleanUp, object, &__dso_handle) != 0) throw std::bad_alloc();
+    auto* const library = static_cast<void*>(&__dso_handle);
+    if (__cxa_atexit(cleanUp, object, library) != 0) throw std::bad_alloc();
 }
 
 UnloadMark::UnloadMark() : _newest(nullptr) {}  // the C runtime keeps the order by itself

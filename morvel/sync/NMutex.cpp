@@ -6,7 +6,9 @@
 
 #include <morvel/platform/platform.h>
 
-NMutex::NMutex() : _mutex(new (std::nothrow) Poco::Mutex) {}
+NMutex::NMutex() : _mutex(nullptr) {
+    _mutex = new (std::nothrow) Poco::Mutex;
+}
 
 NMutex::~NMutex() {
     delete _mutex;

@@ -18,8 +18,9 @@ std::string _prepared(std::string name) {
 }  // namespace
 
 // Room comes first: where there is none, the name isn't looked at.
-NNamedMutex::NNamedMutex(const char* name)
-    : _mutex(new (std::nothrow) Poco::NamedMutex(_prepared(name))) {}
+NNamedMutex::NNamedMutex(const char* name) : _mutex(nullptr) {
+    _mutex = new (std::nothrow) Poco::NamedMutex(_prepared(name));
+}
 
 NNamedMutex::~NNamedMutex() {
     delete _mutex;

@@ -58,7 +58,7 @@ void _orderMarks(CodePoints* text) {
 bool morvel::NormalizeText(std::string* text, NStringForm form) {
     if (form < FormNFD || form > FormNFKC) return false;
     if (_isSettled(*text, form)) return true;
-    const std::string_view head(text->c_str());  // up to the first NUL
+    const std::string_view head = std::string_view(*text).substr(0, text->find('\0'));
     if (_isSettled(head, form)) {
         text->resize(head.size());
         return true;

@@ -16,8 +16,7 @@ TEST(NBaseObject, IsInstanceOfWalksTheRecordsUpToTheRoot) {
 }
 
 TEST(NClassRecord, CreatesAnInstanceOrNullForWhateverGoesWrong) {
-    const NClassRecord throwing(
-        "T", 7, []() -> NBaseObject* { throw -1; }, NBaseObject::Record);
+    const NClassRecord throwing{"T", 7, []() -> NBaseObject* { throw -1; }, NBaseObject::Record};
     EXPECT_EQ(throwing.CreateInstance(), nullptr);
     EXPECT_EQ(throwing.ObjectSize(), 7u);
     EXPECT_EQ(throwing.Schema(), 0xFFFFu);

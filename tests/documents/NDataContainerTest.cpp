@@ -89,10 +89,8 @@ TEST(NDataContainer, ToTextIsEmptyWhereSavingFails) {
 TEST(NDataContainerArray, OwnsDeepCopiesOfTheSameClasses) {
     auto array = std::make_unique<NDataContainerArray>();
     NDataContainerArray &source = *array, copy;
-    const NClassRecord failing(
-        "Failing", 0, []() -> NBaseObject* { throw 1; }, nullptr);
-    const NClassRecord other(
-        "Other", 0, []() -> NBaseObject* { return new NString; }, nullptr);
+    const NClassRecord failing{"Failing", 0, []() -> NBaseObject* { throw 1; }, nullptr};
+    const NClassRecord other{"Other", 0, []() -> NBaseObject* { return new NString; }, nullptr};
     for (const NClassRecord* record :
          {NBaseObject::Record(), &failing, &other, &Counted::ownRecord}) {
         auto* container = new Counted("a");

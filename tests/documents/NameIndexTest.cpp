@@ -63,12 +63,11 @@ TEST(NameIndex, FindsWhatAWalkFindsAfterEveryEdit) {
             NDataContainerArray array;
             array.push_back(new NXML);
             array.back()->Assign(other, 0);
+            const NNameList names = {name(), name()};
             const std::function<void()> edits[] = {
                 [&] { document.RemoveElement(edited, -1); },
                 [&] { document.RemoveElement("list", static_cast<std::int32_t>(turn % 30)); },
-                [&] {
-                    document.RemoveElementsByName("list", NNameList{name(), name()});
-                },
+                [&] { document.RemoveElementsByName("list", names); },
                 [&] { document.ReplaceElement(edited, &other); },
                 [&] { document.AppendElements("list", array); },
                 [&] { document.Assign(copy, 0); },

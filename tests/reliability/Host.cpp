@@ -116,6 +116,10 @@ void _limitFiles(const Line& l) {
     setrlimit(RLIMIT_FSIZE, &limit);
 }
 
+std::string _hex(const std::string& bytes) {
+    return NString::HexString(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
+}
+
 void _fetch(const Line& l, std::ostream& out) {
     const morvel::Reply reply = morvel::Fetch(l.file, static_cast<std::uint32_t>(l.Count()));
     out << reply.status << ' ' << reply.body.size();
@@ -140,10 +144,7 @@ const std::map<std::string, std::function<void(const Line&, std::ostream&)>> com
     {"save-safely", DO(morvel::SaveSafely(_document(l), l.Path()))},
     {"write", DO(morvel::WriteFile(l.Path(), l.Filling()))},
     {"malformed", READ(out << int(morvel::FindMalformed(text).value_or(std::size_t(-1))))},
-    {"decode", READ(const std::string bytes = morvel::Decode(text.Data(), EncodingLatin1).Data();
-                    for (unsigned char byte
-                         : bytes) out
-                    << NString::HexString(&byte, 1))},
+    {"decode", READ(out << _hex(morvel::Decode(text.Data(), EncodingLatin1).Data()))},
     {"strict", READ(out << morvel::ParseStrict(text.Data(), l.other).has_value())},
     {"can-convert", READ(out << morvel::CanConvert(text, static_cast<NStringEncoding>(l.second)))},
     {"count", READ(out << morvel::CountCharacters(text))},
