@@ -67,6 +67,20 @@ int _open(const Line& l, int mode, Use use) {
     return stream.Open(NFile(l.file), mode) != 0 ? -1 : (stream.*use)(bytes, 8);
 }
 
+// Where it stands and how much there is; -1 where there is no such file.
+int _seek(const Line& l) {
+    NFileStream stream;
+    if (stream.Open(NFile(l.file), NFileStream::ModeRead) != 0) return -1;
+    return stream.Seek(1) * 10 + stream.Size();
+}
+
+// `file`, which is read by its URL, into the file `other`.
+int _download(const Line& l) {
+    const NPath target(l.other, EncodingUTF8);
+    return NURL().Request("file://" + l.file, nullptr, &target, 0, 10, nullptr, nullptr, nullptr,
+                          nullptr, RequestToFile);
+}
+
 // The hours since 1970, `second` of them from `first` on, at which local time in the zone `file` is
 // by another number of seconds ahead of UTC than it was, and that number.
 void _offsets(const Line& l, std::ostream& out) {
@@ -160,6 +174,10 @@ const std::map<std::string, std::function<void(const Line&, std::ostream&)>> com
     {"created", DO(out << NFile(l.file).CreationTime().Value())},
     {"stream-read", DO(out << _open(l, NFileStream::ModeRead, &NFileStream::Read))},
     {"stream-write", DO(out << _open(l, NFileStream::ModeWrite, &NFileStream::Write))},
+    {"stream-seek", DO(out << _seek(l))},
+    {"download", DO(out << _download(l))},
+    {"flush-log", DO(out << morvel::FlushLog(20))},
+    {"hold", DO((new NNamedMutex(l.file.c_str()))->Lock())},  // until the process ends
     {"start-log", DO(out << morvel::StartLog(l.file))},
     {"log", DO(_log(l))},
     {"lock", DO(_lock(l))},

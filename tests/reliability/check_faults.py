@@ -29,8 +29,10 @@ OLD, NEW = "old", "n" * 100
 XML = '<?xml version="1.0" encoding="UTF-8"?>\n<r>' + NEW + "</r>\n"
 
 # An operation: its words behind the folder's files, the answers of success, those of failure by the error,
-# and what a success and a failure leave: the contents of the folder as a test.
-Operation = collections.namedtuple("Operation", "words done failed after before")
+# and what a success and a failure leave: the contents of the folder as a test. Of the calls in `bound` the first
+# of each name is made, and where that fails, so does the operation: what comes behind them, a folder's fsync
+# behind a rename and what closes a file that was read, may fail unseen.
+Operation = collections.namedtuple("Operation", "words bound done failed after before")
 
 
 def either(*tests):
@@ -51,25 +53,31 @@ def with_file(text, **more):
 UNTOUCHED = with_file(OLD)
 SAYS_NO = {error: {"0"} for error in ERRORS}
 OPERATIONS = [
-    Operation("write {}/file 100", {""}, FAILURE, with_file(NEW), UNTOUCHED),
-    Operation("save-safely {}/file 100", {""}, FAILURE, with_file(XML), UNTOUCHED),
+    Operation("write {}/file 100", "openat fchmod write fsync close rename", {""}, FAILURE, with_file(NEW), UNTOUCHED),
+    Operation("save-safely {}/file 100", "openat fchmod write fsync close rename", {""}, FAILURE, with_file(XML), UNTOUCHED),
     # In place: where that fails half-way the old content is lost.
-    Operation("save {}/file 100", {"1"}, {error: {NO_PATH} for error in ERRORS}, with_file(XML), anything),
-    Operation("read {}/file", {"3"}, FAILURE, UNTOUCHED, UNTOUCHED),
-    Operation("load {}/file", {"accepted"}, {error: {"refused"} for error in ERRORS}, anything, anything),
-    Operation("rename {0}/folder/a {0}/file", {""}, FAILURE,
+    Operation("save {}/file 100", "openat write", {"1"}, {error: {NO_PATH} for error in ERRORS}, with_file(XML), anything),
+    Operation("read {}/file", "openat read", {"3"}, FAILURE, UNTOUCHED, UNTOUCHED),
+    Operation("load {}/file", "openat", {"accepted"}, {error: {"refused"} for error in ERRORS}, anything, anything),
+    Operation("rename {0}/folder/a {0}/file", "rename", {""}, FAILURE,
               lambda files: files == {"file": "1", "folder/b": "2"}, UNTOUCHED),
-    Operation("create {}/new", {"1"}, SAYS_NO, with_file(OLD, new=""), either(UNTOUCHED, with_file(OLD, new=""))),
-    Operation("create-folder {}/new", {"1"}, SAYS_NO, with_file(OLD, **{"new/": ""}), UNTOUCHED),
-    Operation("create-folders {}/new/er", {""}, BY_POCO, with_file(OLD, **{"new/er/": ""}),
+    Operation("create {}/new", "openat", {"1"}, SAYS_NO, with_file(OLD, new=""), either(UNTOUCHED, with_file(OLD, new=""))),
+    Operation("create-folder {}/new", "mkdir", {"1"}, SAYS_NO, with_file(OLD, **{"new/": ""}), UNTOUCHED),
+    Operation("create-folders {}/new/er", "mkdir", {""}, BY_POCO, with_file(OLD, **{"new/er/": ""}),
               either(UNTOUCHED, with_file(OLD, **{"new/": ""}))),
     # What was removed before it failed stays removed.
-    Operation("remove {}/folder", {""}, BY_POCO, lambda files: files == {"file": OLD}, anything),
-    Operation("exists {}/file", {"1"}, SAYS_NO, UNTOUCHED, UNTOUCHED),
-    Operation("created {}/file", {"time"}, SAYS_NO, UNTOUCHED, UNTOUCHED),
-    Operation("stream-read {}/file", {"3"}, {error: {"0", "-1"} for error in ERRORS}, UNTOUCHED, UNTOUCHED),
-    Operation("stream-write {}/file", {"8"}, {error: {"0", "-1"} for error in ERRORS}, with_file("n" * 8), UNTOUCHED),
+    Operation("remove {}/folder", "openat unlink rmdir", {""}, BY_POCO, lambda files: files == {"file": OLD}, anything),
+    Operation("exists {}/file", "newfstatat", {"1"}, SAYS_NO, UNTOUCHED, UNTOUCHED),
+    Operation("created {}/file", "", {"time"}, SAYS_NO, UNTOUCHED, UNTOUCHED),
+    Operation("stream-read {}/file", "openat read", {"3"}, {error: {"0", "-1"} for error in ERRORS}, UNTOUCHED, UNTOUCHED),
+    Operation("stream-write {}/file", "openat write", {"8"}, {error: {"0", "-1"} for error in ERRORS}, with_file("n" * 8), UNTOUCHED),
+    # It tells its position and the size; one that can't be told is 0.
+    Operation("stream-seek {}/file", "openat lseek", {"13"}, {error: {"-1", "3", "10"} for error in ERRORS}, UNTOUCHED, UNTOUCHED),
+    # What libcurl reads of its configuration and of the source may be cut short unseen; what is written may not.
+    Operation("download {0}/file {0}/new", "ftruncate write", {"0"}, {error: {"-4", "23", "37", "43"} for error in ERRORS},
+              lambda files: "new" in files, lambda files: files["file"] == OLD),
 ]
+RETRIED = {("read", "EINTR"), ("write", "EINTR")}  # what a signal interrupts goes on
 
 
 def prepare(folder, operation):
@@ -117,11 +125,13 @@ def calls_of(program, folder, operation):
         marks += name == "getppid"
         if marks == 3 and name not in NOT_OF_FILES:  # the second command is behind the third mark
             calls.append((name, counts[name]))
+    if not calls or (missing := set(operation.bound.split()) - {name for name, _ in calls}):
+        sys.exit(f"failed: {operation.words} makes {len(calls)} calls, but none to {missing if calls else 'the system'}")
     return calls
 
 
-def fault(program, folder, operation, call, number, error):
-    """What is wrong where this call fails; None where nothing is."""
+def fault(program, folder, operation, call, number, error, bound):
+    """What is wrong where this call fails; None where nothing is. `bound`: so must the operation then."""
     prepare(folder, operation)
     answer, opened = run(program, folder, operation, "-o", "/dev/null", "-e", f"trace={call}",
                          "-e", f"inject={call}:error={error}:when={number}")
@@ -130,6 +140,8 @@ def fault(program, folder, operation, call, number, error):
     wrong = []
     if answer not in operation.done and not failed:
         wrong.append(f"answers {answer!r}")
+    if bound and not failed and (call, error) not in RETRIED:
+        wrong.append("passes over it")
     if not (operation.before if failed else operation.after)(files):
         wrong.append(f"leaves {files} behind {answer!r}")
     if opened > (call == "close"):  # one that strace answers is never made
@@ -175,7 +187,8 @@ def main(program):
         def every(operation):
             folder = pathlib.Path(work, str(OPERATIONS.index(operation)))
             calls = calls_of(program, folder, operation)
-            found = [fault(program, folder, operation, call, number, error)
+            first = {name: number for name, number in reversed(calls) if name in operation.bound.split()}
+            found = [fault(program, folder, operation, call, number, error, first.get(call) == number)
                      for call, number in calls for error in ERRORS]
             if operation.words.startswith(("write", "save-safely")):
                 found += replacing(program, folder, operation, calls)

@@ -1,4 +1,5 @@
-"""Processes killed at random: while they log at full speed, and while they hold a named lock."""
+"""Processes killed at random: while they log at full speed behind lines that were flushed, and while they hold
+a named lock, or take and give it."""
 
 import collections
 import os
@@ -15,6 +16,7 @@ from host import UNDER_SANITIZER, Host, finish, skip
 
 ROUNDS = 100
 WRITERS = 3
+FLUSHED = 500  # lines that are in the file before the process is killed
 LINE = re.compile(r'\d+/\d+/\d+ - \[\w{3}\] - \d\d:\d\d:\d\d - NOTICE \[File: \S+ Line: \d+\]\t?\s*"writer (\w+) line (\d+)"')
 
 
@@ -28,10 +30,10 @@ def is_torn(text):
     return text != "" and not text.endswith("\n")
 
 
-def wrong_in(text):
-    """What is wrong with a log: it ends at a line end, or where the system has torn a line, between two pages
-    of memory; and no writer's line is missing before another."""
-    if is_torn(text) and len(text) % os.sysconf("SC_PAGE_SIZE") != 0:
+def wrong_in(text, size):
+    """What is wrong with a log, whose file has `size` bytes: it ends at a line end, or where the system has
+    torn a line, between two pages of memory; and no writer's line is missing before another."""
+    if is_torn(text) and size % os.sysconf("SC_PAGE_SIZE") != 0:
         return f"it ends in {text[-80:]!r}"
     text = text[:text.rfind("\n") + 1]
     next_lines = collections.Counter()
@@ -55,12 +57,17 @@ def kill_logging(program, folder, generator):
     with Host(program, WRITERS, **options) as host:
         if host.ask("start-log", "killed") != "1":
             return "no log could be started", ""
+        if (host.ask("log", "flushed", FLUSHED), host.ask("flush-log")) != ("", "1"):
+            return "the log can't be flushed", ""
         for writer in range(WRITERS):
             host.send("log", f"w{writer}", 100000000)
         time.sleep(generator.uniform(0.002, 0.05))
-        host.process.kill()
+        host.kill()
     before = lines_of(log)
-    return wrong_in(before) or wrong_at_next_start(program, log, options), before
+    if (count := before.count('"writer flushed line ')) != FLUSHED:
+        return f"{count} of {FLUSHED} lines are there that were flushed", before
+    wrong = wrong_in(before, (log / "killed.log").stat().st_size)
+    return wrong or wrong_at_next_start(program, log, options), before
 
 
 def wrong_at_next_start(program, log, options):
@@ -75,12 +82,15 @@ def wrong_at_next_start(program, log, options):
     return None
 
 
-def kill_holder(program, name, generator):
-    """What is wrong after a process is killed while it takes and gives back a lock without end."""
+def kill_holder(program, name, generator, holds):
+    """What is wrong after a process is killed that holds a lock, or takes and gives it back without end."""
     with Host(program) as host:
-        host.send("lock", name, 100000000)
-        time.sleep(generator.uniform(0.01, 0.04))
-        host.process.kill()
+        if host.ask("hold" if holds else "lock", name, 1) != "":
+            return "the lock can't be had"
+        if not holds:
+            host.send("lock", name, 100000000)
+            time.sleep(generator.uniform(0, 0.02))
+        host.kill()
     try:
         subprocess.run([program], input=f"lock {name} 1\n", text=True, timeout=20, check=True, stdout=subprocess.PIPE)
     except subprocess.TimeoutExpired:
@@ -120,12 +130,13 @@ def main(program):
         findings.append("no line was ever written")
     try:
         for number in range(ROUNDS):
-            if wrong := kill_holder(program, name, generator):
+            if wrong := kill_holder(program, name, generator, number % 2 == 0):
                 findings.append(f"lock, round {number} of seed {seed}: {wrong}")
     finally:
         remove_lock(name)
     finish(findings, f"{ROUNDS} kills while logging, {lines:,} lines whole and in order, {torn} ends between two pages "
-           f"inside a line, which got a line of its own; {ROUNDS} kills of lock holders")
+           f"inside a line, which got a line of its own; {ROUNDS} kills of lock holders, {ROUNDS // 2} of "
+           "them while they had it for certain")
 
 
 if __name__ == "__main__":

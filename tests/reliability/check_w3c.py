@@ -67,7 +67,8 @@ def suite(cache):
 
 
 def catalogue(folder):
-    """Each document of the suite's catalogue, by its path, with the type that it has there."""
+    """Each document of the suite's catalogue, by its path, with the type that it has there; and how many of
+    those that it names the archive lacks."""
     text = re.sub(r"<!--.*?-->", "", (folder / "finalCatalog.xml").read_text("latin-1"), flags=re.S)
     cases, base = {}, ""
     for tag, rest in re.findall(r"""<(TESTCASES|TEST)\s((?:[^>"']|"[^"]*"|'[^']*')*)>""", text):
@@ -76,26 +77,24 @@ def catalogue(folder):
             base = attributes.get("xml:base", base)
         else:
             cases[base + attributes["URI"]] = attributes["TYPE"]
-    return {path: kind for path, kind in sorted(cases.items()) if (folder / path).exists()}
+    found = {path: kind for path, kind in sorted(cases.items()) if (folder / path).exists()}
+    return found, len(cases) - len(found)
 
 
 def main(program, cache, pugixml, update=""):
     folder = suite(pathlib.Path(cache))
-    cases = catalogue(folder)
+    cases, lacking = catalogue(folder)
     verdicts, findings = {}, []
     with Host(program) as host:
         for path, kind in cases.items():
             verdict = host.ask("load", folder / path)
             if verdict is None:
                 findings.append(f"{path}: the program ended")
+                host.kill()
                 break
             if verdict == "changed" and path not in CHANGED:
                 findings.append(f"{path}: another tree comes back from its own text")
             verdicts[path] = f"{verdict} {kind}"
-        if host.process.stdin and not findings:
-            host.process.stdin.close()
-            if host.process.wait() != 0:
-                findings.append(f"the program ended with {host.process.returncode}")
     if update:
         lines = [f"# What NXML says to each document of the W3C's suite, with pugixml {pugixml}: its verdict, the suite's own type, the path."]
         TABLE.write_text("\n".join(lines + [f"{verdict} {path}" for path, verdict in verdicts.items()]) + "\n", "utf-8")
@@ -112,7 +111,10 @@ def main(program, cache, pugixml, update=""):
     counts = collections.Counter(verdict.split()[0] for verdict in verdicts.values())
     finish(findings, f"{len(verdicts):,} documents: "
            + ", ".join(f"{count:,} {verdict}" for verdict, count in sorted(counts.items()))
-           + ("" if same_release else f"; {len(others)} verdicts differ from those with the release of the table"))
+           + (f"; {lacking} of the catalogue are not in the archive" if lacking else "")
+           + (f"; {len(missing)} of the table are not in the suite" if missing else "")
+           + ("" if same_release else f"; {len(others)} verdicts differ from those with the release of the table, which "
+              "do not bind this one"))
 
 
 main(*sys.argv[1:])

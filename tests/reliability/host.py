@@ -32,21 +32,29 @@ def finish(failures, figures):
 
 
 class Host:
-    """The program that knows the library, asked line by line. `with` ends it."""
+    """The program that knows the library, asked line by line. `with` ends it, and the driver where that, for
+    a leak, say, wasn't as it is to be."""
 
     def __init__(self, program, threads=1, under=(), **options):
         self.process = subprocess.Popen([*under, program, str(threads)], stdin=subprocess.PIPE,
                                         stdout=subprocess.PIPE, text=True, **options)
-        self._answered = 0
+        self._answered, self._killed = 0, False
 
     def __enter__(self):
         return self
 
-    def __exit__(self, *_):
+    def __exit__(self, kind, *_):
         with contextlib.suppress(BrokenPipeError):
             self.process.stdin.close()
         self.process.wait()
         self.process.stdout.close()
+        if kind is None and not self._killed and self.process.returncode != 0:
+            sys.exit(f"failed: the program ended with {self.process.returncode}")
+
+    def kill(self):
+        """Also where the driver itself tells that it has ended."""
+        self._killed = True
+        self.process.kill()
 
     def send(self, *words):
         print(*words, file=self.process.stdin, flush=True)

@@ -70,6 +70,7 @@ def main(program, minutes):
                         findings.append(f"{batch[index][0]}: {answer!r}, not {batch[index][1]!r}")
                 if host.process.poll() is not None:
                     findings.append(f"the program ended with {host.process.returncode}")
+                    host.kill()
                     break
                 if warm is None and now > start + WARM:
                     warm = int(host.ask("descriptors")), host.resident()
@@ -83,8 +84,6 @@ def main(program, minutes):
                     findings.append(f"{warm[0]} descriptors at first, {descriptors} at the end")
                 if memory > warm[1] + max(4096, warm[1] // 10):
                     findings.append(f"{warm[1]:,} kB at first, {memory:,} kB at the end")
-        if host.process.returncode != 0 and not findings:
-            findings.append(f"the program ended with {host.process.returncode}")  # a sanitizer's leaks, say
     remove_lock(lock)
     if findings:
         print(f"seed {seed}")
