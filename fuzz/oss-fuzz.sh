@@ -11,11 +11,14 @@ cd "$(dirname "$0")/.."
 
 # The dependencies are the distribution's packages, and so built with GCC's library of C++.
 flags=${CXXFLAGS//-stdlib=libc++/}
+# Builds for coverage or introspection have all that they need in $CXXFLAGS, and no sanitizer.
+sanitizer=${SANITIZER:-address}
+[[ $sanitizer =~ ^(address|undefined|memory|thread)$ ]] || sanitizer=
 inherited=-Wl,--disable-new-dtags  # the programs' path serves what their libraries need as well
 build=${WORK:-$PWD/build}/oss-fuzz
 cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=None -DCMAKE_CXX_COMPILER="$CXX" \
     -DCMAKE_CXX_FLAGS="$flags" -DMORVEL_TESTS=OFF -DMORVEL_EXAMPLES=OFF -DMORVEL_INSTALL=OFF -DMORVEL_FUZZ=ON \
-    -DMORVEL_FUZZING_ENGINE="$LIB_FUZZING_ENGINE" -DMORVEL_SANITIZE="${SANITIZER:-address}" \
+    -DMORVEL_FUZZING_ENGINE="$LIB_FUZZING_ENGINE" -DMORVEL_SANITIZE="$sanitizer" \
     -DCMAKE_BUILD_RPATH='$ORIGIN/lib' -DCMAKE_EXE_LINKER_FLAGS="$inherited" -DCMAKE_SHARED_LINKER_FLAGS="$inherited"
 cmake --build "$build"
 

@@ -56,6 +56,8 @@ def figures(logs):
         counts = json.loads(log.read_text("utf-8"))
         reached = {"lines": counts["line_percent"], "branches": counts["branch_percent"]}
         found["coverage"] = ", ".join(f"{percent:.1f} % of {what}" for what, percent in reached.items())
+        if "\n100% tests passed" not in (logs / "coverage.log").read_text("utf-8", "replace"):
+            found["coverage"] += " (**a test has failed**)"
         if short := [what for what, percent in reached.items() if percent < WANTED[what]]:
             found["coverage"] += f" (**too few {' and '.join(short)}**)"
     return found
@@ -71,7 +73,7 @@ def write(logs, commit):
 
     def filled(row):
         key = row[2] + (f" ({row[3]})" if row[3] else "")
-        return f"{row[1]} {found.get(key, 'not run')} |"
+        return f"{row[1]} {found.setdefault(key, '**not run**')} |"
 
     page = ROW.sub(filled, PAGE.read_text("utf-8"))
     system = re.search(r'^PRETTY_NAME="(.*)"$', pathlib.Path("/etc/os-release").read_text("utf-8"), re.M)
