@@ -12,7 +12,7 @@ import subprocess
 import sys
 import tempfile
 
-from host import UNDER_SANITIZER, Host, finish, skip
+from host import Host, finish, skip
 
 ERRORS = ["EIO", "EACCES", "ENOSPC", "EINTR"]
 # Those that ask for memory or say how the process is, a file system doesn't answer.
@@ -176,8 +176,6 @@ def replacing(program, folder, operation, calls):
 
 
 def main(program):
-    if UNDER_SANITIZER:
-        skip("a sanitizer can't work under strace.")
     if not shutil.which("strace"):
         skip("there is no strace; the package of that name has it.")
     with tempfile.TemporaryDirectory() as work:
