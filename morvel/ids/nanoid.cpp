@@ -52,7 +52,7 @@ void morvel::GenerateInto(std::string* result, nanoid::crypto_random_base& sourc
         length <= sizeof small ? nullptr : new unsigned char[length]());
     unsigned char* const buffer = large ? large.get() : small;
     source.next_bytes(buffer, length);
-    result->assign(static_cast<std::size_t>(size), '_');  // from here on nothing of ours throws
+    result->resize(static_cast<std::size_t>(size));  // from here on nothing of ours throws
 
     const char* const symbols = alphabet.data();
     char* at = &(*result)[0];
