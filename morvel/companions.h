@@ -5,7 +5,7 @@
 /// types. They stand on the classes, and morvel.h doesn't include them. Each of their headers says
 /// once for all that it has how it fails, what threads may do, which encoding it has and what it
 /// costs: TextTools.h, FileTools.h, DocumentTools.h, TimeTools.h, TransferTools.h, LogTools.h,
-/// ErrorTools.h; and FmtTools.h, which is included by itself, for programs that have fmt.
+/// ErrorTools.h; and FmtTools.h for programs that have fmt: by itself, or behind fmt's own header.
 #include <morvel/base/ErrorTools.h>
 #include <morvel/documents/DocumentTools.h>
 #include <morvel/files/FileTools.h>

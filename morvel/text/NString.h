@@ -287,7 +287,7 @@ public:
     /// SetList, which leaves the tag. Without a precision a floating number gets the fewest digits
     /// that read back as the same value; with one it is fixed, halves away from zero, a negative
     /// precision counts as 0, and the text is empty for a finite magnitude of 1e60 or more or a
-    /// precision above 60.
+    /// precision above what POCO formats: 60, from its release 1.13 on 100.
     ///@{
     virtual void SetNumber(double value);
     virtual void SetNumber(double value, int precision);

@@ -21,7 +21,8 @@
 /// @file
 /// Companions of NString: what programs do with texts all the time, on its public operations alone.
 /// Where the compiler has C++20's std::format, a text or a path can be an argument of it:
-/// `std::format("{:>20}", text)`. For fmt there is FmtTools.h.
+/// `std::format("{:>20}", text)`. For fmt there is FmtTools.h,
+/// which comes along where fmt's header was included before this one.
 ///
 /// @failure Nothing but std::bad_alloc is thrown.
 /// @threads Each works on copies and only reads its arguments: any number of threads may pass the
@@ -115,4 +116,8 @@ struct std::formatter<Text, char> : std::formatter<std::string> {
         return std::formatter<std::string>::format(morvel::Utf8(text), context);
     }
 };
+#endif
+
+#if defined(FMT_VERSION)  // the program has fmt, and included it first
+#include <morvel/text/FmtTools.h>
 #endif

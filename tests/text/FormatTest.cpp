@@ -1,7 +1,8 @@
 // The formatter for fmt; docs/recipes/cpp20.md shows that of the standard library.
 #define FMT_HEADER_ONLY
+#include <fmt/format.h>
 #include <morvel/files/NPath.h>
-#include <morvel/text/FmtTools.h>
+#include <morvel/text/TextTools.h>
 #include <tests/support/Test.h>
 
 TEST(Format, WritesTextsAsUtf8ByTheRulesOfStrings) {
