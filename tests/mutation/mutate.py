@@ -200,7 +200,7 @@ class Tree:
         for test in json.loads(listed)["tests"]:
             properties = {entry["name"]: entry["value"] for entry in test.get("properties", [])}
             folder = pathlib.Path(properties["WORKING_DIRECTORY"])
-            if folder.name not in ("install", "recipes", "readme"):  # these build: others see the same sooner
+            if folder.name not in ("install", "readme"):  # these build programs: others see the same sooner
                 environment = dict(entry.split("=", 1) for entry in properties.get("ENVIRONMENT", []))
                 passing = {0, properties.get("SKIP_RETURN_CODE", 0)}
                 self.tests.append((test["name"], folder, test["command"], environment, passing))
