@@ -1,3 +1,4 @@
+#include <morvel/files/FileTools.h>
 #include <morvel/files/NPath.h>
 
 #include <pwd.h>
@@ -52,5 +53,17 @@ TEST(NPathPosix, AppDataFolderFollowsTheEnvironmentIfThatIsToBeBelieved) {
         EXPECT_EQ(stat(row.expected.c_str(), &status), 0);
         EXPECT_EQ(status.st_mode & 07777, 0700u);
         std::filesystem::remove_all(row.expected);
+    }
+}
+
+TEST(NPathPosix, AFileThatIsReplacedKeepsItsPermissions) {
+    const TemporaryFolder folder;
+    const std::string file = folder.Write("a", "old");
+    for (const mode_t mode : {0751u, 04755u, 0600u}) {
+        ASSERT_EQ(chmod(file.c_str(), mode), 0);
+        morvel::WriteFile(NPath(file), "new");
+        struct stat status = {};
+        ASSERT_EQ(stat(file.c_str(), &status), 0);
+        EXPECT_EQ(status.st_mode & 07777, mode);
     }
 }
