@@ -165,9 +165,9 @@ std::string NString::DataWithBOM() const {
 }
 
 NWideString NString::Wide() const {
-    NString copy(*this);
-    copy.ConvertTo(EncodingUTF8);
-    return StringToWide(copy._data, platform::CodePageUtf8);
+    return morvel::WithBytesIn(EncodingUTF8, *this, [](const std::string& bytes) {
+        return StringToWide(bytes, platform::CodePageUtf8);
+    });
 }
 
 std::ostream& operator<<(std::ostream& stream, const NString& text) {
