@@ -59,11 +59,11 @@ public:
     /// under that name isn't asked.
     bool IsFile() const;
 
-    /// In place: the file name becomes the last folder, the last folder the file name.
-    ///@{
+    /// In place: the file name becomes the last folder.
     NPath& MakeDirectory() MORVEL_LIFETIMEBOUND;
+
+    /// In place: the last folder becomes the file name.
     NPath& MakeFile() MORVEL_LIFETIMEBOUND;
-    ///@}
 
     [[nodiscard]] NPath Parent() const;  ///< The folder that holds the file or folder.
 
