@@ -129,6 +129,8 @@ TEST(OutOfMemory, Documents) {
     NDataContainerArray array;
     array.push_back(new NXML);
     ASSERT_TRUE(array.back()->FromText(xml));
+    const TemporaryFolder folder;
+    const std::string file = folder.Write("o.xml", o);
     const Text refused = AnyOf("0" + o, noMemory + o);
     const struct {
         const char* what;
@@ -148,6 +150,8 @@ TEST(OutOfMemory, Documents) {
          [](auto& document, auto& other) { return other.Assign(document, 0), 1; }},
         {"CreateRoot", "0<" + page + "/>", "-1",
          [&](auto&, auto& other) { return other.Clear(), other.CreateRoot(page); }},
+        {"LoadFile", "1" + o, StartsWith("0"),
+         [&](auto&, auto& other) { return other.LoadFile(file, true); }},
         // With no memory for an index it walks.
         {"search", "2" + o, "2" + o,
          [](auto& document, auto&) {
