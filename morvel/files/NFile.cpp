@@ -52,12 +52,11 @@ void NFile::CreateDirectories() const {
 
 NTimestamp NFile::CreationTime() const {
     try {
-        std::int64_t seconds = 0;
-        if (morvel::platform::CreationTime(_path.Wide(), &seconds)) {
+        if (const auto seconds = morvel::platform::CreationTime(_path.Wide())) {
             // Unsigned, for the sake of a file system with absurd stamps: wraps instead of
             // overflowing.
             return NTimestamp(
-                static_cast<std::int64_t>(static_cast<std::uint64_t>(seconds) * 1000000));
+                static_cast<std::int64_t>(static_cast<std::uint64_t>(*seconds) * 1000000));
         }
     } catch (...) {  // a timestamp of 0 says that nobody knows
     }

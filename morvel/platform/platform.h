@@ -6,6 +6,7 @@
 #include <ctime>
 #include <filesystem>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -67,10 +68,10 @@ NWideString SpecialFolder(Folder folder);
 /// Full path of the running program in the system's narrow encoding; empty if the system won't say.
 std::string ExecutablePath();
 
-/// Sets `*seconds` to the moment `name` came into being, in seconds since 1970-01-01 00:00:00 UTC.
-/// False, and `*seconds` left alone, if the system won't say. Where the file system keeps no such
-/// moment, the last change of status stands in for it.
-bool CreationTime(const NWideString& name, std::int64_t* seconds);
+/// The moment `name` came into being, in seconds since 1970-01-01 00:00:00 UTC; nothing if the
+/// system won't say. Where the file system keeps no such moment, the last change of status stands
+/// in for it.
+std::optional<std::int64_t> CreationTime(const NWideString& name);
 
 /// Creates or truncates the file and opens it for binary writing. Others may read it meanwhile; a
 /// second writer is refused, off Windows only one that comes through this function (locks are

@@ -251,19 +251,17 @@ std::string ExecutablePath() {
     return std::filesystem::read_symlink("/proc/self/exe", ignored).string();
 }
 
-bool CreationTime(const NWideString& name, std::int64_t* seconds) {
+std::optional<std::int64_t> CreationTime(const NWideString& name) {
     const NativeName native = NativeFileName(name);
     struct statx birth;
     // Some file systems say that they know the birth time and then report 0.
     if (statx(AT_FDCWD, native.c_str(), 0, STATX_BTIME, &birth) == 0 &&
         (birth.stx_mask & STATX_BTIME) != 0 && birth.stx_btime.tv_sec != 0) {
-        *seconds = birth.stx_btime.tv_sec;
-        return true;
+        return birth.stx_btime.tv_sec;
     }
     struct stat status;
-    if (stat(native.c_str(), &status) != 0) return false;
-    *seconds = status.st_ctime;
-    return true;
+    if (stat(native.c_str(), &status) != 0) return {};
+    return status.st_ctime;
 }
 
 std::FILE* OpenForWriting(const NWideString& name) {

@@ -89,11 +89,10 @@ std::string ExecutablePath() {
     return std::string(path, strnlen(path, GetModuleFileNameA(nullptr, path, MAX_PATH)));
 }
 
-bool CreationTime(const NWideString& name, std::int64_t* seconds) {
+std::optional<std::int64_t> CreationTime(const NWideString& name) {
     struct _stat64i32 status;
-    if (_wstat64i32(name.c_str(), &status) != 0) return false;
-    *seconds = status.st_ctime;
-    return true;
+    if (_wstat64i32(name.c_str(), &status) != 0) return {};
+    return status.st_ctime;
 }
 
 std::FILE* OpenForWriting(const NWideString& name) {
