@@ -1,6 +1,6 @@
 #include <morvel/ids/NChecksum.h>
 
-#include <algorithm>
+#include <string_view>
 
 #include <Poco/Checksum.h>
 
@@ -12,10 +12,11 @@ NChecksum::~NChecksum() {
 
 void NChecksum::Update(const std::string& data) {
     // In parts, since POCO counts bytes in 32 bits and would drop the rest of a longer text.
-    constexpr std::size_t Largest = std::size_t{1} << 30;
-    for (std::size_t at = 0; at < data.size(); at += Largest) {
-        const std::size_t length = std::min(Largest, data.size() - at);
-        _checksum->update(data.data() + at, static_cast<unsigned int>(length));
+    std::string_view rest = data;
+    while (!rest.empty()) {
+        const std::string_view part = rest.substr(0, std::size_t{1} << 30);
+        _checksum->update(part.data(), static_cast<unsigned int>(part.size()));
+        rest.remove_prefix(part.size());
     }
 }
 
