@@ -61,15 +61,14 @@ bool _isUnreserved(char c) {
 constexpr char Base64Digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 std::string _base64(const unsigned char* bytes, std::size_t count) {
-    std::string digits;
-    digits.reserve((count + 2) / 3 * 4);
+    std::string digits((count + 2) / 3 * 4, '=');
+    char* to = digits.data();
     while (count > 0) {
-        const std::size_t taken = count < 3 ? count : 3;
+        const std::size_t taken = std::min<std::size_t>(count, 3);
         std::uint32_t group = 0;
         for (std::size_t i = 0; i < 3; ++i) group = group << 8 | (i < taken ? bytes[i] : 0u);
-        for (std::size_t i = 0; i < 4; ++i) {
-            digits += i <= taken ? Base64Digits[group >> (18 - 6 * i) & 63] : '=';
-        }
+        for (std::size_t i = 0; i <= taken; ++i) to[i] = Base64Digits[group >> (18 - 6 * i) & 63];
+        to += 4;
         bytes += taken;
         count -= taken;
     }
@@ -92,22 +91,15 @@ bool _decodeWholeGroups(const std::string& digits, std::string* bytes) {
     if (digits.size() % 4 != 0) return false;
     std::size_t count = digits.size();
     while (count > 0 && digits.size() - count < 2 && digits[count - 1] == '=') --count;
-    bytes->reserve(digits.size() / 4 * 3);
+    bytes->resize(count * 3 / 4);
+    char* to = bytes->data();
     std::uint32_t group = 0;
     for (std::size_t i = 0; i < count; ++i) {
         const signed char value = ValuesOfDigits.of[static_cast<unsigned char>(digits[i])];
         if (value < 0) return false;
         group = group << 6 | static_cast<std::uint32_t>(value);
-        if (i % 4 == 3) {
-            const char whole[] = {static_cast<char>(group >> 16 & 0xFF),
-                                  static_cast<char>(group >> 8 & 0xFF),
-                                  static_cast<char>(group & 0xFF)};
-            bytes->append(whole, 3);
-        }
+        if (i % 4 != 0) *to++ = static_cast<char>(group >> (6 - i % 4 * 2) & 0xFF);
     }
-    if (count % 4 == 3) *bytes += static_cast<char>(group >> 10 & 0xFF);
-    if (count % 4 == 3) *bytes += static_cast<char>(group >> 2 & 0xFF);
-    if (count % 4 == 2) *bytes += static_cast<char>(group >> 4 & 0xFF);
     return true;
 }
 
