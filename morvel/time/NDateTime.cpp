@@ -84,66 +84,58 @@ constexpr std::string_view NumberLetters = "defmnoyYrHhMSsicF";  // POCO reads a
 
 constexpr std::string_view PlainLetters = "YmdHMS";  // each stands for two digits, Y for four
 
-// Moves `digits` digits from the head of `text` to `value`; false where there are fewer.
-bool _takeNumber(std::size_t digits, std::string_view* text, std::int32_t* value) {
-    if (text->size() < digits) return false;
-    *value = 0;
+// The number that the first `digits` characters of `text` are, which it then begins behind; nothing
+// where they are none.
+std::optional<std::int32_t> _takeNumber(std::size_t digits, std::string_view* text) {
+    if (text->size() < digits) return {};
+    std::int32_t value = 0;
     for (const char c : text->substr(0, digits)) {
-        if (c < '0' || c > '9') return false;
-        *value = *value * 10 + (c - '0');
+        if (c < '0' || c > '9') return {};
+        value = value * 10 + (c - '0');
     }
     text->remove_prefix(digits);
-    return true;
+    return value;
 }
 
-// "Z", or hours and minutes as in "+02:00"; false for all else.
-bool _readPlainZone(std::string_view text, std::int32_t* zone) {
-    *zone = 0;
-    if (text == "Z") return true;
-    if (text.size() != 6 || (text[0] != '+' && text[0] != '-') || text[3] != ':') return false;
+// "Z", or hours and minutes as in "+02:00"; nothing for all else.
+std::optional<std::int32_t> _readPlainZone(std::string_view text) {
+    if (text == "Z") return 0;
+    if (text.size() != 6 || (text[0] != '+' && text[0] != '-') || text[3] != ':') return {};
     std::string_view hours = text.substr(1, 2), minutes = text.substr(4);
-    std::int32_t hour = 0, minute = 0;
-    if (!_takeNumber(2, &hours, &hour) || !_takeNumber(2, &minutes, &minute)) return false;
-    *zone = (text[0] == '-' ? -60 : 60) * (hour * 60 + minute);
-    return hour < 24 && minute < 60;
+    const auto hour = _takeNumber(2, &hours), minute = _takeNumber(2, &minutes);
+    if (!hour || !minute || *hour > 23 || *minute > 59) return {};
+    return (text[0] == '-' ? -60 : 60) * (*hour * 60 + *minute);
 }
 
 // A quick reader of plain texts: all digits of the plain letters are there, no letter comes twice,
-// and between them stand the pattern's own separators, one at a time. Nothing for all else, which
-// is POCO's.
+// between them stands at most one separator, the pattern's own, and %z comes last if at all.
+// Nothing for all else, which is POCO's.
 std::optional<NDateTime> _readPlain(std::string_view pattern, std::string_view text,
                                     std::int32_t* zone) {
     constexpr std::string_view Separators = "-:T ";
     unsigned seen = 0;
-    std::int32_t parts[] = {0, 1, 1, 0, 0, 0}, told = 0;  // in the order of the letters
-    bool wantsNumber = true;                              // at the head, and behind a separator
-    for (std::size_t i = 0; i < pattern.size(); ++i) {
-        const char c = pattern[i];
-        if (c != '%') {
-            const bool isPlain = Separators.find(c) != Separators.npos;
-            if (wantsNumber || !isPlain || text.empty() || text[0] != c) return {};
-            text.remove_prefix(1);
-            wantsNumber = true;
-        } else if (const char letter = ++i < pattern.size() ? pattern[i] : '\0'; letter == 'z') {
-            if (wantsNumber || i + 1 < pattern.size() || !_readPlainZone(text, &told)) return {};
-            text = {};
-            wantsNumber = false;
-        } else {
-            const std::size_t part = PlainLetters.find(letter);
-            if (part == PlainLetters.npos || (seen >> part & 1) != 0 ||
-                !_takeNumber(part == 0 ? 4 : 2, &text, &parts[part])) {
-                return {};
-            }
-            seen |= 1U << part;
-            wantsNumber = false;
-        }
+    std::int32_t parts[] = {0, 1, 1, 0, 0, 0};  // in the order of the letters
+    for (;;) {
+        if (pattern.size() < 2 || pattern[0] != '%') return {};
+        const std::size_t part = PlainLetters.find(pattern[1]);
+        if (part == PlainLetters.npos || (seen >> part & 1) != 0) return {};
+        const auto number = _takeNumber(part == 0 ? 4 : 2, &text);
+        if (!number) return {};
+        seen |= 1U << part;
+        parts[part] = *number;
+        pattern.remove_prefix(2);
+        if (pattern.empty() || pattern == "%z") break;
+        if (pattern[0] == '%') continue;
+        const bool isPlain = Separators.find(pattern[0]) != Separators.npos;
+        if (!isPlain || text.empty() || text[0] != pattern[0]) return {};
+        pattern.remove_prefix(1);
+        text.remove_prefix(1);
     }
+    if (pattern.empty() != text.empty()) return {};
+    const std::optional<std::int32_t> told = text.empty() ? 0 : _readPlainZone(text);
     const auto [year, month, day, hour, minute, second] = parts;
-    if (wantsNumber || !text.empty() || second == 60 ||
-        !_isDate(year, month, day, hour, minute, second, 0, 0)) {
-        return {};
-    }
-    *zone = told;
+    if (!told || second == 60 || !_isDate(year, month, day, hour, minute, second, 0, 0)) return {};
+    *zone = *told;
     return NDateTime(year, month, day, hour, minute, second, 0, 0);
 }
 
