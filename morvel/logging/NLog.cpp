@@ -1,6 +1,8 @@
 #include <morvel/logging/NLog.h>
 
+#include <algorithm>
 #include <ctime>
+#include <iterator>
 #include <mutex>
 #include <shared_mutex>
 #include <string_view>
@@ -127,12 +129,9 @@ void NLog::Information(const std::string& text) {
 
 void NLog::_write(std::string_view level, std::string_view text) {
     if (_instance == nullptr) return;
-    for (const auto& row : Levels) {
-        if (level == row.word) {
-            _write(row.priority, text);
-            return;
-        }
-    }
+    const auto* const row = std::find_if(std::begin(Levels), std::end(Levels),
+                                         [&](const auto& known) { return level == known.word; });
+    if (row != std::end(Levels)) _write(row->priority, text);
 }
 
 void NLog::_write(int priority, std::string_view text) {
