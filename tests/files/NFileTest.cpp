@@ -3,6 +3,7 @@
 #include <Poco/Exception.h>
 
 #include <morvel/base/NException.h>
+#include <morvel/files/FileTools.h>
 #include <morvel/files/NFileStream.h>
 #include <morvel/files/ThrowTranslated.h>
 #include <tests/support/Test.h>
@@ -115,6 +116,13 @@ TEST_F(NFileTest, CreatesFoldersByTheBytesOfTheirNames) {
         EXPECT_TRUE(folder.Has(name)) << name;
     }
     std::filesystem::current_path(former);
+}
+
+TEST_F(NFileTest, WritesThroughNoLinkThatLeadsToItself) {
+    if (OnWindows) GTEST_SKIP() << "links take a privilege";
+    std::filesystem::create_symlink("loop", folder.File("loop"));
+    EXPECT_THAT(FailureOf([&] { morvel::WriteFile(At("loop").Path(), "x"); }),
+                StartsWith("File access error: " + folder.File("loop") + ": "));
 }
 
 // By hand, since several of these no file system gives on demand. The code 13 is lost on the way.

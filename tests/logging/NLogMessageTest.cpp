@@ -58,6 +58,9 @@ TEST(NLogMessage, ReportsAFormatThatGivesNothing) {
         Head + "\n\tERROR LOG MSG NOTIFICATION: Failure to parse successfully the message\"";
     EXPECT_EQ(LineOfFormat("", 0), notice + "\"\n\"\n");
     EXPECT_EQ(LineOfFormat("%s", ""), notice + "%s\"\n\"\n");
+    if (!OnWindows) {  // there the locale C has this character
+        EXPECT_EQ(LineOfFormat("lost %ls", L"\u00E9"), notice + "lost %ls\"\n\"\n");
+    }
 }
 
 TEST(NLogMessage, JoinsTextsWithoutASeparatorAndEndsInTheTabWithoutOne) {

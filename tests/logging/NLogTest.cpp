@@ -155,6 +155,16 @@ TEST(NLog, LinesReachTheFileWhileTheProgramRuns) {
     EXPECT_EQ(WrittenLines(File)[0], Numbers(8000));
 }
 
+TEST(NLog, FlushWaitsForNoLineThatComesLater) {
+    const LogInForce inForce;
+    std::atomic<bool> flushed{false};
+    InThreads(4, [&](int thread) {
+        for (int i = 0; i < 3000 || (thread != 0 && !flushed); ++i) WriteLines(thread, i, 1);
+        if (thread == 0) flushed = morvel::FlushLog(20);
+        EXPECT_TRUE(flushed.exchange(true));
+    });
+}
+
 // Threads that begin at the same moment: with the first lines of a log, and across a rotation.
 TEST(NLog, KeepsEveryLineOfManyThreadsInItsThreadsOrder) {
     const int many = std::getenv("MORVEL_LONG_TESTS") != nullptr ? 125000 : 5000;
