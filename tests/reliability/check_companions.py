@@ -76,8 +76,8 @@ def main(program):
             checks.expect(str(count), text.encode(), "count", "-", 4)
         for codec, kept in [(codec, f'<?xml version="1.0" encoding="{name}"?>') for name, codec in DECLARED.items()] + [
                 (codec, "") for codec in BY_BYTES]:
-            for letter in LETTERS:
-                body = f"<r>{letter if encodable(letter, codec) else 'a'}</r>"
+            for letters in [*LETTERS, bytes(range(0x80, 0x100)).decode(codec, "ignore")]:
+                body = f"<r>{letters if letters and encodable(letters, codec) else 'a'}</r>"
                 checks.expect(body, (kept + body).encode(codec), "load-from")
         checks.expect('The encoding "klingon" is not known', b'<?xml version="1.0" encoding="klingon"?><r/>', "load-from")
         checks.expect("The bytes are not UTF-8", b"<r>\xff</r>", "load-from")
