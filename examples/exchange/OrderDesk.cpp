@@ -21,9 +21,9 @@ struct Item {
     double price;
 };
 
-const Item items[] = {{"Café crème", 2, 3.20}, {"Smørrebrød", 1, 8.75}, {"ほうじ茶", 3, 4.50}};
-const char customer[] = "Zoë Ångström";
-const char lastLine[] = "the order desk closes";
+const Item Items[] = {{"Café crème", 2, 3.20}, {"Smørrebrød", 1, 8.75}, {"ほうじ茶", 3, 4.50}};
+const char Customer[] = "Zoë Ångström";
+const char LastLine[] = "the order desk closes";
 
 // What a status of NURL means to somebody who wants an order placed.
 std::string _explain(std::int32_t status, const std::string& url, std::uint32_t timeout) {
@@ -51,7 +51,7 @@ std::string _explain(std::int32_t status, const std::string& url, std::uint32_t 
 void _composeOrder(NXML& order) {
     NDataContainerArray parts;
     NString number;
-    for (const Item& item : items) {
+    for (const Item& item : Items) {
         auto part = std::make_unique<NXML>();
         part->CreateRoot("item");
         part->SetValue("item.name", NString(item.name, EncodingUTF8));
@@ -64,7 +64,7 @@ void _composeOrder(NXML& order) {
     }
     order.CreateRoot("order");
     order.SetAttribute("order", "currency", "€");
-    order.SetValue("order.customer", NString(customer, EncodingUTF8));
+    order.SetValue("order.customer", NString(Customer, EncodingUTF8));
     order.SetValue("order.items", "");
     order.RemoveElement("order.items", 0);  // the empty text that SetValue made
     order.AppendElements("order.items", parts);
@@ -93,7 +93,7 @@ void _exchange(const std::string& url, std::uint32_t timeout, std::ostream& acco
     _composeOrder(order);
     account << "Order\n" << order.ToText(1) << '\n';
 
-    NString who(customer, EncodingUTF8);
+    NString who(Customer, EncodingUTF8);
     who.UrlEncode();
     const std::string address =
         url + (url.find('?') == std::string::npos ? '?' : '&') + "customer=" + who.Data();
@@ -177,7 +177,7 @@ void ShowLog(std::ostream& account) {
         return;
     }
 
-    NLOG("NOTICE", "%s", lastLine);
+    NLOG("NOTICE", "%s", LastLine);
     // Lines are written in the background: wait for the one above, but not for good.
     std::deque<std::string> tail;
     for (int tries = 0; tries < 200; ++tries) {
@@ -187,7 +187,7 @@ void ShowLog(std::ostream& account) {
             tail.push_back(line);
             if (tail.size() > 3) tail.pop_front();
         }
-        if (!tail.empty() && tail.back().find(lastLine) != std::string::npos) break;
+        if (!tail.empty() && tail.back().find(LastLine) != std::string::npos) break;
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     account << "Log\n  " << name << "\n  its last lines:\n";

@@ -16,19 +16,19 @@ namespace {
 
 enum Exit { Done = 0, TransferFailed = 1, OutputFailed = 2, Interrupted = 130 };
 
-constexpr std::int32_t statusCancelled = -2;
-constexpr std::int32_t statusNoOutput = -4;
+constexpr std::int32_t StatusCancelled = -2;
+constexpr std::int32_t StatusNoOutput = -4;
 
-volatile std::sig_atomic_t interrupted = 0;
+volatile std::sig_atomic_t _interrupted = 0;
 
 // The first Ctrl-C ends the transfer at the next piece of data, a second one ends the program.
 void _onInterrupt(int) {
-    interrupted = 1;
+    _interrupted = 1;
     std::signal(SIGINT, SIG_DFL);
 }
 
 bool _isInterrupted(void*) {
-    return interrupted != 0;
+    return _interrupted != 0;
 }
 
 void _showProgress(std::uint64_t received, std::uint64_t, void* progress) {
@@ -117,7 +117,7 @@ int main(int argc, char** argv) {
         const std::int32_t status = transfer.Request(url, &file, 0, timeout, nullptr, nullptr,
                                                      nullptr, nullptr, flags | RequestToFile);
         if (status == 0) return Done;
-        if (status == statusNoOutput) {
+        if (status == StatusNoOutput) {
             std::cerr << "The file " << output << " cannot be written. Check folder and rights.\n";
             return OutputFailed;
         }
@@ -130,7 +130,7 @@ int main(int argc, char** argv) {
     const std::int32_t status = transfer.Request(url, nullptr, 0, timeout, _isInterrupted, nullptr,
                                                  _showProgress, &progress, flags);
     if (transfer.Size() != 0) progress.Finish(transfer.Size());
-    if (status == statusCancelled) {
+    if (status == StatusCancelled) {
         std::cerr << "Interrupted; nothing was written.\n";
         return Interrupted;
     }

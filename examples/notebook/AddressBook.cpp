@@ -6,7 +6,7 @@
 
 namespace {
 
-const std::pair<const char*, NString Entry::*> fields[] = {
+const std::pair<const char*, NString Entry::*> Fields[] = {
     {"phone", &Entry::phone}, {"mail", &Entry::mail}, {"town", &Entry::town}};
 
 std::filesystem::path _native(const NPath& path) {
@@ -17,7 +17,7 @@ Entry _read(NDataContainer& element) {
     Entry entry;
     element.GetRootAttribute("name", entry.name);
     NXML part;
-    for (const auto& [name, field] : fields) {
+    for (const auto& [name, field] : Fields) {
         if (element.GetElement(std::string("entry.") + name, &part, -1)) {
             entry.*field = NString(part.RootValue(), EncodingUTF8);
         }
@@ -27,7 +27,7 @@ Entry _read(NDataContainer& element) {
 
 void _write(const Entry& entry, NDataContainer& element) {
     element.SetAttribute("entry", "name", NString(entry.name).Converted(EncodingUTF8));
-    for (const auto& [name, field] : fields) {
+    for (const auto& [name, field] : Fields) {
         if (!(entry.*field).IsEmpty()) element.SetValue(std::string("entry.") + name, entry.*field);
     }
 }

@@ -15,7 +15,7 @@ namespace {
 
 enum Exit { Done = 0, Refused = 1, Failed = 2 };
 
-const std::map<std::string, NStringEncoding> encodings = {
+const std::map<std::string, NStringEncoding> Encodings = {
     {"ascii", EncodingASCII}, {"latin1", EncodingLatin1}, {"latin9", EncodingLatin9},
     {"utf8", EncodingUTF8},   {"utf16", EncodingUTF16},
 };
@@ -50,7 +50,7 @@ int main(int argc, char** argv) {
     std::string fromName = "utf8", toName = "utf8";
     bool lossy = false;
     std::vector<std::string> files;
-    const CLI::IsMember known(encodings, CLI::ignore_case);
+    const CLI::IsMember known(Encodings, CLI::ignore_case);
     app.add_option("--from", fromName, "what the files are in")->transform(known);
     app.add_option("--to", toName, "what they are to be in")->transform(known);
     app.add_flag("--lossy", lossy, "write '?' for what the encoding lacks, and tell where");
@@ -59,7 +59,7 @@ int main(int argc, char** argv) {
         "Ends with 0, with 1 if a file was refused, with 2 if one can't be read or written, above "
         "100 for a wrong command line.");
     if (const auto status = CommandLine(argc, argv).Parse(app)) return *status;
-    const NStringEncoding from = encodings.at(fromName), to = encodings.at(toName);
+    const NStringEncoding from = Encodings.at(fromName), to = Encodings.at(toName);
 
     int result = Done;
     std::size_t number = 0;

@@ -35,9 +35,9 @@ void Progress::_draw(std::uint64_t received, Clock::time_point now) {
             std::min(static_cast<double>(received) / static_cast<double>(_total), 1.0);
         const double remaining =
             speed > 0 ? static_cast<double>(_total) * (1 - share) / speed : 0.0;
-        constexpr std::size_t width = 30;
-        const auto filled = static_cast<std::size_t>(share * width);
-        line = '[' + std::string(filled, '#') + std::string(width - filled, '.') + "] " +
+        constexpr std::size_t Width = 30;
+        const auto filled = static_cast<std::size_t>(share * Width);
+        line = '[' + std::string(filled, '#') + std::string(Width - filled, '.') + "] " +
                NString()
                    .Format("%3.0f %%, %s, %.0f s left", share * 100, line.c_str(), remaining)
                    .Data();

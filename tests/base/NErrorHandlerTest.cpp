@@ -18,6 +18,8 @@ std::string _reports() {
     return errors.str();
 }
 
+}  // namespace
+
 TEST(NErrorHandler, SetReplacesTheDefaultAndWhatTheHandlerThrowsIsSwallowed) {
     struct Throwing : NErrorHandler {
         void Exception() override { Report("other"); }
@@ -36,5 +38,3 @@ TEST(NErrorHandler, SetReplacesTheDefaultAndWhatTheHandlerThrowsIsSwallowed) {
     EXPECT_EQ(NErrorHandler::Set(nullptr), &handler);
     EXPECT_EQ(NErrorHandler::Get(), standard);
 }
-
-}  // namespace

@@ -9,19 +9,19 @@ namespace {
 // No operation of the library fills the chain of nested exceptions yet. An explicit instantiation
 // may name what is private.
 NException*& _nestedOf(NException& exception);
-template <auto member>
+template <auto Member>
 struct Opened {
-    friend NException*& _nestedOf(NException& exception) { return exception.*member; }
+    friend NException*& _nestedOf(NException& exception) { return exception.*Member; }
 };
 template struct Opened<&NException::_nested>;
 
 // That `Class` stands below `Base` and adds nothing to it; that a copy, a clone and what a rethrow
 // throws are of exactly that class, with a chain of their own. Grouping classes can only be made as
 // a part of another.
-template <class Class, class Base, bool raisable = true>
+template <class Class, class Base, bool Raisable = true>
 void _expectClass(const char* text) {
     static_assert(std::is_convertible_v<Class*, Base*> && sizeof(Class) == sizeof(NException));
-    static_assert(std::is_constructible_v<Class, const std::string&, std::int32_t> == raisable);
+    static_assert(std::is_constructible_v<Class, const std::string&, std::int32_t> == Raisable);
     struct Probe : Class {
         Probe() : Class("a\0b"s, -7) {}
     };
@@ -40,6 +40,8 @@ void _expectClass(const char* text) {
         EXPECT_STREQ(thrown.Nested()->what(), "Cannot open file");
     }
 }
+
+}  // namespace
 
 TEST(NException, EachClassOfTheFamilyHasItsTextAndItsPlace) {
     _expectClass<NException, std::exception>("NException");
@@ -60,5 +62,3 @@ TEST(NException, EachClassOfTheFamilyHasItsTextAndItsPlace) {
     _expectClass<KelXMLElementException, KelRuntimeException>("XML element exception");
     _expectClass<KelXMLParseException, KelRuntimeException>("XML parse error");
 }
-
-}  // namespace

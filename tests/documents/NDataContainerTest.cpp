@@ -10,9 +10,9 @@ namespace {
 struct Counted : NXML {
     explicit Counted(const std::string& root = "") {
         CreateRoot(root);
-        ++alive;
+        ++_alive;
     }
-    ~Counted() override { --alive; }
+    ~Counted() override { --_alive; }
 
     const NClassRecord* ClassRecord() const override { return record; }
     using NXML::operator=;
@@ -30,13 +30,13 @@ struct Counted : NXML {
     }
 
     std::string assigned;
-    const NClassRecord* record = &ownRecord;
+    const NClassRecord* record = &OwnRecord;
 
-    static const NClassRecord ownRecord;
-    inline static int alive = 0;
+    static const NClassRecord OwnRecord;
+    inline static int _alive = 0;
 };
 
-const NClassRecord Counted::ownRecord(
+const NClassRecord Counted::OwnRecord(
     "Counted", sizeof(Counted), []() -> NBaseObject* { return new Counted; }, &NXML::Record);
 
 std::string _roots(const NDataContainerArray& array) {
@@ -92,7 +92,7 @@ TEST(NDataContainerArray, OwnsDeepCopiesOfTheSameClasses) {
     const NClassRecord failing{"Failing", 0, []() -> NBaseObject* { throw 1; }, nullptr};
     const NClassRecord other{"Other", 0, []() -> NBaseObject* { return new NString; }, nullptr};
     for (const NClassRecord* record :
-         {NBaseObject::Record(), &failing, &other, &Counted::ownRecord}) {
+         {NBaseObject::Record(), &failing, &other, &Counted::OwnRecord}) {
         auto* container = new Counted("a");
         container->record = record;
         source.push_back(container);
@@ -103,7 +103,7 @@ TEST(NDataContainerArray, OwnsDeepCopiesOfTheSameClasses) {
     copy.push_back(new Counted("former"));
     copy.Assign(source);
     EXPECT_EQ(dynamic_cast<Counted&>(*copy.front()).assigned, "0");
-    EXPECT_EQ(Counted::alive, 5);
+    EXPECT_EQ(Counted::_alive, 5);
     source.back()->CreateRoot("changed");
     copy.Assign(copy);
     EXPECT_EQ(_roots(copy), "a b ");
@@ -111,9 +111,9 @@ TEST(NDataContainerArray, OwnsDeepCopiesOfTheSameClasses) {
     source.push_back(new Counted("throws"));
     EXPECT_THROW(copy.Assign(source), std::runtime_error);
     EXPECT_EQ(_roots(copy), "a changed ");  // made before the failure
-    EXPECT_EQ(Counted::alive, 6);           // the one that failed is gone
+    EXPECT_EQ(Counted::_alive, 6);          // the one that failed is gone
     copy.Assign(NDataContainerArray());
     EXPECT_TRUE(copy.empty());
     array.reset();
-    EXPECT_EQ(Counted::alive, 0);
+    EXPECT_EQ(Counted::_alive, 0);
 }

@@ -112,13 +112,13 @@ bool _state(Subject& s) {
     return true;
 }
 
-const TemporaryFolder _folder;
+const TemporaryFolder Folder;
 
 #define DO(...) [](Subject& s) -> bool { return s.document.__VA_ARGS__; }
 #define ANSWER(...) [](Subject& s) -> bool { return s.Answer(__VA_ARGS__), true; }
 
 // By their names in operations.txt.
-const std::map<std::string, std::function<bool(Subject&)>> _operations = {
+const std::map<std::string, std::function<bool(Subject&)>> Operations = {
     {"AppendElements", _appendElements},
     {"Assign", [](Subject& s) { return s.document.Assign(*s.Other(s.Word(0)), 0), true; }},
     {"Clear", [](Subject& s) { return s.document.Clear(), true; }},
@@ -134,7 +134,7 @@ const std::map<std::string, std::function<bool(Subject&)>> _operations = {
     {"LoadFile", DO(LoadFile(s.Word(0), false))},
     {"LoadSilently", DO(LoadFile(s.Word(0), true))},
     {"LoadStream", _loadStream},
-    {"Read", ANSWER(_folder.Read(s.Word(0)))},
+    {"Read", ANSWER(Folder.Read(s.Word(0)))},
     {"RemoveAttribute", DO(RemoveAttribute(s.Word(0), s.Word(1)))},
     {"RemoveAttributes", DO(RemoveAttributes(s.Word(0)))},
     {"RemoveElement", DO(RemoveElement(s.Word(0), s.Index()))},
@@ -149,12 +149,12 @@ const std::map<std::string, std::function<bool(Subject&)>> _operations = {
     {"SetValueCData", DO(SetValueCData(s.Word(0), s.Word(1)))},
     {"State", _state},
     {"ToText", ANSWER(s.document.ToText(static_cast<std::uint32_t>(std::stoul(s.Word(0)))))},
-    {"Write", ANSWER(_folder.Write(s.Word(0), s.Word(1)))},
+    {"Write", ANSWER(Folder.Write(s.Word(0), s.Word(1)))},
 };
 
 // What a word or a column of operations.txt means.
 std::string _meaning(const std::string& written) {
-    static const std::string folder = _folder.Path().u8string();
+    static const std::string folder = Folder.Path().u8string();
     static const std::pair<const char*, std::string> names[] = {
         {"{data}", folder},
         {"{full}", std::filesystem::exists("/dev/full") ? "/dev/full" : folder},
@@ -175,7 +175,7 @@ std::string _outcome(const std::string& row, const std::string& text) {
         while (operations >> std::quoted(word) && word != ";") s.words.push_back(_meaning(word));
         s.answer.reset();
         try {
-            isDone = _operations.at(name)(s);
+            isDone = Operations.at(name)(s);
         } catch (const NException& e) {
             EXPECT_EQ(e.Code(), 0);
             isDone = false;
@@ -217,7 +217,7 @@ TEST(NXML, DoesWhatTheTableTells) {
 }
 
 // The class itself walks without copies, a class derived from it through FindElements.
-TEST(NXML, ForEachElement) {
+TEST(NXML, ForEachElementCallsForEachChildThoughItRemovesThem) {
     static std::vector<std::string> calledWith;
     static NXML* edited;
     const auto call = [](const std::string& name, void* user) {

@@ -6,15 +6,15 @@
 
 namespace {
 
-thread_local long untilFailure = -1;  // negative: none fails
-thread_local bool allFail = false;
-thread_local bool hasFailed = false;
-thread_local long alive = 0;
+thread_local long _untilFailure = -1;  // negative: none fails
+thread_local bool _allFail = false;
+thread_local bool _hasFailed = false;
+thread_local long _alive = 0;
 
 using Text = Matcher<const std::string&>;
 
 // All texts are too long for any place but the heap.
-const std::string digits = Repeated("123"s, 20), noMemory = "std::bad_alloc";
+const std::string Digits = Repeated("123"s, 20), NoMemory = "std::bad_alloc";
 
 // Runs an operation with one allocation failing, or all from one on.
 struct Attempt {
@@ -24,14 +24,14 @@ struct Attempt {
     // What the operation gives, or what() of the exception that came out of it.
     std::string operator()(const std::function<std::string()>& operation) const {
         std::string result;
-        hasFailed = false;
-        allFail = all;
-        untilFailure = count;
+        _hasFailed = false;
+        _allFail = all;
+        _untilFailure = count;
         try {
             result = operation();
-            untilFailure = -1;
+            _untilFailure = -1;
         } catch (const std::exception& e) {
-            untilFailure = -1;
+            _untilFailure = -1;
             result = e.what();
         }
         return result;
@@ -44,39 +44,41 @@ void _expect(const char* what, const std::string& done, const Text& failed,
     SCOPED_TRACE(what);
     outcome({std::numeric_limits<long>::max()});  // makes what is made once in a process
     for (const bool all : {false, true}) {
-        hasFailed = true;
-        for (long count = 0; hasFailed && !Test::HasFailure(); ++count) {
-            const long before = alive;
+        _hasFailed = true;
+        for (long count = 0; _hasFailed && !Test::HasFailure(); ++count) {
+            const long before = _alive;
             {
                 const std::string is = outcome({count, all});
-                EXPECT_TRUE(is == done || (hasFailed && failed.Matches(is)))
+                EXPECT_TRUE(is == done || (_hasFailed && failed.Matches(is)))
                     << count << ": " << is.substr(0, 200);
             }
-            EXPECT_LE(alive, before) << count << ": allocations leaked";
-            EXPECT_TRUE(hasFailed || count > 0) << "no allocation at all";
+            EXPECT_LE(_alive, before) << count << ": allocations leaked";
+            EXPECT_TRUE(_hasFailed || count > 0) << "no allocation at all";
         }
     }
 }
 
+}  // namespace
+
 TEST(OutOfMemory, LeavesWhatIsPromised) {
-    const KelFileException exception(digits, 1);
+    const KelFileException exception(Digits, 1);
     const auto clone = [&](const Attempt& attempt) {
         std::unique_ptr<NException> made;
         return attempt([&] { return made.reset(exception.Clone()), made ? "copy" : "none"; });
     };
-    _expect("Clone", "copy", AnyOf("none", noMemory), clone);
+    _expect("Clone", "copy", AnyOf("none", NoMemory), clone);
     EXPECT_EQ(clone({0}), "none") << "the object comes before its texts";
     _expect("Generate", "0 50", "-1 40", [&](const Attempt& attempt) {
         NUUID id;
-        id.Generate(digits, 40);
-        std::string alphabet(digits);
+        id.Generate(Digits, 40);
+        std::string alphabet(Digits);
         const std::string status =
             attempt([&] { return std::to_string(id.Generate(std::move(alphabet), 50)); });
         return status + ' ' + std::to_string(id.Value().size());
     });
-    _expect("DecodeBase64", "45", noMemory + "0", [&](const Attempt& attempt) {
+    _expect("DecodeBase64", "45", NoMemory + "0", [&](const Attempt& attempt) {
         std::uint32_t count = 99;
-        const NString base64(digits);
+        const NString base64(Digits);
         const auto decode = [&] { return base64.DecodeBase64(nullptr, &count), ""; };
         const std::string status = attempt(decode);
         return status + std::to_string(count);
@@ -84,7 +86,7 @@ TEST(OutOfMemory, LeavesWhatIsPromised) {
 }
 
 // The text is as it was, in NFC perhaps, and the operation does its work when it is called again.
-TEST(OutOfMemory, OperationsOnText) {
+TEST(OutOfMemory, LeavesTextsAsTheyWere) {
     // UTF-8 that isn't in NFC, which only wide text leaves behind.
     const NString denormal(Repeated(Wide({'e', 0x301}), 40));
     const NString marks(NWideString(20, NWideChar(0x301)) + NWideString(20, NWideChar(0x323)));
@@ -104,7 +106,7 @@ TEST(OutOfMemory, OperationsOnText) {
         NString done(row.before), inNfc(row.before);
         row.operation(done);
         inNfc.Normalize(FormNFC);
-        const auto same = AnyOf(noMemory + state(row.before), noMemory + state(inNfc));
+        const auto same = AnyOf(NoMemory + state(row.before), NoMemory + state(inNfc));
         _expect(row.what, state(done), same, [&](const Attempt& attempt) {
             NString text(row.before);
             const std::string result = attempt([&] { return row.operation(text), ""; });
@@ -117,10 +119,10 @@ TEST(OutOfMemory, OperationsOnText) {
 }
 
 // What each gives, and what is in the other document then, which can be used again.
-TEST(OutOfMemory, Documents) {
+TEST(OutOfMemory, LeavesDocumentsThatCanBeUsedAgain) {
     // Some pages of pugixml's memory, so that it can end in the middle of a copy; and one of each
     // kind of text that is so long that it gets a page of its own.
-    const std::string value = Repeated(digits, 20), page(33000, 'n');
+    const std::string value = Repeated(Digits, 20), page(33000, 'n');
     const std::string xml = "<r>" +
                             Repeated("<a x=\"" + value + "\"><b>" + value + "</b></a>", 40) + "<" +
                             page + " " + page + "=\"1\" x=\"" + page + "\"/><c>" + page + "</c>" +
@@ -131,7 +133,7 @@ TEST(OutOfMemory, Documents) {
     ASSERT_TRUE(array.back()->FromText(xml));
     const TemporaryFolder folder;
     const std::string file = folder.Write("o.xml", o);
-    const Text refused = AnyOf("0" + o, noMemory + o);
+    const Text refused = AnyOf("0" + o, NoMemory + o);
     const struct {
         const char* what;
         std::string done;
@@ -142,11 +144,11 @@ TEST(OutOfMemory, Documents) {
          [&](auto&, auto& other) { return other.SetValue("o." + page, page); }},
         {"SetAttributes", "1<o " + page + "=\"" + page + "\">" + children + "</o>", refused,
          [&](auto&, auto& other) { return other.SetAttribute("o", page, page); }},
-        {"GetElement", "1" + xml, noMemory + o,
+        {"GetElement", "1" + xml, NoMemory + o,
          [](auto& document, auto& other) { return document.GetElement("r", &other, -1); }},
         {"AppendElements", "1<o>" + children + xml + "</o>", "0" + o,
          [&](auto&, auto& other) { return other.AppendElements("o", array); }},
-        {"Assign", "1" + xml, noMemory + o,
+        {"Assign", "1" + xml, NoMemory + o,
          [](auto& document, auto& other) { return other.Assign(document, 0), 1; }},
         {"CreateRoot", "0<" + page + "/>", "-1",
          [&](auto&, auto& other) { return other.Clear(), other.CreateRoot(page); }},
@@ -184,25 +186,23 @@ TEST(OutOfMemory, LocksThrowMinusOne) {
     EXPECT_THAT([&] { named->Unlock(); }, Throws<int>(-1));
 }
 
-}  // namespace
-
 // The program's definitions stand in front of the C library's for all shared libraries.
 extern "C" {
 void* __libc_malloc(std::size_t size);
 void __libc_free(void* memory);
 
 void* malloc(std::size_t size) {
-    if (untilFailure != 0) {
-        untilFailure -= untilFailure > 0;
-        ++alive;
+    if (_untilFailure != 0) {
+        _untilFailure -= _untilFailure > 0;
+        ++_alive;
         return __libc_malloc(size);
     }
-    hasFailed = true;
-    untilFailure = allFail ? 0 : -1;
+    _hasFailed = true;
+    _untilFailure = _allFail ? 0 : -1;
     return nullptr;
 }
 void free(void* memory) {
-    alive -= memory != nullptr;
+    _alive -= memory != nullptr;
     __libc_free(memory);
 }
 }

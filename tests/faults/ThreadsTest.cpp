@@ -18,6 +18,8 @@ struct Counter : NErrorHandler {
     int count = 0;
 };
 
+}  // namespace
+
 TEST(Threads, ReportWhileTheHandlerIsExchanged) {
     Counter counter;
     NErrorHandler::Set(&counter);
@@ -93,5 +95,3 @@ TEST(Threads, ReadAndUseTheRest) {
     EXPECT_THAT(handlers, Each(handlers[0]));
     EXPECT_THAT(logs, Each(logs[0]));
 }
-
-}  // namespace

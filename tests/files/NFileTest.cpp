@@ -85,8 +85,8 @@ TEST_F(NFileTest, AnswersNoWhateverTheReason) {
 }
 
 TEST_F(NFileTest, KeepsItsPathAndConvertsTheNameOnTheWay) {
-    constexpr std::int64_t second = 1000000;
-    const auto now = static_cast<std::int64_t>(std::time(nullptr)) * second;
+    constexpr std::int64_t Second = 1000000;
+    const auto now = static_cast<std::int64_t>(std::time(nullptr)) * Second;
     NString latin(folder.File("caf\xC3\xA9/\xC3\xB1"), EncodingUTF8);
     latin.ConvertTo(EncodingLatin1);
     const NFile file(latin);
@@ -95,14 +95,14 @@ TEST_F(NFileTest, KeepsItsPathAndConvertsTheNameOnTheWay) {
     file.CreateDirectories();
     EXPECT_TRUE(file.Exists());
     const std::int64_t created = file.CreationTime().Value();
-    EXPECT_EQ(created % second, 0);
-    EXPECT_GE(created, now - 5 * second);  // the file system's clock may be a little behind
-    EXPECT_LE(created, now + 60 * second);
+    EXPECT_EQ(created % Second, 0);
+    EXPECT_GE(created, now - 5 * Second);  // the file system's clock may be a little behind
+    EXPECT_LE(created, now + 60 * Second);
     NFileStream stream;
     EXPECT_EQ(stream.Open(NFile(latin + NString("/x", EncodingLatin1)), NFileStream::ModeWrite), 0);
     EXPECT_TRUE(folder.Has("caf\xC3\xA9/\xC3\xB1/x"));
     if (std::filesystem::exists("/proc/self/stat")) {  // procfs keeps no birth times
-        EXPECT_GE(NFile(NString("/proc/self/stat")).CreationTime().Value(), now - 5 * second);
+        EXPECT_GE(NFile(NString("/proc/self/stat")).CreationTime().Value(), now - 5 * Second);
     }
 }
 

@@ -8,8 +8,8 @@
 
 namespace {
 
-std::string homeOfUser;
-bool privileged = false;
+std::string _homeOfUser;
+bool _privileged = false;
 
 }  // namespace
 
@@ -17,20 +17,20 @@ bool privileged = false;
 // needs a program with raised privileges.
 #pragma GCC visibility push(default)
 extern "C" int getpwuid_r(uid_t, passwd* entry, char*, std::size_t, passwd** found) {
-    entry->pw_dir = homeOfUser.data();
+    entry->pw_dir = _homeOfUser.data();
     *found = entry;
     return 0;
 }
 extern "C" char* secure_getenv(const char* name) {
-    return privileged ? nullptr : std::getenv(name);
+    return _privileged ? nullptr : std::getenv(name);
 }
 #pragma GCC visibility pop
 
 TEST(NPathPosix, AppDataFolderFollowsTheEnvironmentIfThatIsToBeBelieved) {
     const TemporaryFolder folder;
     const std::string home = folder.File("home"), data = folder.File("a/b/\xC3\xA9");
-    homeOfUser = folder.File("entry");
-    const std::string inHome = home + "/.local/share", inEntry = homeOfUser + "/.local/share";
+    _homeOfUser = folder.File("entry");
+    const std::string inHome = home + "/.local/share", inEntry = _homeOfUser + "/.local/share";
     const struct {
         const char *home, *data;
         std::string expected;
@@ -47,7 +47,7 @@ TEST(NPathPosix, AppDataFolderFollowsTheEnvironmentIfThatIsToBeBelieved) {
     for (const auto& row : rows) {
         row.home != nullptr ? setenv("HOME", row.home, 1) : unsetenv("HOME");
         row.data != nullptr ? setenv("XDG_DATA_HOME", row.data, 1) : unsetenv("XDG_DATA_HOME");
-        privileged = row.privileged;
+        _privileged = row.privileged;
         EXPECT_EQ(NPath::AppDataFolder().Data(), row.expected + '/');
         struct stat status = {};
         EXPECT_EQ(stat(row.expected.c_str(), &status), 0);

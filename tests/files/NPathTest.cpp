@@ -7,9 +7,9 @@
 
 namespace {
 
-const char separator = Poco::Path::separator();
+const char Separator = Poco::Path::separator();
 
-NString in(NStringEncoding encoding, const std::string& text) {
+NString _in(NStringEncoding encoding, const std::string& text) {
     NString result(text, EncodingUTF8);
     result.ConvertTo(encoding);
     return result;
@@ -31,9 +31,9 @@ TEST(NPath, TakesTextApartAndPutsItTogether) {
         {'/', PATH(Parent()), "/a//b/./c/../d", "/a/b/"},  // read before anything is done
         {'/', PATH(BaseName()), "/data/\xC3\xA9.tar.gz", "\xC3\xA9.tar"},
         {'/', PATH(Absolute()), "/d\xC3\xA9/file", "/d\xC3\xA9/file"},
-        {'/', PATH(Append(in(p.Encoding(), "\xC3\xA9"))), "/data", "/data/\xC3\xA9"},
-        {'/', PATH(Append(in(p.Encoding(), "/a"))), "d/", "d/a"},  // the other as relative
-        {'/', PATH(SetExtension(in(EncodingUTF16, "l\xC3\xB6g")), p), "/data/file.txt",
+        {'/', PATH(Append(_in(p.Encoding(), "\xC3\xA9"))), "/data", "/data/\xC3\xA9"},
+        {'/', PATH(Append(_in(p.Encoding(), "/a"))), "d/", "d/a"},  // the other as relative
+        {'/', PATH(SetExtension(_in(EncodingUTF16, "l\xC3\xB6g")), p), "/data/file.txt",
          "/data/file.l\xC3\xB6g"},
         {'/', PATH(SetExtension(""), p), "/data/file.txt", "/data/file"},
 
@@ -43,11 +43,11 @@ TEST(NPath, TakesTextApartAndPutsItTogether) {
     };
     for (const auto& row : rows) {
         for (const auto encoding : {EncodingLatin1, EncodingUTF8, EncodingUTF16}) {
-            if (row.separator != separator) continue;
-            NPath path(in(encoding, row.text));
+            if (row.separator != Separator) continue;
+            NPath path(_in(encoding, row.text));
             const NString result = row.operation(path);
             EXPECT_EQ(result.Encoding(), encoding) << row.expected;
-            EXPECT_EQ(result.Data(), in(encoding, row.expected).Data());
+            EXPECT_EQ(result.Data(), _in(encoding, row.expected).Data());
         }
     }
     EXPECT_EQ(NPath("x", EncodingUTF8).Absolute().Data(),
@@ -56,19 +56,19 @@ TEST(NPath, TakesTextApartAndPutsItTogether) {
 }
 
 TEST(NPath, AppendTakesTheHigherEncoding) {
-    const std::string expected = std::string("a") + separator + "b";
+    const std::string expected = std::string("a") + Separator + "b";
     for (const auto left : {EncodingSystem, EncodingASCII, EncodingUTF16}) {
         for (const auto right : {EncodingSystem, EncodingASCII, EncodingUTF16}) {
-            NPath path(in(left, "a"));
-            path.Append(in(right, "b"));
+            NPath path(_in(left, "a"));
+            path.Append(_in(right, "b"));
             EXPECT_EQ(path.Encoding(), std::max(left, right)) << left << ' ' << right;
-            EXPECT_EQ(path.Data(), in(path.Encoding(), expected).Data());
+            EXPECT_EQ(path.Data(), _in(path.Encoding(), expected).Data());
         }
     }
     EXPECT_EQ(NPath("a").Append("b").Encoding(), EncodingSystem);
     EXPECT_EQ(NPath("a").Append(std::string("b")).Encoding(), EncodingSystem);
     NPath self("a");
-    EXPECT_EQ(self.Append(self).Data(), std::string("a") + separator + "a");
+    EXPECT_EQ(self.Append(self).Data(), std::string("a") + Separator + "a");
 }
 
 TEST(NPath, IsKeptAsItWasGiven) {
@@ -81,7 +81,7 @@ TEST(NPath, IsKeptAsItWasGiven) {
 
 // The first two bytes would be the byte-order mark of UTF-16 to any constructor.
 TEST(NPath, KeepsBytesThatAreNoUtf8) {
-    if (separator != '/') GTEST_SKIP() << "file names are UTF-16 here";
+    if (Separator != '/') GTEST_SKIP() << "file names are UTF-16 here";
     NPath path;
     path.SetBytes("\xFF\xFE/x", 4, EncodingUTF8);
     EXPECT_EQ(path.Parent().Data(), "\xFF\xFE/");
@@ -103,12 +103,12 @@ TEST(NPath, ChangesItselfThroughTheAssignmentOfTheSubclass) {
     path.Append("d");
     path.MakeDirectory();
     path.MakeFile();
-    std::replace(path.assigned.begin(), path.assigned.end(), separator, '/');
+    std::replace(path.assigned.begin(), path.assigned.end(), Separator, '/');
     EXPECT_EQ(path.assigned, "<a.c><a.c/d><a.c/d/><a.c/d>");
 }
 
 TEST(NPath, LetsSyntaxErrorsThroughUnchanged) {
-    if (separator != '\\') GTEST_SKIP() << "every text is a path here";
+    if (Separator != '\\') GTEST_SKIP() << "every text is a path here";
     NPath path("c:x");
     EXPECT_THROW(path.MakeDirectory(), Poco::PathSyntaxException);
     EXPECT_EQ(path.Data(), "c:x");

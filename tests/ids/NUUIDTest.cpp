@@ -14,6 +14,8 @@ std::string _drawn() {
     return id.Value() + nanoid::generate(nanoid::default_alphabet(), 21);
 }
 
+}  // namespace
+
 // One generator that goes on for both, in each process seeded from the random device: not by a
 // constant, not by the clock, and not as in the process that it was forked from. Half of the death
 // tests are forked, the others are started anew, which an emulator doesn't do.
@@ -41,5 +43,3 @@ TEST(NUUID, HoldsTheLatestIdentifierThatItCouldMake) {
     EXPECT_EQ(id.Generate("y", 2), 0);
     EXPECT_EQ(id.Value(), "yy");
 }
-
-}  // namespace

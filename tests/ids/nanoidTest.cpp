@@ -38,6 +38,8 @@ std::string _identifier(std::mt19937& engine, const std::string& alphabet, std::
     return result.substr(0, size);
 }
 
+}  // namespace
+
 // Steps computed by hand in double precision: 1.6 * 63 * 1000 / 64 is 1575 on paper, and a hair
 // more in the order in which it is to be evaluated. Up to 128 bytes need no heap.
 TEST(nanoid, DrawsTheIdentifiersThatFollowFromTheSeed) {
@@ -82,5 +84,3 @@ TEST(nanoid, ThrowsWhenOutOfMemoryBeforeItDraws) {
         EXPECT_EQ(source.request, 0u);
     }
 }
-
-}  // namespace

@@ -3,4 +3,4 @@
 
 #include <morvel/logging/NLog.h>
 
-NLog* (*linkedHost)() = NLog::Get;
+NLog* (*_linkedHost)() = NLog::Get;

@@ -15,15 +15,15 @@
 #include <tests/lifecycle/LoadSystem.h>
 
 namespace {
-void* plugin = nullptr;
-void (*lateWrite)(int) = nullptr;
+void* _plugin = nullptr;
+void (*_lateWrite)(int) = nullptr;
 
 template <class Result = void, class... Arguments>
-auto find(void* library, const char* name) {
+auto _find(void* library, const char* name) {
     return reinterpret_cast<Result (*)(Arguments...)>(LoadSystem::Find(library, name));
 }
 
-std::function<void()> answer(std::function<bool()> question, const char* ifYes, const char* ifNo) {
+std::function<void()> _answer(std::function<bool()> question, const char* ifYes, const char* ifNo) {
     return [=] { std::cout << (question() ? ifYes : ifNo) << ' '; };
 }
 }  // namespace
@@ -35,29 +35,30 @@ int main(int argc, char** argv) {
         std::getenv("XDG_DATA_HOME") + std::string("/Tarnwick Software/morvel.log");
     const auto poco = [&] { return LoadSystem::Open(argv[2]); };
     const std::map<std::string, std::function<void()>> steps = {
-        {"load", [&] { plugin = LoadSystem::Open(argv[1]); }},
-        {"unload", [] { LoadSystem::Close(plugin); }},
-        {"log?", answer([] { return find<bool>(plugin, "plugin_log_in_force")(); }, "on", "off")},
-        {"mapped?", answer(LoadSystem::IsMapped, "mapped", "gone")},
-        {"channel?", answer([&] { return find<bool>(poco(), "plugin_root_has_channel")(); },
-                            "channel", "no-channel")},
-        {"give-channel", [&] { find(poco(), "plugin_give_root_a_channel")(); }},
+        {"load", [&] { _plugin = LoadSystem::Open(argv[1]); }},
+        {"unload", [] { LoadSystem::Close(_plugin); }},
+        {"log?",
+         _answer([] { return _find<bool>(_plugin, "plugin_log_in_force")(); }, "on", "off")},
+        {"mapped?", _answer(LoadSystem::IsMapped, "mapped", "gone")},
+        {"channel?", _answer([&] { return _find<bool>(poco(), "plugin_root_has_channel")(); },
+                             "channel", "no-channel")},
+        {"give-channel", [&] { _find(poco(), "plugin_give_root_a_channel")(); }},
         // Joins the exit handlers ahead of the library's load, and so runs behind its unload.
-        {"late-write", [] { std::atexit([] { lateWrite(1); }); }},
-        {"arm-late-write", [] { lateWrite = find<void, int>(plugin, "plugin_write"); }},
+        {"late-write", [] { std::atexit([] { _lateWrite(1); }); }},
+        {"arm-late-write", [] { _lateWrite = _find<void, int>(_plugin, "plugin_write"); }},
         {"create", [&] { std::ofstream{file}; }},
         {"remove", [&] { std::filesystem::remove(file); }},
         {"move-data", [] { LoadSystem::Set("XDG_DATA_HOME", std::getenv("OTHER_DATA")); }},
-        {"fork", answer(LoadSystem::Fork, "child-ended", "child-failed")},
+        {"fork", _answer(LoadSystem::Fork, "child-ended", "child-failed")},
     };
     for (int i = 3; i < argc; ++i) {
         const int lines = std::atoi(argv[i]);
         if (lines > 0) {
-            find<void, int>(plugin, "plugin_write")(lines);
+            _find<void, int>(_plugin, "plugin_write")(lines);
         } else if (const auto step = steps.find(argv[i]); step != steps.end()) {
             step->second();
         } else {
-            find(plugin, ("plugin_" + std::string(argv[i])).c_str())();
+            _find(_plugin, ("plugin_" + std::string(argv[i])).c_str())();
         }
     }
     return 0;

@@ -9,7 +9,7 @@ struct Load : Test {
     /// What a host answers to the questions among the steps, a blank between them. In front
     /// of them stand "on" or "off", for the log's switch in a fresh folder, and "linked" for
     /// a host that is linked to the library.
-    std::string answers(const std::string& steps) {
+    std::string Answers(const std::string& steps) {
         std::istringstream in(steps);
         std::string log, host;
         in >> log >> host;
@@ -33,7 +33,7 @@ struct Load : Test {
 
     /// How many lines of writer 0 each file of the folder has, or their numbers if some are
     /// missing.
-    std::string files() const {
+    std::string Files() const {
         std::map<std::string, std::string> found;
         for (const auto& entry : std::filesystem::directory_iterator(file.parent_path())) {
             const std::vector<int> numbers = WrittenLines(entry.path())[0];
@@ -55,8 +55,8 @@ TEST_F(Load, BeginsWritesAndEndsAsItsStepsTell) {
     for (const auto& row : ReadTable(STEPS, 3)) {
         const bool isPosix = row[0][0] == '!';
         if (isPosix && OnWindows) continue;
-        EXPECT_EQ(answers(row[0].substr(isPosix ? 2 : 0)), row[1]) << row[0];
-        EXPECT_EQ(files(), row[2]) << row[0];
+        EXPECT_EQ(Answers(row[0].substr(isPosix ? 2 : 0)), row[1]) << row[0];
+        EXPECT_EQ(Files(), row[2]) << row[0];
     }
 }
 
@@ -65,14 +65,14 @@ TEST_F(Load, FiftyTimesUnloadsWithWhateverIsQueued) {
     for (int round = 1; round <= 50; ++round) {
         steps += "load " + std::to_string(round % 10 == 0 ? 1000 : round % 10) + " unload ";
     }
-    EXPECT_EQ(answers(steps + "mapped?"), "gone");
+    EXPECT_EQ(Answers(steps + "mapped?"), "gone");
     EXPECT_EQ(WrittenLines(file)[0].size(), 5 * (1000 + 45));
 }
 
 TEST_F(Load, NormalEndOfALinkedProgramWritesWhatIsQueued) {
     const int step = std::getenv("MORVEL_LONG_TESTS") != nullptr ? 333 : 10;
     for (int round = 1; round <= 60; ++round) {
-        answers("on linked load " + std::to_string(step * round));
+        Answers("on linked load " + std::to_string(step * round));
         EXPECT_EQ(WrittenLines(file)[0], Numbers(step * round));
     }
 }
@@ -81,7 +81,7 @@ TEST_F(Load, NormalEndOfALinkedProgramWritesWhatIsQueued) {
 // and under Wine one of them may have gone with a lock of Wine's own.
 TEST_F(Load, NormalEndWhileOtherThreadsLog) {
     for (int round = 0; round < 10; ++round) {
-        answers(OnWindows || round % 2 == 0 ? "on linked load write_on" : "on load write_on");
+        Answers(OnWindows || round % 2 == 0 ? "on linked load write_on" : "on load write_on");
         for (const auto& [writer, numbers] : WrittenLines(file)) {
             EXPECT_EQ(numbers, Numbers(numbers.size())) << "writer " << writer;
         }
@@ -92,8 +92,8 @@ TEST_F(Load, NormalEndWhileOtherThreadsLog) {
 // there.
 TEST_F(Load, LinesAreWrittenAheadOfTheDefaultLogWhereOnlyDestructorsRun) {
     if (!OnWindows) GTEST_SKIP() << "only Windows ends a process so";
-    answers("on load 20000 move-data");
-    EXPECT_EQ(files(), "morvel.log 20000");
+    Answers("on load 20000 move-data");
+    EXPECT_EQ(Files(), "morvel.log 20000");
     EXPECT_LE(std::filesystem::last_write_time(file),
               std::filesystem::last_write_time(data.File("other") + "\\Tarnwick Software"));
 }

@@ -9,16 +9,16 @@ namespace {
 const std::string Head = "INFO [File: f Line: 1]\t\"";
 
 template <class... Arguments>
-std::string LineOfFormat(const char* format, Arguments... arguments) {
+std::string _lineOfFormat(const char* format, Arguments... arguments) {
     return LineOf([&] { NLogMessage("f", 1, "g", "INFO").Format(format, arguments...); });
 }
 
 // Text, %s and numbers of the common types are printed a short way, all else by std::vsnprintf.
 template <class... Arguments>
-void ExpectAsPrinted(const char* format, Arguments... arguments) {
+void _expectAsPrinted(const char* format, Arguments... arguments) {
     char printed[4096];
     std::snprintf(printed, sizeof printed, format, arguments...);
-    EXPECT_EQ(LineOfFormat(format, arguments...), Head + printed + "\"\n");
+    EXPECT_EQ(_lineOfFormat(format, arguments...), Head + printed + "\"\n");
 }
 }  // namespace
 
@@ -34,32 +34,32 @@ TEST(NLogMessage, ComposesFileLineFunctionAndLevel) {
 
 TEST(NLogMessage, KeepsTextsUpTo2047CharactersAndMarksLongerOnesFrom2049) {
     for (const std::size_t length : {2047, 2048, 2049, 100000}) {
-        EXPECT_EQ(LineOfFormat("%s", std::string(length, 'x').c_str()),
+        EXPECT_EQ(_lineOfFormat("%s", std::string(length, 'x').c_str()),
                   Head + std::string(2047, 'x') + (length < 2049 ? "" : "2048") + "\"\n");
     }
 }
 
 TEST(NLogMessage, PrintsWhateverPrintfPrints) {
-    ExpectAsPrinted("100%% of %s%s", "caf\xC3\xA9", "");
-    ExpectAsPrinted("%s%d", std::string(2046, 'y').c_str(), 7);
+    _expectAsPrinted("100%% of %s%s", "caf\xC3\xA9", "");
+    _expectAsPrinted("%s%d", std::string(2046, 'y').c_str(), 7);
     for (const int number : {0, -1, INT_MIN, INT_MAX}) {
         for (const char* format : {"%d", "sums%d", "%i", "%x", "%5d", "%-5d", "%+d", "%.3d"}) {
-            ExpectAsPrinted(format, number);
+            _expectAsPrinted(format, number);
         }
-        ExpectAsPrinted("%d%u,%zu %s", number, 0u - static_cast<unsigned>(number), SIZE_MAX, "x");
-        ExpectAsPrinted("%s %5d|%x|%c|%i", "mixed", number, number, 'c', number);
+        _expectAsPrinted("%d%u,%zu %s", number, 0u - static_cast<unsigned>(number), SIZE_MAX, "x");
+        _expectAsPrinted("%s %5d|%x|%c|%i", "mixed", number, number, 'c', number);
     }
-    ExpectAsPrinted("%zd %ld %llu %.3f %.2s %*d", std::ptrdiff_t(-1), LONG_MIN, ULLONG_MAX, 2.5,
-                    "cut", 4, 1);
+    _expectAsPrinted("%zd %ld %llu %.3f %.2s %*d", std::ptrdiff_t(-1), LONG_MIN, ULLONG_MAX, 2.5,
+                     "cut", 4, 1);
 }
 
 TEST(NLogMessage, ReportsAFormatThatGivesNothing) {
     const std::string notice =
         Head + "\n\tERROR LOG MSG NOTIFICATION: Failure to parse successfully the message\"";
-    EXPECT_EQ(LineOfFormat("", 0), notice + "\"\n\"\n");
-    EXPECT_EQ(LineOfFormat("%s", ""), notice + "%s\"\n\"\n");
+    EXPECT_EQ(_lineOfFormat("", 0), notice + "\"\n\"\n");
+    EXPECT_EQ(_lineOfFormat("%s", ""), notice + "%s\"\n\"\n");
     if (!OnWindows) {  // there the locale C has this character
-        EXPECT_EQ(LineOfFormat("lost %ls", L"\u00E9"), notice + "lost %ls\"\n\"\n");
+        EXPECT_EQ(_lineOfFormat("lost %ls", L"\u00E9"), notice + "lost %ls\"\n\"\n");
     }
 }
 

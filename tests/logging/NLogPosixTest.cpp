@@ -11,14 +11,14 @@
 #include <tests/logging/Log.h>
 
 namespace {
-std::atomic<std::time_t> clockReads{0};  // 0: what the system's clock reads
-std::atomic<bool> writesHang{false};     // behind what they have written
+std::atomic<std::time_t> _clockReads{0};  // 0: what the system's clock reads
+std::atomic<bool> _writesHang{false};     // behind what they have written
 
 using Written = std::map<int, std::vector<int>>;
 const std::filesystem::path File = InLogFolder("LogInForce.log");
 
 // Runs `body` in a child process and gives its exit status, or minus the signal that ended it.
-int InChild(const std::function<void()>& body) {
+int _inChild(const std::function<void()>& body) {
     const pid_t child = fork();
     if (child == 0) {
         alarm(60);  // rather than wait for ever
@@ -30,22 +30,22 @@ int InChild(const std::function<void()>& body) {
     return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
 }
 
-void ExpectInChild(const std::function<void()>& body) {
-    EXPECT_EQ(InChild(body), 0);
+void _expectInChild(const std::function<void()>& body) {
+    EXPECT_EQ(_inChild(body), 0);
 }
 
 // What is queued is in the file: each fork sees to it.
-void Drain() {
-    ExpectInChild([] {});
+void _drain() {
+    _expectInChild([] {});
 }
 
-void ExpectSoon(const Written& lines) {
+void _expectSoon(const Written& lines) {
     Becomes([&] { return WrittenLines(File) == lines; });
     EXPECT_EQ(WrittenLines(File), lines);
 }
 
 // Of the open files, those whose name begins so: what the library opens, and so to be kept private.
-std::vector<int> Descriptors(const std::string& name) {
+std::vector<int> _descriptors(const std::string& name) {
     std::vector<int> found;
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
         std::error_code gone;  // the one that reads the folder
@@ -58,11 +58,11 @@ std::vector<int> Descriptors(const std::string& name) {
     return found;
 }
 
-auto EntriesOf(const char* folder) {
+auto _entriesOf(const char* folder) {
     return std::distance(std::filesystem::directory_iterator(folder), {});
 }
 
-void LimitFileSize(rlim_t bytes) {
+void _limitFileSize(rlim_t bytes) {
     const rlimit limit = {bytes, RLIM_INFINITY};
     setrlimit(RLIMIT_FSIZE, &limit);
 }
@@ -79,12 +79,12 @@ struct NLogPosix : Test {
 TEST_F(NLogPosix, ChildForkedWhileTheDefaultLogIsMadeGetsItsOwn) {
     for (int headStart = 0; headStart < 200; headStart += 2) {
         const auto ask = [] { _exit(NLog::DefaultLog() == nullptr); };
-        ASSERT_EQ(InChild([&] {
+        ASSERT_EQ(_inChild([&] {
                       std::thread other(NLog::DefaultLog);
                       const auto end = std::chrono::steady_clock::now() + headStart * 1us;
                       while (std::chrono::steady_clock::now() < end) {
                       }
-                      const int child = InChild(ask);
+                      const int child = _inChild(ask);
                       other.join();
                       _exit(child);
                   }),
@@ -96,11 +96,11 @@ TEST_F(NLogPosix, ChildForkedWhileTheDefaultLogIsMadeGetsItsOwn) {
 TEST_F(NLogPosix, BannerHasTheWallClockAndEachLineItsSecondInUtc) {
     // As Europe/Dublin: standard time is the summer's, and the winter's is an hour behind it.
     setenv("TZ", "IST-1GMT0,M10.5.0,M3.5.0/1", 1);
-    clockReads = 1768478402;
+    _clockReads = 1768478402;
     const std::string stars(53, '*');
     EXPECT_EQ(WholeLogOf([] {
                   NLog::Information("100%t\tof\nit");
-                  clockReads = 1768478400;  // set back
+                  _clockReads = 1768478400;  // set back
                   NLog::Information("earlier");
               }),
               stars +
@@ -108,10 +108,10 @@ TEST_F(NLogPosix, BannerHasTheWallClockAndEachLineItsSecondInUtc) {
                   "* Name: LogInForce\n*" + std::string(52, ' ') + "\n" + stars + "\n" +
                   "2026/1/15 - [Thu] - 12:00:02 - 100%t\tof\nit\n"
                   "2026/1/15 - [Thu] - 12:00:00 - earlier\n");
-    clockReads = 1784116800;
+    _clockReads = 1784116800;
     EXPECT_THAT(WholeLogOf([] { NLog::Information("summer"); }),
                 HasSubstr("* Creation date: 15/7/2026 at 13:0:0\n"));
-    clockReads = 0;
+    _clockReads = 0;
     unsetenv("TZ");
 }
 
@@ -119,7 +119,7 @@ TEST_F(NLogPosix, BannerHasTheWallClockAndEachLineItsSecondInUtc) {
 // while threads log and the queue is long.
 TEST_F(NLogPosix, ChildrenOfABusyParentLogAndEnd) {
     constexpr int Children = 20, Lines = 6000;
-    ExpectInChild([] {
+    _expectInChild([] {
         NLog::Set(NLog::DefaultLog());
         InThreads(4, [](int writer) {
             for (int line = 0; writer < 3 && line < Lines; line += 50) {
@@ -127,9 +127,9 @@ TEST_F(NLogPosix, ChildrenOfABusyParentLogAndEnd) {
                 std::this_thread::sleep_for(1ms);
             }
             for (int child = 100; writer == 3 && child < 100 + Children; ++child) {
-                ExpectInChild([child] {
+                _expectInChild([child] {
                     WriteLines(child, 0, child % 2 * 50);
-                    ExpectInChild([child] { WriteLines(child + 100, 0, 1), std::exit(0); });
+                    _expectInChild([child] { WriteLines(child + 100, 0, 1), std::exit(0); });
                     std::exit(HasFailure());
                 });
             }
@@ -147,37 +147,37 @@ TEST_F(NLogPosix, ChildrenOfABusyParentLogAndEnd) {
 
 // As daemon() does it.
 TEST_F(NLogPosix, ParentThatEndsRightBehindTheForkHasWrittenItsLines) {
-    ExpectInChild([] {
+    _expectInChild([] {
         const LogInForce inForce;
         WriteLines(0, 0, 1000);
         if (fork() != 0) _exit(0);
         WriteLines(1, 0, 3);
-        Drain();
+        _drain();
         WriteLines(2, 0, 1);
-        Drain();
+        _drain();
     });
-    ExpectSoon({{0, Numbers(1000)}, {1, Numbers(3)}, {2, Numbers(1)}});
+    _expectSoon({{0, Numbers(1000)}, {1, Numbers(3)}, {2, Numbers(1)}});
 }
 
 // A network folder that is gone, say. The first fork and the end wait for a few seconds.
 TEST_F(NLogPosix, WriterThatIsStuckHoldsUpNobodyForLong) {
     auto inForce = std::make_unique<LogInForce>();
-    writesHang = true;
+    _writesHang = true;
     WriteLines(0, 0, 1000);
     EXPECT_FALSE(morvel::FlushLog(0));
-    EXPECT_LT(SecondsOf(Drain), 9);
-    EXPECT_LT(SecondsOf([] { Drain(), Drain(); }), 2);
-    ExpectInChild([&] {
-        writesHang = false;
+    EXPECT_LT(SecondsOf(_drain), 9);
+    EXPECT_LT(SecondsOf([] { _drain(), _drain(); }), 2);
+    _expectInChild([&] {
+        _writesHang = false;
         WriteLines(1, 0, 1);
         inForce.reset();
     });
-    writesHang = false;
-    ExpectSoon({{0, Numbers(1000)}, {1, Numbers(1)}});
-    writesHang = true;
+    _writesHang = false;
+    _expectSoon({{0, Numbers(1000)}, {1, Numbers(1)}});
+    _writesHang = true;
     WriteLines(0, 0, 1000);
     EXPECT_LT(SecondsOf([&] { inForce.reset(); }), 9);
-    writesHang = false;
+    _writesHang = false;
 }
 
 TEST_F(NLogPosix, FifoIsWrittenToIfSomebodyReadsIt) {
@@ -196,23 +196,23 @@ TEST_F(NLogPosix, FifoIsWrittenToIfSomebodyReadsIt) {
 
 // Also on the way out, where the thread that ends would be the one to get the signal.
 TEST_F(NLogPosix, SurvivesALimitOfFileSizeAndGoesOnWithALineOfItsOwn) {
-    ExpectInChild([] {
+    _expectInChild([] {
         NLog::Set(NLog::DefaultLog());
-        LimitFileSize(50000);
+        _limitFileSize(50000);
         WriteLines(0, 0, 20000);
         std::exit(0);
     });
     const LogInForce inForce;
     NLog::Information("first");
-    Drain();
-    LimitFileSize(std::filesystem::file_size(File) + 5);
+    _drain();
+    _limitFileSize(std::filesystem::file_size(File) + 5);
     WriteLines(0, 0, 50);
-    Drain();
-    LimitFileSize(RLIM_INFINITY);
+    _drain();
+    _limitFileSize(RLIM_INFINITY);
     const std::string torn = ReadLog(File);
     EXPECT_THAT(torn, MatchesRegex(".*first\n....."));
     WriteLines(0, 0, 2);
-    Drain();
+    _drain();
     EXPECT_EQ(ReadLog(File).rfind(torn + "\n", 0), 0u);
     EXPECT_EQ(WrittenLines(File), (Written{{0, Numbers(2)}}));
 }
@@ -222,29 +222,29 @@ TEST_F(NLogPosix, SurvivesALimitOfFileSizeAndGoesOnWithALineOfItsOwn) {
 // opened once more keep their first file.
 TEST_F(NLogPosix, DescriptorsAreFewAndPrivate) {
     std::ofstream(InLogFolder("stream"));
-    ExpectInChild([] {
-        const auto threads = EntriesOf("/proc/self/task");
+    _expectInChild([] {
+        const auto threads = _entriesOf("/proc/self/task");
         const LogInForce inForce("Rotated");
-        EXPECT_EQ(EntriesOf("/proc/self/task"), threads);
+        EXPECT_EQ(_entriesOf("/proc/self/task"), threads);
         NLog::Information("x");
-        Drain();
-        EXPECT_EQ(Descriptors(InLogFolder("Rotated.log")).size(), 1u);
+        _drain();
+        EXPECT_EQ(_descriptors(InLogFolder("Rotated.log")).size(), 1u);
         const NFile file(NString(InLogFolder("stream").string()));
         for (int round = 0; round < 2; ++round) {
             for (int standard = 0; standard < 3 * round; ++standard) close(standard);
             NFileStream stream;
             for (int turn = 0; turn < 2; ++turn) (void)stream.Open(file, NFileStream::ModeRead);
         }
-        EXPECT_EQ(Descriptors(file.Path().Data()).size(), 2u);
-        const auto descriptors = EntriesOf("/proc/self/fd");
+        EXPECT_EQ(_descriptors(file.Path().Data()).size(), 2u);
+        const auto descriptors = _entriesOf("/proc/self/fd");
         for (int round = 0; round < 5; ++round) {
-            const std::vector<int> logs = Descriptors(InLogFolder("Rotated.log"));
+            const std::vector<int> logs = _descriptors(InLogFolder("Rotated.log"));
             ASSERT_EQ(logs.size(), 1u);
             EXPECT_EQ(ftruncate(logs[0], 10485760), 0);
             if (round == 3) std::filesystem::remove_all(InLogFolder(""));
             NLog::Information("x");
-            Drain();
-            EXPECT_EQ(EntriesOf("/proc/self/fd"), descriptors);
+            _drain();
+            EXPECT_EQ(_entriesOf("/proc/self/fd"), descriptors);
         }
     });
 }
@@ -253,12 +253,12 @@ TEST_F(NLogPosix, DescriptorsAreFewAndPrivate) {
 #pragma GCC visibility push(default)
 extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept {
     const int result = static_cast<int>(syscall(SYS_clock_gettime, clock, time));
-    if (clock == CLOCK_REALTIME && clockReads != 0) time->tv_sec = clockReads;
+    if (clock == CLOCK_REALTIME && _clockReads != 0) time->tv_sec = _clockReads;
     return result;
 }
 extern "C" ssize_t write(int file, const void* bytes, std::size_t count) {
     const ssize_t written = syscall(SYS_write, file, bytes, count);
-    while (writesHang) std::this_thread::sleep_for(1ms);
+    while (_writesHang) std::this_thread::sleep_for(1ms);
     return written;
 }
 #pragma GCC visibility pop

@@ -16,7 +16,7 @@ const std::string Stars(53, '*');
 const std::string Title = Stars + "\n* - Log System -\t\t\t\t\t\t\t\t\t \n";
 
 // The log file is `missing` bytes short of being rotated, without archives.
-void MakeAlmostFull(std::uintmax_t missing) {
+void _makeAlmostFull(std::uintmax_t missing) {
     for (const char* archive : {".0", ".1"}) std::filesystem::remove(File.string() + archive);
     const auto last = static_cast<std::streamoff>(RotationSize - missing - 1);
     std::ofstream(File, std::ios::binary).seekp(last).put('\n');
@@ -35,7 +35,7 @@ protected:
     ~HostChannel() override { atEnd(); }
 };
 
-Poco::AutoPtr<Poco::FormattingChannel> Chain() {
+Poco::AutoPtr<Poco::FormattingChannel> _chain() {
     return Poco::Logger::root().getChannel().cast<Poco::FormattingChannel>();
 }
 }  // namespace
@@ -67,15 +67,15 @@ TEST(NLog, ObeysAHostThatChangesItsChain) {
     Poco::AutoPtr<HostChannel> host(new HostChannel);
     EXPECT_THAT(WholeLogOf([&] {
                     NLog::Write("DEBUG", "no line, and so no chain yet");
-                    EXPECT_TRUE(Chain().isNull());
+                    EXPECT_TRUE(_chain().isNull());
                     NLog::Information("one");
                     Poco::Logger::get("LogInForce").setLevel(Poco::Message::PRIO_WARNING);
                     NLog::Information("too quiet");
-                    const auto writer = Chain()->getChannel();
-                    Chain()->setChannel(host);
+                    const auto writer = _chain()->getChannel();
+                    _chain()->setChannel(host);
                     NLog::Write("ERROR", "to the host");
-                    Chain()->setChannel(writer);
-                    Chain()->setFormatter(new Poco::PatternFormatter("<%s %t>"));
+                    _chain()->setChannel(writer);
+                    _chain()->setFormatter(new Poco::PatternFormatter("<%s %t>"));
                     NLog::Write("ERROR", "two");
                 }),
                 EndsWith(" - one\n<LogInForce two>\n"));
@@ -95,7 +95,7 @@ TEST(NLog, SetGivesTheFormerOneAndDeletesNothing) {
 
 // Both chains go with the first, the older one ahead; whoever logs meanwhile doesn't wait.
 TEST(NLog, TakesTheChainsOfOthersAlongWithoutMakingThemWait) {
-    MakeAlmostFull(RotationSize);
+    _makeAlmostFull(RotationSize);
     std::filesystem::remove(InLogFolder("older.log"));
     auto older = std::make_unique<LogInForce>("older");
     NLog::Information("first");
@@ -129,7 +129,7 @@ TEST(NLog, NamesItsFileByItsName) {
 // Two lines, the second at any moment of the writer's work on the first, also behind a host that
 // closes the channel.
 TEST(NLog, LinesReachTheFileWhileTheProgramRuns) {
-    MakeAlmostFull(RotationSize);
+    _makeAlmostFull(RotationSize);
     const LogInForce inForce;
     std::ifstream in(File, std::ios::binary);
     const auto ends = [&](const std::string& end) {
@@ -145,13 +145,13 @@ TEST(NLog, LinesReachTheFileWhileTheProgramRuns) {
         }
         WriteLines(0, line, 1);
         ASSERT_TRUE(Becomes([&] { return ends(' ' + std::to_string(line) + '"'); })) << line;
-        if (line % 500 == 499) Chain()->getChannel()->close();
+        if (line % 500 == 499) _chain()->getChannel()->close();
     }
     WriteLines(0, 6000, 1000);
     EXPECT_TRUE(morvel::FlushLog(60));
     EXPECT_EQ(WrittenLines(File)[0], Numbers(7000));
     WriteLines(0, 7000, 1000);
-    Chain()->getChannel()->close();  // returns when all is written
+    _chain()->getChannel()->close();  // returns when all is written
     EXPECT_EQ(WrittenLines(File)[0], Numbers(8000));
 }
 
@@ -170,7 +170,7 @@ TEST(NLog, KeepsEveryLineOfManyThreadsInItsThreadsOrder) {
     const int many = std::getenv("MORVEL_LONG_TESTS") != nullptr ? 125000 : 5000;
     for (int round = 0; round <= 25; ++round) {
         const int threads = round == 0 ? 8 : 6, lines = round == 0 ? many : 2;
-        MakeAlmostFull(round == 0 ? 1000000 : RotationSize);
+        _makeAlmostFull(round == 0 ? 1000000 : RotationSize);
         {
             const LogInForce inForce;
             InThreads(threads, [&](int writer) { WriteLines(writer, 0, lines); });
@@ -186,7 +186,7 @@ TEST(NLog, KeepsEveryLineOfManyThreadsInItsThreadsOrder) {
 // Each log is deleted halfway through what threads have to log in its time.
 TEST(NLog, ComesAndGoesWhileOtherThreadsLog) {
     constexpr int Rounds = 200;
-    MakeAlmostFull(RotationSize);
+    _makeAlmostFull(RotationSize);
     std::atomic<bool> go{true};
     std::atomic<int> written{0}, due{0};
     InThreads(5, [&](int writer) {
@@ -224,7 +224,7 @@ TEST(NLog, RotatesAtTenMegabytesAndRemovesArchivesOlderThanADay) {
     const std::string newest = File.string() + ".0", next = File.string() + ".1";
     const std::pair<std::uintmax_t, std::string> rows[] = {{0, ""}, {1, Stars + "\n"}, {56, Title}};
     for (const auto& [missing, added] : rows) {
-        MakeAlmostFull(missing);
+        _makeAlmostFull(missing);
         std::ofstream(newest) << "a day less ten minutes";
         std::ofstream(next) << "a day and ten minutes";
         const auto now = std::filesystem::file_time_type::clock::now();

@@ -4,8 +4,6 @@
 
 using namespace morvel::platform;
 
-namespace {
-
 TEST(PlatformWindows, WhatIsWrittenMayBeReadAndNothingElse) {
     const TemporaryFolder folder;
     const NWideString name = WideFromNarrow(folder.File("\u0416\u4E2D").c_str(), CodePageUtf8);
@@ -49,5 +47,3 @@ TEST(PlatformWindowsDeathTest, AtUnloadRunsTheLastComerFirstInOneListWithStaticO
         },
         ExitedWithCode(0), "third, second, late comer, static object, first");
 }
-
-}  // namespace

@@ -21,9 +21,9 @@
 #include <morvel/morvel.h>
 
 namespace {
-std::atomic<std::time_t> clockReads{0};  // 0: what the system's clock reads
+std::atomic<std::time_t> _clockReads{0};  // 0: what the system's clock reads
 
-thread_local NXML document;
+thread_local NXML _document;
 
 using Folder = std::filesystem::directory_iterator;
 
@@ -47,16 +47,16 @@ void _text(const Line& l, const std::function<void(NString&)>& use) {
 // Whether the document `file` is accepted, and comes back from its own text.
 void _load(const Line& l, std::ostream& out) {
     NXML again;
-    const bool accepted = document.LoadFile(l.file, true);
-    const std::string text = document.ToText(0);
+    const bool accepted = _document.LoadFile(l.file, true);
+    const std::string text = _document.ToText(0);
     const bool same = again.FromText(text) && again.ToText(0) == text;
     out << (!accepted ? "refused" : same ? "accepted" : "changed");
 }
 
-NXML& _document(const Line& l) {
-    document.Clear();
-    morvel::Put(document, "r", l.Filling());
-    return document;
+NXML& _documentOf(const Line& l) {
+    _document.Clear();
+    morvel::Put(_document, "r", l.Filling());
+    return _document;
 }
 
 // Eight bytes read or written; -1 where there is no such file.
@@ -87,13 +87,13 @@ void _offsets(const Line& l, std::ostream& out) {
     setenv("TZ", l.file.c_str(), 1);
     std::int64_t before = -1;
     for (std::int64_t hour = l.first; hour < l.first + l.second; ++hour) {
-        clockReads = hour * 3600;
+        _clockReads = hour * 3600;
         const NDateTime now;
-        const std::int64_t ahead = now.Timestamp().Value() / 1000000 - clockReads;
+        const std::int64_t ahead = now.Timestamp().Value() / 1000000 - _clockReads;
         if (ahead != before) out << hour << ':' << ahead << ' ';
         before = ahead;
     }
-    clockReads = 0;
+    _clockReads = 0;
 }
 
 // Numbers, tokens and dates: those that don't come back from their text.
@@ -143,7 +143,7 @@ void _fetch(const Line& l, std::ostream& out) {
 #define READ(...) DO(_text(l, [&](NString& text) { __VA_ARGS__; }))
 #define CHANGE(...) READ(text.__VA_ARGS__, std::ofstream(l.other, std::ios::binary) << text.Data())
 
-const std::map<std::string, std::function<void(const Line&, std::ostream&)>> commands = {
+const std::map<std::string, std::function<void(const Line&, std::ostream&)>> Commands = {
     {"convert", CHANGE(ConvertTo(static_cast<NStringEncoding>(l.second)))},
     {"normalize", CHANGE(Normalize(static_cast<NStringForm>(l.second)))},
     {"base64", CHANGE(EncodeBase64())},
@@ -153,9 +153,9 @@ const std::map<std::string, std::function<void(const Line&, std::ostream&)>> com
     {"offsets", _offsets},
     {"values", _values},
     {"load", _load},
-    {"load-from", DO(out << morvel::LoadFrom(document, l.Path()).message << document.ToText(0))},
-    {"save", DO(out << _document(l).SaveFile(l.file))},
-    {"save-safely", DO(morvel::SaveSafely(_document(l), l.Path()))},
+    {"load-from", DO(out << morvel::LoadFrom(_document, l.Path()).message << _document.ToText(0))},
+    {"save", DO(out << _documentOf(l).SaveFile(l.file))},
+    {"save-safely", DO(morvel::SaveSafely(_documentOf(l), l.Path()))},
     {"write", DO(morvel::WriteFile(l.Path(), l.Filling()))},
     {"malformed", READ(out << int(morvel::FindMalformed(text).value_or(std::size_t(-1))))},
     {"decode", READ(out << _hex(morvel::Decode(text.Data(), EncodingLatin1).Data()))},
@@ -194,7 +194,7 @@ std::string _answer(const std::string& text) {
     std::ostringstream out;
     syscall(SYS_getppid);
     try {
-        commands.at(line.command)(line, out);
+        Commands.at(line.command)(line, out);
     } catch (const std::exception& e) {
         out << '!' << e.what();
     }
@@ -222,7 +222,7 @@ void _work() {
 #pragma GCC visibility push(default)
 extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept {
     const int result = static_cast<int>(syscall(SYS_clock_gettime, clock, time));
-    if (clock == CLOCK_REALTIME && clockReads != 0) *time = {clockReads, 0};
+    if (clock == CLOCK_REALTIME && _clockReads != 0) *time = {_clockReads, 0};
     return result;
 }
 #pragma GCC visibility pop

@@ -9,12 +9,12 @@
 
 namespace {
 
-std::string program;
+std::string _program;
 
 // What a process of a test does: makes the lock of that name, takes it if it is to "hold" it, says
 // so, and then counts up `rounds` times, or with none waits for the word to end. The counter comes
 // out right only under a lock.
-int ChildMain(const std::string& role, const std::string& folder, const char* name, int rounds) {
+int _childMain(const std::string& role, const std::string& folder, const char* name, int rounds) {
     NNamedMutex mutex(name);
     const NAutoNamedMutexLock held(role == "hold" ? &mutex : nullptr);
     std::ofstream(folder + "arrived", std::ios::app) << '.';
@@ -31,7 +31,7 @@ struct NNamedMutexTest : Test, NamedMutexName {
     // One that nobody waits for ends by itself.
     Poco::ProcessHandle Start(const std::string& role, int rounds) {
         Poco::ProcessHandle process =
-            StartProcess(program, {role, folder.File(""), name, std::to_string(rounds)});
+            StartProcess(_program, {role, folder.File(""), name, std::to_string(rounds)});
         arrived += '.';
         EXPECT_TRUE(Becomes([&] { return folder.Read("arrived") == arrived; }));
         return process;
@@ -88,9 +88,9 @@ TEST_F(NNamedMutexTest, IsGivenUpByAHolderThatIsKilled) {
 
 int main(int argc, char** argv) {
     if (argc == 5 && argv[1][0] != '-') {
-        return ChildMain(argv[1], argv[2], argv[3], std::stoi(argv[4]));
+        return _childMain(argv[1], argv[2], argv[3], std::stoi(argv[4]));
     }
-    program = argv[0];
+    _program = argv[0];
     InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }

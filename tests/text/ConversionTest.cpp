@@ -16,9 +16,11 @@ void _expectAsByPoco(const std::string& bytes, NStringEncoding from, NStringEnco
     ASSERT_EQ(portable, expected) << PrintToString(bytes) << " from " << from;
 }
 
+}  // namespace
+
 // All that a table of 256 bytes could have wrong, and all that a target could lack. Many units
 // together take the ways that long text takes.
-TEST(Conversion, EveryByteAndUnit) {
+TEST(Conversion, GivesWhatPocoGivesForEveryByteAndUnit) {
     const NStringEncoding tags[] = {Sys, Ascii, Latin1, Latin9, Utf8, Utf16};
     for (const NStringEncoding from : tags) {
         for (unsigned c = 0; c < (from == Utf16 ? 0x10000 : 0x100); c += from == Utf16 ? 64 : 1) {
@@ -38,7 +40,7 @@ TEST(Conversion, EveryByteAndUnit) {
 
 // Any characters, or one over and over, and what is malformed among them, at every alignment to a
 // block of 16 bytes and to the four that are classified together; with nothing behind, too.
-TEST(Conversion, AnyMixture) {
+TEST(Conversion, GivesWhatPocoGivesForAnyMixture) {
     // Several chunks that grow as much as any text does: three bytes for each.
     _expectAsByPoco(std::string(9001, '\xA4'), Latin9, Utf8, false);
     const int edges[] = {'a', 0,      0x7F,   0x80,   0xE9,    0x7FF,   0x800,   0x6F22,
@@ -66,5 +68,3 @@ TEST(Conversion, AnyMixture) {
         _expectAsByPoco(wide, Utf16, Utf8, draw.OneIn(2));
     });
 }
-
-}  // namespace

@@ -150,36 +150,6 @@ const struct {
       DO(t += 'a', t.ReplaceAll(t, g.Like(t)))}},
 };
 
-// Any operations one after the other: outcome, bytes, tag, form, cache, and what a subclass sees.
-TEST(NString, DoesWhatTheReferenceDoes) {
-    ForEachDraw(40000, [](Draw& draw) {
-        Spy text;
-        ReferenceText reference;
-        const std::string& cache = text.Converted(Sys);
-        const auto take = [&](const Operation& operation, const Given& g) {
-            const std::string before = _printed(text), expected = operation.reference(reference, g);
-            EXPECT_EQ(operation.ours(text, g), expected) << operation.name << " after " << before;
-            EXPECT_EQ(std::forward_as_tuple(_printed(text), cache, text.calls),
-                      std::forward_as_tuple(_printed(reference), reference.cache, reference.calls))
-                << operation.name << " after " << before << PrintToString(g.bytes);
-        };
-        const Operation bytes = DO(t.SetBytes(g.pointer, g.bytes.size(), g.tag));
-        // Text that claims to be composed is believed from then on.
-        if (draw.OneIn(3)) take(DO(t.Normalize(FormNFC)), Given{draw, Few});
-        for (std::size_t steps = draw.Below(8); steps > 0 && text.Length() < 2000; --steps) {
-            const auto& subject = draw.Of(Subjects);
-            const auto& other = draw.OneIn(5) ? draw.Of(Subjects) : subject;
-            const Pool& pool = *draw.Of(other.pools);
-            if (draw.OneIn(2)) take(bytes, Given{draw, pool});
-            take(draw.Of(subject.operations), Given{draw, pool});
-            if (HasFailure()) return;
-        }
-        EXPECT_EQ(text.CStr() + text.Length(), &*text.Data().end());
-        EXPECT_EQ(text.IsEmpty(), text.Data().empty());
-        EXPECT_EQ(&text[0], text.Data().data());
-    });
-}
-
 using Poco::NumberFormatter;
 
 /// What an operation on bytes is given: a text, or the number that it says, and room for a result.
@@ -254,6 +224,38 @@ const struct {
     {Sys, {DO(t.SetPair(g.whole, 7)), DO(t.SetPair(g.pair)), DO(t.SetPair(g.shorts))}},
 };
 
+}  // namespace
+
+// Any operations one after the other: outcome, bytes, tag, form, cache, and what a subclass sees.
+TEST(NString, DoesWhatTheReferenceDoes) {
+    ForEachDraw(40000, [](Draw& draw) {
+        Spy text;
+        ReferenceText reference;
+        const std::string& cache = text.Converted(Sys);
+        const auto take = [&](const Operation& operation, const Given& g) {
+            const std::string before = _printed(text), expected = operation.reference(reference, g);
+            EXPECT_EQ(operation.ours(text, g), expected) << operation.name << " after " << before;
+            EXPECT_EQ(std::forward_as_tuple(_printed(text), cache, text.calls),
+                      std::forward_as_tuple(_printed(reference), reference.cache, reference.calls))
+                << operation.name << " after " << before << PrintToString(g.bytes);
+        };
+        const Operation bytes = DO(t.SetBytes(g.pointer, g.bytes.size(), g.tag));
+        // Text that claims to be composed is believed from then on.
+        if (draw.OneIn(3)) take(DO(t.Normalize(FormNFC)), Given{draw, Few});
+        for (std::size_t steps = draw.Below(8); steps > 0 && text.Length() < 2000; --steps) {
+            const auto& subject = draw.Of(Subjects);
+            const auto& other = draw.OneIn(5) ? draw.Of(Subjects) : subject;
+            const Pool& pool = *draw.Of(other.pools);
+            if (draw.OneIn(2)) take(bytes, Given{draw, pool});
+            take(draw.Of(subject.operations), Given{draw, pool});
+            if (HasFailure()) return;
+        }
+        EXPECT_EQ(text.CStr() + text.Length(), &*text.Data().end());
+        EXPECT_EQ(text.IsEmpty(), text.Data().empty());
+        EXPECT_EQ(&text[0], text.Data().data());
+    });
+}
+
 // The rows of operations.txt, each of which has an operation, what it is given and what comes of
 // it, bytes as in a URL. Reading leaves the text, and all of them leave form and cache.
 TEST(NString, OperationsOnBytesGiveWhatTheirRowsTell) {
@@ -320,7 +322,7 @@ TEST(NString, ComparesInEveryLocale) {
 
 // What the reference takes from the library itself. The system's encoding is its ANSI code page on
 // Windows, 1252 here, and UTF-8 elsewhere.
-TEST(NString, CodePages) {
+TEST(NString, ConvertsByCodePages) {
     constexpr bool Ansi = std::is_same<NWideChar, wchar_t>::value;
     const NWideString odd =
         Wide({'e', 0x301, 0xD83D, 0xDE00, 0xD800, 'a', 0xDC00, 0xDFFF, 0xDBFF, 0, 'x'});
@@ -352,7 +354,7 @@ TEST(NString, CodePages) {
     }
 }
 
-TEST(NString, NullTextsLongOnesAndMoves) {
+TEST(NString, TakesNullTextsLongOnesAndMoves) {
     const char* volatile none = nullptr;
     EXPECT_EQ(_printed(NString(none)), _printed(NString()));
     EXPECT_EQ(_printed(NString().Format(none, 0)), _printed(NString()));
@@ -375,5 +377,3 @@ TEST(NString, NullTextsLongOnesAndMoves) {
     text.SetNumber(ULONG_MAX);
     EXPECT_EQ(text.Data(), std::to_string(ULONG_MAX));
 }
-
-}  // namespace

@@ -13,6 +13,8 @@ Tokens _tokens(const NStringTokenizer& tokenizer) {
     return tokens;
 }
 
+}  // namespace
+
 TEST(NStringTokenizer, SplitsAtEachByteThatTheSeparatorsHaveInItsEncoding) {
     const std::tuple<const char*, NString, NString, std::uint32_t, Tokens> rows[] = {
         {"nothing to split", Raw("", Latin1), ",", 0, {}},
@@ -46,5 +48,3 @@ TEST(NStringTokenizer, TokensAreWritableAndCopiesSplitAnew) {
     EXPECT_EQ(_tokens(copy), (Tokens{"a", "b"}));
     EXPECT_EQ(copy.Encoding(), Latin9);
 }
-
-}  // namespace

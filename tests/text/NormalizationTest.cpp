@@ -4,7 +4,7 @@
 
 namespace {
 
-const NStringForm allForms[] = {FormNFC, FormNFD, FormNFKD, FormNFKC};
+const NStringForm AllForms[] = {FormNFC, FormNFD, FormNFKD, FormNFKC};
 
 void _expectAsByUtf8proc(const std::string& bytes, NStringForm form) {
     NString text = Raw(bytes, Utf8);
@@ -12,9 +12,11 @@ void _expectAsByUtf8proc(const std::string& bytes, NStringForm form) {
     ASSERT_EQ(text.Data(), ByUtf8proc(bytes, form).value_or(bytes)) << form;
 }
 
+}  // namespace
+
 // With the character before it, in the wrong order, a combining mark shows; with its own parts,
 // what composes. Of planes 2 and 14 only those parts have something that decomposes or a property.
-TEST(Normalization, EachCharacterAloneAndBesideOthers) {
+TEST(Normalization, AgreesOnEachCharacterAloneAndBesideOthers) {
     std::string last = "\x01";
     for (int codePoint = 1; codePoint < 0xE0200 && !HasFailure(); ++codePoint) {
         if (codePoint == 0x20100) codePoint = 0x2F700;
@@ -23,14 +25,14 @@ TEST(Normalization, EachCharacterAloneAndBesideOthers) {
         _expectAsByUtf8proc(c, FormNFC);
         _expectAsByUtf8proc(c + last, FormNFC);
         _expectAsByUtf8proc(ByUtf8proc(c, FormNFD).value_or(""), FormNFC);
-        for (const NStringForm form : allForms) {
+        for (const NStringForm form : AllForms) {
             _expectAsByUtf8proc("so" + c + "\xCC\xA7\xCC\x81" + c + last, form);
         }
         last = c;
     }
 }
 
-TEST(Normalization, RandomTextAndRunsOfMarks) {
+TEST(Normalization, AgreesOnRandomTextAndRunsOfMarks) {
     // Combining marks, and some that decompose into one or end with one.
     std::vector<std::string> pool;
     for (const int c : {0xB4, 0xF73, 0xF75, 0xF81, 0x1FC1, 0xFF9E, 0xFF9F})
@@ -56,7 +58,7 @@ TEST(Normalization, RandomTextAndRunsOfMarks) {
                 text += pool[(first + draw.Below(width)) % pool.size()];
             }
         }
-        _expectAsByUtf8proc(text, draw.OneIn(2) ? FormNFC : draw.Of(allForms));
+        _expectAsByUtf8proc(text, draw.OneIn(2) ? FormNFC : draw.Of(AllForms));
     });
 }
 
@@ -92,7 +94,7 @@ TEST(Normalization, QuickCheckIsTheSameWithSimdAndWithout) {
 
 // Without the guard each row takes minutes: utf8proc moves every second mark past half of the
 // others.
-TEST(Normalization, HalfAMillionMarksInDisorder) {
+TEST(Normalization, OrdersHalfAMillionMarksInGoodTime) {
     const std::size_t pairs = 250000;
     const std::string rows[][3] = {
         {"\xCC\x95\xCC\x96", "\xCC\x96", "\xCC\x95"},          // classes 232 and 220
@@ -105,5 +107,3 @@ TEST(Normalization, HalfAMillionMarksInDisorder) {
         EXPECT_TRUE(text.Data() == "x" + Repeated(first, pairs) + Repeated(second, pairs) + "x");
     }
 }
-
-}  // namespace

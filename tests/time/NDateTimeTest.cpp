@@ -15,11 +15,11 @@ using Parts = std::array<int, 8>;
 constexpr Int64 Highest = std::numeric_limits<Int64>::max();
 constexpr int NoZone = 0xFFFF;
 
-const NDateTime begin;
+const NDateTime Begin;
 
 // "now" for a local time since the test began.
 std::string _text(const NDateTime& dateTime) {
-    return begin <= dateTime && dateTime <= NDateTime()
+    return Begin <= dateTime && dateTime <= NDateTime()
                ? "now"
                : NDateTime::Format(dateTime, "%Y-%m-%d %H:%M:%S.%F", NoZone);
 }
@@ -37,6 +37,8 @@ Parts _parts(const NDateTime& d) {
     return {d.Year(),   d.Month(),  d.Day(),         d.Hour(),
             d.Minute(), d.Second(), d.Millisecond(), d.Microsecond()};
 }
+
+}  // namespace
 
 // The tests run where daylight saving is half an hour ahead, all year.
 TEST(NDateTime, DefaultIsTheClockOnTheWall) {
@@ -102,7 +104,7 @@ TEST(NDateTime, AndTimestampCompareByTheValue) {
 // The reading has a short way of its own; POCO's is the measure, or the local time where it has
 // none. Each day's ends, and what was read gives the timestamp again; then past both ends.
 TEST(NDateTime, ReadsEveryDayAsPocoDoesAndBack) {
-    constexpr Int64 day = 86400000000;
+    constexpr Int64 Day = 86400000000;
     const auto expectAsPoco = [](Int64 value) {
         const NDateTime own{NTimestamp(value)};
         try {
@@ -115,12 +117,12 @@ TEST(NDateTime, ReadsEveryDayAsPocoDoesAndBack) {
     };
     Draw draw(11);
     for (Int64 i = -136000; i < 2932897 && !HasFailure(); ++i) {
-        const auto within = static_cast<Int64>(draw.Below(day));
-        const Int64 value = i * day + (i % 3 == 0 ? 0 : i % 3 == 1 ? -1 : within);
+        const auto within = static_cast<Int64>(draw.Below(Day));
+        const Int64 value = i * Day + (i % 3 == 0 ? 0 : i % 3 == 1 ? -1 : within);
         expectAsPoco(value);
         ASSERT_EQ(_made(_parts(NTimestamp(value))).Timestamp().Value(), value);
     }
-    for (const Int64 value : {2932897 * day, 3000000 * day, Highest, -719600 * day, -Highest - 1}) {
+    for (const Int64 value : {2932897 * Day, 3000000 * Day, Highest, -719600 * Day, -Highest - 1}) {
         expectAsPoco(value);
     }
 }
@@ -169,18 +171,16 @@ TEST(NTimestamp, DefaultIsNow) {
 
 TEST(NTimestamp, CountsUtcTimeCutTowardZeroAndWraps) {
     using T = NTimestamp;
-    constexpr Int64 lowest = ~Highest, offset = 122192928000000000;
-    EXPECT_EQ(T::FromUtcTime(offset + 15).Value(), 1);
-    EXPECT_EQ(T::FromUtcTime(offset - 15).Value(), -1);
+    constexpr Int64 Lowest = ~Highest, Offset = 122192928000000000;
+    EXPECT_EQ(T::FromUtcTime(Offset + 15).Value(), 1);
+    EXPECT_EQ(T::FromUtcTime(Offset - 15).Value(), -1);
     // 2^64 - 2^63 - offset, in unsigned arithmetic
-    EXPECT_EQ(T::FromUtcTime(lowest).Value(), (Highest - offset + 1) / 10);
+    EXPECT_EQ(T::FromUtcTime(Lowest).Value(), (Highest - Offset + 1) / 10);
     // The last value at which neither of the two calls wraps.
-    const Int64 last = (Highest - offset) / 10;
+    const Int64 last = (Highest - Offset) / 10;
     EXPECT_EQ(T::FromUtcTime(T(last).UtcTime()).Value(), last);
-    EXPECT_EQ(T(last + 1).UtcTime(), lowest + 2);
+    EXPECT_EQ(T(last + 1).UtcTime(), Lowest + 2);
     EXPECT_EQ(T::FromMilliseconds(-3).Value(), -3000);
     EXPECT_EQ(T::FromMilliseconds(Highest).Value(), -1000);
-    EXPECT_EQ((T(Highest) + T(1)).Value(), lowest);
+    EXPECT_EQ((T(Highest) + T(1)).Value(), Lowest);
 }
-
-}  // namespace

@@ -13,7 +13,7 @@
 namespace {
 
 // All that is called, in order, as transfers.txt has it.
-std::string calls;
+std::string _calls;
 
 struct FakeCurl {
     CURLcode initResult = CURLE_OK;
@@ -26,28 +26,28 @@ struct FakeCurl {
     void* sender = nullptr;
 };
 
-FakeCurl curl;
-std::size_t reallocsToFail = 0;
+FakeCurl _curl;
+std::size_t _reallocsToFail = 0;
 
 // Which call of a callback stops the transfer, counted from 0, and whether by an exception.
-long long stopAt = -1;
-bool throws = false;
+long long _stopAt = -1;
+bool _throws = false;
 
 bool _stopsNow() {
-    if (stopAt-- != 0) return false;
-    if (throws) throw std::runtime_error("callback");
+    if (_stopAt-- != 0) return false;
+    if (_throws) throw std::runtime_error("callback");
     return true;
 }
 
 bool _cancel(void* context) {
-    EXPECT_EQ(context, &stopAt);
-    calls += "? ";
+    EXPECT_EQ(context, &_stopAt);
+    _calls += "? ";
     return _stopsNow();
 }
 
 void _progress(std::uint64_t done, std::uint64_t whole, void* context) {
-    EXPECT_EQ(context, &calls);
-    calls += std::to_string(done) + '/' + std::to_string(whole) + ' ';
+    EXPECT_EQ(context, &_calls);
+    _calls += std::to_string(done) + '/' + std::to_string(whole) + ' ';
     _stopsNow();
 }
 
@@ -60,19 +60,19 @@ std::string _move(const std::string& written) {
         if (moves.peek() != '*' || !(moves.ignore() >> size)) size = 1;
         std::string bytes(std::max<std::size_t>(count * size, 1), '-');
         if (way == '!') {
-            reallocsToFail = count;
+            _reallocsToFail = count;
         } else if (way == '<') {
             std::iota(bytes.begin(), bytes.end(), static_cast<char>(received.size()));
-            const auto taken = curl.receive(&bytes[0], size, count, curl.receiver);
-            calls += '=' + std::to_string(taken) + ' ';
+            const auto taken = _curl.receive(&bytes[0], size, count, _curl.receiver);
+            _calls += '=' + std::to_string(taken) + ' ';
             if (taken == count) received += bytes.substr(0, taken);
         } else {
-            const auto sent = curl.send(&bytes[0], size, count, curl.sender);
+            const auto sent = _curl.send(&bytes[0], size, count, _curl.sender);
             if (sent <= bytes.size()) bytes.resize(sent);
-            calls += '=' + std::to_string(sent) + ':' + bytes + ' ';
+            _calls += '=' + std::to_string(sent) + ':' + bytes + ' ';
         }
     }
-    reallocsToFail = 0;
+    _reallocsToFail = 0;
     return received;
 }
 
@@ -95,30 +95,30 @@ void* __real_realloc(void* block, std::size_t size);
 
 // Visible, because the linker sees shared libraries use realloc as well; theirs it doesn't replace.
 __attribute__((visibility("default"))) void* __wrap_realloc(void* block, std::size_t size) {
-    return reallocsToFail > 0 && reallocsToFail-- > 0 ? nullptr : __real_realloc(block, size);
+    return _reallocsToFail > 0 && _reallocsToFail-- > 0 ? nullptr : __real_realloc(block, size);
 }
 
 CURLcode curl_global_init(long flags) {
-    calls += "global_init " + std::to_string(flags) + ' ';
-    return curl.initResult;
+    _calls += "global_init " + std::to_string(flags) + ' ';
+    return _curl.initResult;
 }
 
 void curl_global_cleanup() {
-    calls += "global_cleanup ";
+    _calls += "global_cleanup ";
 }
 
 CURL* curl_easy_init() {
-    calls += "easy_init ";
-    return curl.hasHandle ? &curl : nullptr;
+    _calls += "easy_init ";
+    return _curl.hasHandle ? &_curl : nullptr;
 }
 
 void curl_easy_cleanup(CURL*) {
-    calls += "easy_cleanup ";
+    _calls += "easy_cleanup ";
 }
 
 // A list is here but its lines, each in brackets.
 curl_slist* curl_slist_append(curl_slist* list, const char* line) {
-    if (curl.headersToKeep-- == 0) return nullptr;
+    if (_curl.headersToKeep-- == 0) return nullptr;
     auto* const lines = list == nullptr ? new std::string : reinterpret_cast<std::string*>(list);
     *lines += '[' + std::string(line) + ']';
     return reinterpret_cast<curl_slist*>(lines);
@@ -126,12 +126,12 @@ curl_slist* curl_slist_append(curl_slist* list, const char* line) {
 
 void curl_slist_free_all(curl_slist* list) {
     delete reinterpret_cast<std::string*>(list);
-    calls += "free_all ";
+    _calls += "free_all ";
 }
 
 CURLcode curl_easy_perform(CURL*) {
-    calls += "perform ";
-    curl.perform();
+    _calls += "perform ";
+    _curl.perform();
     return CURLE_OK;
 }
 
@@ -150,16 +150,16 @@ CURLcode curl_easy_setopt(CURL*, CURLoption option, ...) {
     } else if (option == CURLOPT_HTTPHEADER) {
         value = ' ' + *va_arg(values, std::string*);
     } else if (option == CURLOPT_WRITEFUNCTION) {
-        curl.receive = va_arg(values, curl_write_callback);
+        _curl.receive = va_arg(values, curl_write_callback);
         const auto toFile = reinterpret_cast<curl_write_callback>(&std::fwrite);
-        value = curl.receive == toFile ? " fwrite" : " own";
+        value = _curl.receive == toFile ? " fwrite" : " own";
     } else if (option == CURLOPT_READFUNCTION) {
-        curl.send = va_arg(values, curl_read_callback);
+        _curl.send = va_arg(values, curl_read_callback);
     } else {
-        (option == CURLOPT_WRITEDATA ? curl.receiver : curl.sender) = va_arg(values, void*);
+        (option == CURLOPT_WRITEDATA ? _curl.receiver : _curl.sender) = va_arg(values, void*);
     }
     va_end(values);
-    calls += curl_easy_option_by_id(option)->name + value + ' ';
+    _calls += curl_easy_option_by_id(option)->name + value + ' ';
     return CURLE_UNKNOWN_OPTION;  // which nobody is to mind
 }
 
@@ -181,32 +181,32 @@ TEST(NURLCalls, AreWhatTheTableTells) {
         const std::uint32_t flags =
             has("file") * RequestToFile | has("keep") * RequestKeepHttpErrors;
         if (!has("again")) url = std::make_unique<NURL>();
-        stopAt = number("stop");
-        throws = has("throw");
-        calls.clear();
-        curl = {has("init") ? CURLE_OUT_OF_MEMORY : CURLE_OK, !has("handle"), number("list")};
+        _stopAt = number("stop");
+        _throws = has("throw");
+        _calls.clear();
+        _curl = {has("init") ? CURLE_OUT_OF_MEMORY : CURLE_OK, !has("handle"), number("list")};
         std::string moved, received;
-        curl.perform = [&] {
+        _curl.perform = [&] {
             if (row[1] == "-") return;
-            calls.clear();
+            _calls.clear();
             received = _move(row[1]);
-            moved = calls;
+            moved = _calls;
         };
         const auto timeout = static_cast<std::uint32_t>(number("timeout"));
         const std::string result = Outcome([&] {
-            return has("Get")      ? url->Get("u", timeout, &_cancel, &stopAt, &_progress, &calls)
-                   : has("Upload") ? url->Upload("u", "0123456", 7, timeout, &_cancel, &stopAt,
-                                                 &_progress, &calls)
+            return has("Get")      ? url->Get("u", timeout, &_cancel, &_stopAt, &_progress, &_calls)
+                   : has("Upload") ? url->Upload("u", "0123456", 7, timeout, &_cancel, &_stopAt,
+                                                 &_progress, &_calls)
                                    : url->Request("u", has("headers") ? &lines : nullptr, body,
                                                   static_cast<std::size_t>(number("body")), timeout,
-                                                  &_cancel, &stopAt, &_progress, &calls, flags);
+                                                  &_cancel, &_stopAt, &_progress, &_calls, flags);
         });
         if (!moved.empty()) {
-            EXPECT_THAT(calls, HasSubstr("easy_cleanup global_cleanup "));
+            EXPECT_THAT(_calls, HasSubstr("easy_cleanup global_cleanup "));
             EXPECT_EQ(std::string(url->Data(), url->Size()), received);
-            calls = moved;
+            _calls = moved;
         }
-        EXPECT_EQ(calls, row[2] + ' ');
+        EXPECT_EQ(_calls, row[2] + ' ');
         EXPECT_EQ(result + ' ' + std::to_string(url->Size()), row[3]);
     }
 }
@@ -219,9 +219,9 @@ TEST(NURLCalls, AFileHasOneWriterAtATime) {
         return url.Request("u", nullptr, &name, 0, 7, nullptr, nullptr, nullptr, nullptr,
                            RequestToFile);
     };
-    curl.perform = [&] {
+    _curl.perform = [&] {
         EXPECT_EQ(folder.Read("reply"), "");
-        std::fputs("new", static_cast<std::FILE*>(curl.receiver));
+        std::fputs("new", static_cast<std::FILE*>(_curl.receiver));
         EXPECT_EQ(request(), -4);
         EXPECT_EQ(folder.Read("reply"), "new");
     };

@@ -22,6 +22,8 @@ struct NURLTest : Test {
     NURL url;
 };
 
+}  // namespace
+
 TEST_F(NURLTest, TheReplyStaysInABufferThatServesTheNext) {
     EXPECT_EQ(url.Data(), nullptr);
     EXPECT_EQ(url.Size(), 0u);
@@ -77,5 +79,3 @@ TEST_F(NURLTest, EveryFormArrivesAtTheFirst) {
               77);
     EXPECT_THAT(it.calls, ElementsAre(Pair("a", ElementsAre("")), Pair("b", ElementsAre("A: 1"))));
 }
-
-}  // namespace
