@@ -12,6 +12,7 @@
 #include <morvel/base/ErrorTools.h>
 #include <morvel/base/NException.h>
 #include <morvel/files/FileTools.h>
+#include <morvel/text/ByteOrderMark.h>
 #include <morvel/text/TextTools.h>
 
 namespace {
@@ -45,7 +46,7 @@ std::string _declaredEncoding(std::string_view bytes, std::size_t* offset) {
     const std::string_view declaration = bytes.substr(0, bytes.find("?>"));
     const std::size_t name = declaration.find("encoding");
     const std::size_t quote = declaration.find_first_of("\"'", name);
-    if (name == declaration.npos || quote == declaration.npos) return std::string();
+    if (quote == declaration.npos) return std::string();
     const std::size_t end = declaration.find(declaration[quote], quote + 1);
     if (end == declaration.npos) return std::string();
     *offset = quote + 1;
@@ -61,7 +62,9 @@ bool _isOneOf(const std::string& word, std::initializer_list<std::string_view> w
 
 morvel::XmlFault _faultAt(std::string message, std::string_view bytes, std::size_t offset) {
     morvel::XmlFault fault{std::move(message), std::min(offset, bytes.size()), 1, 1};
-    for (const char c : bytes.substr(0, fault.offset)) {
+    bytes = bytes.substr(0, fault.offset);
+    bytes.remove_prefix(morvel::BomOf(bytes).length);
+    for (const char c : bytes) {
         if (c == '\n') {
             ++fault.line;
             fault.column = 1;
@@ -72,12 +75,18 @@ morvel::XmlFault _faultAt(std::string message, std::string_view bytes, std::size
     return fault;
 }
 
-// The document as UTF-8, where its first bytes tell that it is UTF-16 (XML 1.0, appendix F).
+// The document as UTF-8, where its first bytes tell that it is UTF-16 (XML 1.0, appendix F). A mark
+// stays, since pugixml counts it.
 std::string _utf8FromUtf16(std::string_view bytes) {
-    using namespace std::string_view_literals;
     NString text = morvel::Decode(bytes, EncodingUTF16);
-    if (bytes.substr(0, 2) == "\0<"sv) text.SwapBytes();
-    return morvel::Utf8(text);
+    if (bytes[0] == '\0') text.SwapBytes();
+    const bool hasMark = bytes[0] != '<' && bytes[0] != '\0';
+    return (hasMark ? std::string(morvel::Utf8Bom) : std::string()) + morvel::Utf8(text);
+}
+
+bool _isUtf32(std::string_view bytes) {
+    using namespace std::string_view_literals;
+    return bytes.substr(0, 4).find("\0\0"sv) != bytes.npos;
 }
 
 bool _isUtf16(std::string_view bytes) {
@@ -183,7 +192,10 @@ morvel::XmlFault morvel::Load(NXML& document, std::string_view bytes) {
     std::string_view readable = bytes;  // the document as UTF-8, for telling a place in it
     std::string held;
     std::size_t offset = 0;
-    if (_isUtf16(bytes)) {
+    const bool isUtf32 = _isUtf32(bytes);
+    if (isUtf32) {
+        // pugixml's alone
+    } else if (_isUtf16(bytes)) {
         held = _utf8FromUtf16(bytes);
         readable = held;
     } else {
@@ -196,12 +208,12 @@ morvel::XmlFault morvel::Load(NXML& document, std::string_view bytes) {
         } else if (_isOneOf(encoding, {"windows-1252", "cp1252"})) {
             recoded = _utf8FromWindows1252(bytes);
         } else if (_isOneOf(encoding, {"", "utf-8", "us-ascii", "utf-32", "ucs-4"})) {
-            const bool isUtf32 = bytes.substr(0, 4).find('\0') != bytes.npos;
             NString text(EncodingUTF8);
             text.Normalize(FormNFC);  // SetBytes takes the bytes as they are
             text.SetBytes(bytes.data(), bytes.size(), EncodingUTF8);
-            const std::optional<std::size_t> bad = FindMalformed(text);
-            if (bad && !isUtf32) return _faultAt("The bytes are not UTF-8", bytes, *bad);
+            if (const std::optional<std::size_t> bad = FindMalformed(text)) {
+                return _faultAt("The bytes are not UTF-8", bytes, *bad);
+            }
         } else {
             return _faultAt("The encoding \"" + encoding + "\" is not known", bytes, offset);
         }
@@ -214,9 +226,13 @@ morvel::XmlFault morvel::Load(NXML& document, std::string_view bytes) {
         return {};
     } catch (const KelXMLElementException& e) {
         document.Clear();
+        XmlFault fault;
+        fault.message = e.Message();
+        if (isUtf32) return fault;
         const pugi::xml_parse_result result =
             pugi::xml_document().load_buffer(recoded.data(), recoded.size());
-        return _faultAt(e.Message(), readable, static_cast<std::size_t>(result.offset));
+        return _faultAt(std::move(fault.message), readable,
+                        static_cast<std::size_t>(result.offset));
     }
 }
 

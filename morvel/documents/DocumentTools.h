@@ -95,7 +95,8 @@ struct ChildElement {
                                                             const std::string& path,
                                                             std::string_view name = {});
 
-/// Why a document couldn't be read, and where. Tests true where there is a fault.
+/// Why a document couldn't be read, and where; in UTF-32 no place is told. Tests true where there
+/// is a fault.
 struct [[nodiscard]] XmlFault {
     std::string message;     ///< A sentence; empty if all is well.
     std::size_t offset = 0;  ///< In bytes of the document, of UTF-16 in those of its UTF-8.

@@ -53,6 +53,12 @@ void _load(const Line& l, std::ostream& out) {
     out << (!accepted ? "refused" : same ? "accepted" : "changed");
 }
 
+void _loadFrom(const Line& l, std::ostream& out) {
+    const morvel::XmlFault fault = morvel::LoadFrom(_document, l.Path());
+    if (fault) out << fault.line << ':' << fault.column << ' ' << fault.message;
+    out << _document.ToText(0);
+}
+
 NXML& _documentOf(const Line& l) {
     _document.Clear();
     morvel::Put(_document, "r", l.Filling());
@@ -153,7 +159,7 @@ const std::map<std::string, std::function<void(const Line&, std::ostream&)>> Com
     {"offsets", _offsets},
     {"values", _values},
     {"load", _load},
-    {"load-from", DO(out << morvel::LoadFrom(_document, l.Path()).message << _document.ToText(0))},
+    {"load-from", _loadFrom},
     {"save", DO(out << _documentOf(l).SaveFile(l.file))},
     {"save-safely", DO(morvel::SaveSafely(_documentOf(l), l.Path()))},
     {"write", DO(morvel::WriteFile(l.Path(), l.Filling()))},

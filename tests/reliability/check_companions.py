@@ -79,8 +79,14 @@ def main(program):
             for letters in [*LETTERS, bytes(range(0x80, 0x100)).decode(codec, "ignore")]:
                 body = f"<r>{letters if letters and encodable(letters, codec) else 'a'}</r>"
                 checks.expect(body, (kept + body).encode(codec), "load-from")
-        checks.expect('The encoding "klingon" is not known', b'<?xml version="1.0" encoding="klingon"?><r/>', "load-from")
-        checks.expect("The bytes are not UTF-8", b"<r>\xff</r>", "load-from")
+            letter = "é" if encodable("é", codec) else "e"
+            for head, place in ("<r>\n", "2:4"), ("<r>", f"1:{len(kept) + 7}"):
+                checks.expect(f"{'0:0' if codec == 'utf-32' else place} Start-end tags mismatch",
+                              f"{kept}{head}{letter}</x>".encode(codec), "load-from")
+        for place, message, document in [("1:31", 'The encoding "klingon" is not known', b'<?xml version="1.0" encoding="klingon"?><r/>'),
+                                         ("1:4", "The bytes are not UTF-8", b"<r>\xff</r>")]:
+            checks.expect(f"{place} {message}", document, "load-from")
+        checks.expect("<r/>", b"<?xml version=1.0 encoding=x?><r/>", "load-from")
         for base in ("http://h/p", "http://h/p?", "http://h/p?a=1", "http://h/p#f", "http://h/p?a=1#f"):
             url, _, fragment = base.partition("#")
             for letter in LETTERS + "&=+ /?#%~":
