@@ -70,7 +70,8 @@ TEST(NDataContainer, AssignmentGoesThroughAssignButForItself) {
     NDataContainer &target = a, &other = b;
     EXPECT_EQ(&(target = other), &target);
     target = static_cast<NDataContainer&>(a);  // itself
-    EXPECT_EQ(a.RootName() + a.assigned, "b0");
+    static_cast<NXML&>(a) = b;
+    EXPECT_EQ(a.RootName() + a.assigned, "b00");
     b.record = NBaseObject::Record();
     NXML document;
     document.CreateRoot("d");
