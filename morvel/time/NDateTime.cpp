@@ -84,17 +84,16 @@ constexpr std::string_view NumberLetters = "defmnoyYrHhMSsicF";  // POCO reads a
 
 constexpr std::string_view PlainLetters = "YmdHMS";  // each stands for two digits, Y for four
 
-// The number that the first `digits` characters of `text` are, which it then begins behind; nothing
-// where they are none.
-std::optional<std::int32_t> _takeNumber(std::size_t digits, std::string_view* text) {
-    if (text->size() < digits) return {};
-    std::int32_t value = 0;
+// Moves `digits` digits from the head of `text` to `value`; false where there are fewer.
+bool _takeNumber(std::size_t digits, std::string_view* text, std::int32_t* value) {
+    if (text->size() < digits) return false;
+    *value = 0;
     for (const char c : text->substr(0, digits)) {
-        if (c < '0' || c > '9') return {};
-        value = value * 10 + (c - '0');
+        if (c < '0' || c > '9') return false;
+        *value = *value * 10 + (c - '0');
     }
     text->remove_prefix(digits);
-    return value;
+    return true;
 }
 
 // "Z", or hours and minutes as in "+02:00"; nothing for all else.
@@ -102,9 +101,10 @@ std::optional<std::int32_t> _readPlainZone(std::string_view text) {
     if (text == "Z") return 0;
     if (text.size() != 6 || (text[0] != '+' && text[0] != '-') || text[3] != ':') return {};
     std::string_view hours = text.substr(1, 2), minutes = text.substr(4);
-    const auto hour = _takeNumber(2, &hours), minute = _takeNumber(2, &minutes);
-    if (!hour || !minute || *hour > 23 || *minute > 59) return {};
-    return (text[0] == '-' ? -60 : 60) * (*hour * 60 + *minute);
+    std::int32_t hour = 0, minute = 0;
+    if (!_takeNumber(2, &hours, &hour) || !_takeNumber(2, &minutes, &minute)) return {};
+    if (hour > 23 || minute > 59) return {};
+    return (text[0] == '-' ? -60 : 60) * (hour * 60 + minute);
 }
 
 // A quick reader of plain texts: all digits of the plain letters are there, no letter comes twice,
@@ -119,10 +119,8 @@ std::optional<NDateTime> _readPlain(std::string_view pattern, std::string_view t
         if (pattern.size() < 2 || pattern[0] != '%') return {};
         const std::size_t part = PlainLetters.find(pattern[1]);
         if (part == PlainLetters.npos || (seen >> part & 1) != 0) return {};
-        const auto number = _takeNumber(part == 0 ? 4 : 2, &text);
-        if (!number) return {};
+        if (!_takeNumber(part == 0 ? 4 : 2, &text, &parts[part])) return {};
         seen |= 1U << part;
-        parts[part] = *number;
         pattern.remove_prefix(2);
         if (pattern.empty() || pattern == "%z") break;
         if (pattern[0] == '%') continue;
