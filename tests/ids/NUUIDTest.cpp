@@ -28,6 +28,7 @@ TEST(NUUID, NeverComesTwice) {
     const bool isEmulated = std::getenv("MORVEL_TEST_LAUNCHER") != nullptr;
     for (int i = 0; i < 8; ++i) {
         GTEST_FLAG_SET(death_test_style, i % 2 == 0 || isEmulated ? "fast" : "threadsafe");
+        EXPECT_THAT(_drawn(), areNew);
         EXPECT_EXIT((std::cerr << _drawn(), std::exit(0)), ExitedWithCode(0), areNew);
     }
     for (int i = 0; i < 1000; ++i) EXPECT_THAT(_drawn(), areNew);
