@@ -25,7 +25,9 @@ struct Stream : NFileStream {
 
 struct NFileStreamTest : Test {
     NFile At(const std::string& name) const {
-        return NFile(NString(folder.File(name), EncodingUTF8));
+        NString text(folder.File(name), EncodingUTF8);
+        text.ConvertTo(EncodingUTF16);
+        return NFile(text);
     }
 
     TemporaryFolder folder;
