@@ -372,8 +372,10 @@ TEST(NString, TakesNullTextsLongOnesAndMoves) {
     EXPECT_EQ(_printed(moved), _printed(copy)) << "without the form";
     EXPECT_TRUE(text.IsEmpty());
     EXPECT_TRUE(std::is_nothrow_move_constructible<NString>::value);
+    text += "cache";
+    const std::string& cache = text.Converted(Sys);
     text.SetNumber(LONG_MIN);
-    EXPECT_EQ(text.Data(), std::to_string(LONG_MIN));
+    EXPECT_EQ(cache + text.Data(), "cache" + std::to_string(LONG_MIN));
     text.SetNumber(ULONG_MAX);
-    EXPECT_EQ(text.Data(), std::to_string(ULONG_MAX));
+    EXPECT_EQ(cache + text.Data(), "cache" + std::to_string(ULONG_MAX));
 }
