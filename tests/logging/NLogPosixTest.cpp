@@ -1,3 +1,4 @@
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/resource.h>
@@ -13,6 +14,7 @@
 namespace {
 std::atomic<std::time_t> _clockReads{0};  // 0: what the system's clock reads
 std::atomic<bool> _writesHang{false};     // behind what they have written
+std::atomic<bool> _unlocksLinger{false};  // of all threads but the main one
 
 using Written = std::map<int, std::vector<int>>;
 const std::filesystem::path File = InLogFolder("LogInForce.log");
@@ -159,6 +161,19 @@ TEST_F(NLogPosix, ParentThatEndsRightBehindTheForkHasWrittenItsLines) {
     _expectSoon({{0, Numbers(1000)}, {1, Numbers(3)}, {2, Numbers(1)}});
 }
 
+// Two lines, the second also between the step in which the writer finds no more and its sleep.
+TEST_F(NLogPosix, LineThatComesWhenTheWriterIsAboutToSleepIsWritten) {
+    const LogInForce inForce;
+    _unlocksLinger = true;
+    for (int line = 0; line < 40 && !HasFailure(); line += 2) {
+        WriteLines(0, line, 1);
+        std::this_thread::sleep_for(line * 100us);
+        WriteLines(0, line + 1, 1);
+        _expectSoon({{0, Numbers(line + 2)}});
+    }
+    _unlocksLinger = false;
+}
+
 // A network folder that is gone, say. The first fork and the end wait for a few seconds.
 TEST_F(NLogPosix, WriterThatIsStuckHoldsUpNobodyForLong) {
     auto inForce = std::make_unique<LogInForce>();
@@ -249,11 +264,19 @@ TEST_F(NLogPosix, DescriptorsAreFewAndPrivate) {
     });
 }
 
-// In place of the C library's: the library and POCO read the clock and write through them.
+// In place of the C library's: the library and POCO read the clock, unlock and write
+// through them.
 #pragma GCC visibility push(default)
 extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept {
     const int result = static_cast<int>(syscall(SYS_clock_gettime, clock, time));
     if (clock == CLOCK_REALTIME && _clockReads != 0) time->tv_sec = _clockReads;
+    return result;
+}
+extern "C" int pthread_mutex_unlock(pthread_mutex_t* mutex) noexcept {
+    using Unlock = int (*)(pthread_mutex_t*);
+    static const auto unlock = reinterpret_cast<Unlock>(dlsym(RTLD_NEXT, __func__));
+    const int result = unlock(mutex);
+    if (_unlocksLinger && gettid() != getpid()) std::this_thread::sleep_for(1ms);
     return result;
 }
 extern "C" ssize_t write(int file, const void* bytes, std::size_t count) {
