@@ -226,13 +226,10 @@ morvel::XmlFault morvel::Load(NXML& document, std::string_view bytes) {
         return {};
     } catch (const KelXMLElementException& e) {
         document.Clear();
-        XmlFault fault;
-        fault.message = e.Message();
-        if (isUtf32) return fault;
+        if (isUtf32) return {e.Message(), 0, 0, 0};
         const pugi::xml_parse_result result =
             pugi::xml_document().load_buffer(recoded.data(), recoded.size());
-        return _faultAt(std::move(fault.message), readable,
-                        static_cast<std::size_t>(result.offset));
+        return _faultAt(e.Message(), readable, static_cast<std::size_t>(result.offset));
     }
 }
 
@@ -242,9 +239,7 @@ morvel::XmlFault morvel::LoadFrom(NXML& document, const NPath& path) {
     try {
         bytes = ReadFile(path);
     } catch (const NException& e) {
-        XmlFault fault;
-        fault.message = Describe(e);
-        return fault;
+        return {Describe(e), 0, 0, 0};
     }
     return Load(document, bytes);
 }
