@@ -264,8 +264,7 @@ TEST_F(NLogPosix, DescriptorsAreFewAndPrivate) {
     });
 }
 
-// In place of the C library's: the library and POCO read the clock, unlock and write
-// through them.
+// In place of the C library's: the library and POCO read the clock, unlock and write through them.
 #pragma GCC visibility push(default)
 extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept {
     const int result = static_cast<int>(syscall(SYS_clock_gettime, clock, time));
