@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Poco/Exception.h>
 #include <Poco/Pipe.h>
 #include <Poco/PipeStream.h>
 #include <Poco/Process.h>
@@ -33,10 +34,11 @@ inline Poco::ProcessHandle StartProcess(const std::string& program,
                                  output, environment);
 }
 
-/// Runs a program to its end, started as by StartProcess.
+/// Runs a program to its end, started as by StartProcess. What goes wrong beneath is told in full:
+/// the what() of POCO's exceptions is the name of their class alone.
 inline ProcessResult RunProcess(const std::string& program,
                                 const std::vector<std::string>& arguments,
-                                const std::map<std::string, std::string>& environment = {}) {
+                                const std::map<std::string, std::string>& environment = {}) try {
     Poco::Pipe output;
     const Poco::ProcessHandle handle = StartProcess(program, arguments, environment, &output);
     Poco::PipeInputStream in(output);
@@ -44,6 +46,8 @@ inline ProcessResult RunProcess(const std::string& program,
     Poco::StreamCopier::copyToString(in, result.output);
     result.exitCode = handle.wait();
     return result;
+} catch (const Poco::Exception& fault) {
+    throw std::runtime_error(fault.displayText());
 }
 
 }  // namespace morvel::test
