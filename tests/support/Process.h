@@ -4,7 +4,6 @@
 #include <Poco/Pipe.h>
 #include <Poco/PipeStream.h>
 #include <Poco/Process.h>
-#include <Poco/StreamCopier.h>
 
 #include <tests/support/Test.h>
 
@@ -42,10 +41,8 @@ inline ProcessResult RunProcess(const std::string& program,
     Poco::Pipe output;
     const Poco::ProcessHandle handle = StartProcess(program, arguments, environment, &output);
     Poco::PipeInputStream in(output);
-    ProcessResult result;
-    Poco::StreamCopier::copyToString(in, result.output);
-    result.exitCode = handle.wait();
-    return result;
+    const std::string text(std::istreambuf_iterator<char>(in), {});
+    return {handle.wait(), text};
 } catch (const Poco::Exception& fault) {
     throw std::runtime_error(fault.displayText());
 }
